@@ -1,0 +1,36 @@
+# What holds for the project's own builds. As a part of another project, the library leaves its host's settings alone.
+
+if(PROJECT_IS_TOP_LEVEL)
+    get_property(isMultiConfig GLOBAL PROPERTY GENERATOR_IS_MULTI_CONFIG)
+    if(NOT isMultiConfig AND NOT CMAKE_BUILD_TYPE)
+        set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
+    endif()
+
+    if(VIDEOPARAMS_BUILD_FUZZ)
+        if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+            message(FATAL_ERROR "VIDEOPARAMS_BUILD_FUZZ needs clang (use the preset \"fuzz\")")
+        endif()
+        if(NOT VIDEOPARAMS_SANITIZE)
+            set(VIDEOPARAMS_SANITIZE "fuzzer-no-link,address,undefined")
+        endif()
+    endif()
+    if(VIDEOPARAMS_SANITIZE)
+        add_compile_options(-fsanitize=${VIDEOPARAMS_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
+        add_link_options(-fsanitize=${VIDEOPARAMS_SANITIZE})
+    endif()
+endif()
+
+# Language level and warnings of a target of this project; nothing of it reaches the targets that link it.
+function(videoparams_configure_target target)
+    set_target_properties(${target} PROPERTIES
+        CXX_STANDARD 20
+        CXX_STANDARD_REQUIRED ON
+        CXX_EXTENSIONS OFF
+        C_STANDARD 11
+        C_STANDARD_REQUIRED ON
+        C_EXTENSIONS OFF)
+    if(PROJECT_IS_TOP_LEVEL AND NOT MSVC)
+        target_compile_options(${target} PRIVATE
+            -Wall -Wextra -Wshadow -Wconversion $<$<BOOL:${VIDEOPARAMS_WERROR}>:-Werror>)
+    endif()
+endfunction()

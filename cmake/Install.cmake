@@ -1,0 +1,31 @@
+include(CMakePackageConfigHelpers)
+
+set(packageDir "${CMAKE_INSTALL_LIBDIR}/cmake/VideoParams")
+
+install(TARGETS VideoParams VideoParamsStatic EXPORT VideoParamsTargets
+    RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
+    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+    ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+install(FILES include/VideoParams.h DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+
+install(EXPORT VideoParamsTargets NAMESPACE VideoParams:: DESTINATION "${packageDir}")
+configure_package_config_file(cmake/VideoParamsConfig.cmake.in VideoParamsConfig.cmake
+    INSTALL_DESTINATION "${packageDir}")
+write_basic_package_version_file(VideoParamsConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES "${CMAKE_CURRENT_BINARY_DIR}/VideoParamsConfig.cmake"
+    "${CMAKE_CURRENT_BINARY_DIR}/VideoParamsConfigVersion.cmake"
+    DESTINATION "${packageDir}")
+
+# The .pc file finds its prefix from where it lies, so an installed tree may be moved.
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
+    BASE_DIRECTORY "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" OUTPUT_VARIABLE prefixFromPkgConfig)
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_INCLUDEDIR
+    BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}" OUTPUT_VARIABLE includeDirFromPrefix)
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR
+    BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}" OUTPUT_VARIABLE libDirFromPrefix)
+configure_file(cmake/videoparams.pc.in videoparams.pc @ONLY)
+install(FILES "${CMAKE_CURRENT_BINARY_DIR}/videoparams.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+
+if(TARGET videoparams)
+    install(TARGETS videoparams RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+endif()
