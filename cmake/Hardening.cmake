@@ -17,4 +17,8 @@ function(videoparams_harden_shared_library target)
         return()
     endif()
     target_link_options(${target} PRIVATE -Wl,-z,relro,-z,now,-z,noexecstack,-z,text)
+    # The runtime of a sanitizer comes with the executable.
+    if(NOT VIDEOPARAMS_SANITIZE)
+        target_link_options(${target} PRIVATE -Wl,-z,defs)
+    endif()
 endfunction()

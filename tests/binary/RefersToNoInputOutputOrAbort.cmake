@@ -1,9 +1,11 @@
 # The library neither prints, opens, sends nor ends its host: it does not even refer to what could.
 
-execute_process(COMMAND ${NM} -D --undefined-only --without-symbol-versions ${LIBRARY}
-    OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
-string(REGEX MATCHALL "[Uw] [^ \n]+" imports "${symbols}")
-list(TRANSFORM imports REPLACE "^. (_*)" "")
+execute_process(COMMAND ${READELF} --dyn-syms --wide ${LIBRARY} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX MATCHALL " UND [^@ \n]+" imports "${symbols}")
+if(NOT imports)
+    message(FATAL_ERROR "no imports found in\n${symbols}")
+endif()
+list(TRANSFORM imports REPLACE "^ UND _*" "")
 
 list(FILTER imports INCLUDE REGEX
     "^(f?open|f?close|f?read|f?write|printf|[a-z]*printf_chk|puts|putchar|perror|fput[cs]|socket|send|recv|getenv|\

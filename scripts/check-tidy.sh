@@ -1,0 +1,12 @@
+#!/usr/bin/env bash
+# Runs clang-tidy over the library and the tool.
+set -euo pipefail
+. "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+"$projectDir/scripts/setup.sh" build tool tests clang tidy
+build clang clang  # for its compilation database
+
+cd "$projectDir"
+find src tools -name '*.cpp' >"$buildRoot/tidy.files"
+quietly "$buildRoot/tidy.log" xargs -a "$buildRoot/tidy.files" -P "$cores" -n 2 \
+    clang-tidy-14 -p "$buildRoot/clang" --quiet --warnings-as-errors='*'

@@ -1,0 +1,37 @@
+#!/usr/bin/env bash
+# Fuzzes: each target in turn, from the committed corpus and what earlier runs found.
+#
+#   scripts/fuzz.sh [SECONDS] [NAME...]    SECONDS for all targets together (60); NAME as in fuzz/<NAME>Fuzz.cpp
+set -euo pipefail
+. "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+seconds=${1:-60}
+names=("${@:2}")
+if [ ${#names[@]} = 0 ]; then
+    for source in "$projectDir"/fuzz/*Fuzz.cpp; do
+        names+=("$(basename "$source" Fuzz.cpp)")
+    done
+fi
+
+"$projectDir/scripts/setup.sh" build fuzz
+build fuzz fuzz
+
+findings=$buildRoot/fuzz-findings
+mkdir -p "$findings"
+dictionary=()
+[ -e "$projectDir/fuzz/annexb.dict" ] && dictionary=("-dict=$projectDir/fuzz/annexb.dict")
+
+for name in "${names[@]}"; do
+    corpus=$buildRoot/fuzz-corpus/$name
+    mkdir -p "$corpus"
+    seeds=()
+    [ -d "$projectDir/fuzz/corpus/$name" ] && seeds=("$projectDir/fuzz/corpus/$name")
+    if ! quietly "$buildRoot/fuzz-$name.log" "$buildRoot/fuzz/fuzz/fuzz_$name" "$corpus" "${seeds[@]}" \
+        -max_total_time=$(((seconds + ${#names[@]} - 1) / ${#names[@]})) -timeout=10 -print_final_stats=1 \
+        "${dictionary[@]}" "-artifact_prefix=$findings/$name-"; then
+        echo "The input lies in $findings." >&2
+        exit 1
+    fi
+    runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$buildRoot/fuzz-$name.log")
+    echo "$name: ${runs:-?} runs, nothing found"
+done

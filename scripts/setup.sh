@@ -1,0 +1,93 @@
+#!/usr/bin/env bash
+# Sees to it that what the named purposes need is installed: installs it where it may, else names what is missing.
+#
+#   scripts/setup.sh build tests        PURPOSE: build tool tests clang fuzz format tidy bench ffmpeg abi
+set -euo pipefail
+
+hasCommand() { command -v "$1" >/dev/null; }
+
+hasHeader() {
+    local folder
+    for folder in ${CPATH:+${CPATH//:/ }} /usr/include /usr/local/include "/usr/include/$(uname -m)-linux-gnu"; do
+        [ -e "$folder/$1" ] && return 0
+    done
+    return 1
+}
+
+hasClangRuntime() { compgen -G "$(clang -print-resource-dir)/lib/*/libclang_rt.fuzzer*" >/dev/null; }
+
+# What a purpose needs, a line each: the Debian package and the question whether it is there.
+requirementsOf() {
+    case $1 in
+    build)
+        echo "cmake hasCommand cmake"
+        echo "ninja-build hasCommand ninja"
+        echo "g++ hasCommand g++"
+        ;;
+    tool)
+        echo "libcli11-dev hasHeader CLI/CLI.hpp"
+        echo "libfmt-dev hasHeader fmt/format.h"
+        echo "nlohmann-json3-dev hasHeader nlohmann/json.hpp"
+        ;;
+    tests) echo "libgtest-dev hasHeader gtest/gtest.h" ;;
+    clang) echo "clang hasCommand clang++" ;;
+    fuzz)
+        echo "clang hasCommand clang++"
+        echo "libclang-rt-dev hasClangRuntime"
+        ;;
+    format) echo "clang-format-14 hasCommand clang-format-14" ;;
+    tidy) echo "clang-tidy-14 hasCommand clang-tidy-14" ;;
+    bench)
+        echo "libbenchmark-dev hasHeader benchmark/benchmark.h"
+        echo "pkg-config hasCommand pkg-config"
+        echo "libavcodec-dev hasHeader libavcodec/avcodec.h"
+        echo "libgstreamer-plugins-bad1.0-dev hasHeader gstreamer-1.0/gst/codecparsers/gsth264parser.h"
+        ;;
+    ffmpeg) echo "ffmpeg hasCommand ffmpeg" ;;
+    abi) echo "abigail-tools hasCommand abidiff" ;;
+    *)
+        echo "setup.sh: unknown purpose: $1" >&2
+        return 1
+        ;;
+    esac
+}
+
+findMissing() {
+    local requirements package question
+    missing=()
+    for purpose in "$@"; do
+        requirements=$(requirementsOf "$purpose")
+        while read -r package question; do
+            $question 2>/dev/null || missing+=("$package")
+        done <<<"$requirements"
+    done
+}
+
+install() {
+    local asRoot=() log
+    hasCommand apt-get || return 1
+    if [ "$(id -u)" != 0 ]; then
+        hasCommand sudo && sudo -n true 2>/dev/null || return 1
+        asRoot=(sudo -n)
+    fi
+    log=$(mktemp)
+    local apt=("${asRoot[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -y -o DPkg::Lock::Timeout=300)
+    if ! { "${apt[@]}" update && "${apt[@]}" install --no-install-recommends "$@"; } </dev/null >"$log" 2>&1; then
+        cat "$log" >&2
+        rm -f "$log"
+        return 1
+    fi
+    rm -f "$log"
+}
+
+findMissing "$@"
+if [ ${#missing[@]} -gt 0 ]; then
+    packages=("${missing[@]}")
+    install "${packages[@]}" || true
+    findMissing "$@"
+fi
+if [ ${#missing[@]} -gt 0 ]; then
+    echo "Missing, and not installed from here: ${missing[*]} (names of Debian packages)." >&2
+    echo "Install with: apt-get install ${missing[*]}" >&2
+    exit 1
+fi
