@@ -1,0 +1,65 @@
+#include "VideoQueue/HeapBuffer.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace videoparams::heap {
+
+namespace {
+
+// Stands in front of every block, and keeps the block's alignment.
+struct alignas(std::max_align_t) BlockHeader
+{
+    size_t size;
+};
+
+BlockHeader* HeaderOf(void* block)
+{
+    return static_cast<BlockHeader*>(block) - 1;
+}
+
+void* Finish(void* memory, size_t size)
+{
+    if (memory == nullptr)
+        return nullptr;
+    auto* const header = static_cast<BlockHeader*>(memory);
+    header->size = size;
+    return header + 1;
+}
+
+bool Fits(uint64_t size)
+{
+    return size <= SIZE_MAX - sizeof(BlockHeader);
+}
+
+}  // namespace
+
+void* AllocateBlock(uint64_t size)
+{
+    if (!Fits(size))
+        return nullptr;
+    return Finish(std::malloc(static_cast<size_t>(size) + sizeof(BlockHeader)), static_cast<size_t>(size));
+}
+
+void* GrowBlock(void* block, uint64_t size)
+{
+    if (block == nullptr)
+        return AllocateBlock(size);
+    BlockHeader* const header = HeaderOf(block);
+    if (size <= header->size)
+        return block;
+    // Half as much again, so that many small steps cost little more than the bytes.
+    const uint64_t generous = std::max(size, uint64_t{header->size} + header->size / 2);
+    if (!Fits(generous))
+        return nullptr;
+    const auto newSize = static_cast<size_t>(generous);
+    return Finish(std::realloc(header, newSize + sizeof(BlockHeader)), newSize);
+}
+
+void FreeBlock(void* block)
+{
+    if (block != nullptr)
+        std::free(HeaderOf(block));
+}
+
+}  // namespace videoparams::heap
