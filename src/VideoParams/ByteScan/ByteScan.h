@@ -1,0 +1,11 @@
+#pragma once
+
+namespace videoparams {
+
+// The two searches that the speed of the library rests on. Both return the address of the first match that
+// lies wholly in [begin, end), or `end`. No byte outside is read.
+
+const unsigned char* FindStartCodePrefix(const unsigned char* begin, const unsigned char* end);  // 00 00 01
+const unsigned char* FindZeroPair(const unsigned char* begin, const unsigned char* end);         // 00 00
+
+}  // namespace videoparams
