@@ -1,0 +1,115 @@
+#include "VideoParams/ParseAVCParams.h"
+#include "VideoQueue/HeapBuffer.h"
+
+namespace videoparams {
+
+namespace {
+
+constexpr unsigned char StartCode[] = {0, 0, 0, 1};
+
+bool BeginsWithStartCode(const unsigned char* bytes, uint32_t size)
+{
+    if (size < 3 || bytes[0] != 0 || bytes[1] != 0)
+        return false;
+    return bytes[2] == 1 || (bytes[2] == 0 && size >= 4 && bytes[3] == 1);
+}
+
+}  // namespace
+
+// Both are held before either is read: what cannot be read may still serve a decoder.
+Result CParseAVCParams::SetParameterSetData(unsigned char* sps, uint32_t spsSize, unsigned char* pps,
+                                            uint32_t ppsSize)
+{
+    if (HoldUnit(HeldSps(), sps, spsSize) != ResultOk || HoldUnit(HeldPps(), pps, ppsSize) != ResultOk)
+        return ResultFailed;
+
+    Result result = OpenHeldUnit(HeldSps());
+    if (result == ResultOk)
+        result = ReadSequenceParameterSetData(&parameterSetInfo);
+    if (result == ResultOk)
+        result = OpenHeldUnit(HeldPps());
+    if (result == ResultOk)
+        result = ReadPictureParameterSetData(&parameterSetInfo);
+    EndScan();
+    return result;
+}
+
+Result CParseAVCParams::HoldUnit(HeldParameterSet held, const unsigned char* unit, uint32_t unitSize)
+{
+    const uint32_t startCodeLength = BeginsWithStartCode(unit, unitSize) ? 0 : sizeof StartCode;
+    const uint64_t needed = uint64_t{unitSize} + startCodeLength;
+    if (!MakeRoom(held.data, held.capacity, needed, needed))
+        return ResultFailed;
+    held.length = 0;
+    ByteSink copy{held.data, held.capacity, held.length};
+    copy.Append(StartCode, startCodeLength);
+    copy.Append(unit, unitSize);
+    return ResultOk;
+}
+
+// The bit reader then stands behind the unit header; the type is not looked at.
+Result CParseAVCParams::OpenHeldUnit(HeldParameterSet held)
+{
+    const unsigned char* unit = nullptr;
+    uint32_t unitSize = 0;
+    const unsigned char* rbsp = nullptr;
+    uint32_t rbspSize = 0;
+    SetData(held.data, held.length);
+    GetNalData(&unit, &unitSize, &rbsp, &rbspSize);
+    if (rbspSize == 0)
+        return ResultFailed;
+    InitReadData(rbsp, rbspSize);
+    return ReadNalHeader(avcRules).forbidden_zero_bit == 1 ? ResultFailed : ResultOk;
+}
+
+Result CParseAVCParams::GetParameterSetData(unsigned char* data, uint32_t size, ParameterSetData* sets)
+{
+    if (data == nullptr || size == 0 || sets == nullptr)
+        return ResultFailed;
+    SetData(data, size);
+    parameterSets.spsSize = 0;
+    parameterSets.ppsSize = 0;
+    *sets = ParameterSetData{};
+    bool copied = true;
+    const Result result = CopyParameterSets(copied);
+    EndScan();
+    if (!copied)
+        return ResultFailed;
+    if (parameterSets.spsSize != 0) {
+        sets->sps = parameterSets.sps;
+        sets->spsSize = parameterSets.spsSize;
+    }
+    if (parameterSets.ppsSize != 0) {
+        sets->pps = parameterSets.pps;
+        sets->ppsSize = parameterSets.ppsSize;
+    }
+    return result;
+}
+
+// The last of each kind stays. `copied` becomes false when memory runs out.
+Result CParseAVCParams::CopyParameterSets(bool& copied)
+{
+    while (true) {
+        uint32_t nal_unit_type = NoType;
+        const Result result = LocateNextUnit(avcRules, nal_unit_type);
+        if (openUnit.size == 0)
+            return result;
+        if (nal_unit_type == AvcUnitSps)
+            copied = CopyUnitTo({parameterSets.sps, spsBlockSize, parameterSets.spsSize});
+        else if (nal_unit_type == AvcUnitPps)
+            copied = CopyUnitTo({parameterSets.pps, ppsBlockSize, parameterSets.ppsSize});
+        if (!copied)
+            return ResultFailed;
+    }
+}
+
+bool CParseAVCParams::CopyUnitTo(HeldParameterSet block)
+{
+    if (!MakeRoom(block.data, block.capacity, openUnit.size, openUnit.size))
+        return false;
+    block.length = 0;
+    ByteSink{block.data, block.capacity, block.length}.Append(openUnit.data, openUnit.size);
+    return true;
+}
+
+}  // namespace videoparams
