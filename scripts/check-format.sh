@@ -1,12 +1,18 @@
 #!/usr/bin/env bash
-# Says which lines are not as .clang-format wants them; with --fix, puts them right.
+# Shows what .clang-format would change; with --fix, changes it.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 "$projectDir/scripts/setup.sh" format
-mode=(--dry-run --Werror)
-[ "${1:-}" = --fix ] && mode=(-i)
-
 cd "$projectDir"
-find include src tools examples tests bench fuzz -regextype egrep -regex '.*\.(c|cpp|h|hpp)' -print0 |
-    xargs -0 clang-format-14 "${mode[@]}"
+mapfile -t files < <(find include src tools examples tests bench fuzz -regextype egrep -regex '.*\.(c|cpp|h|hpp)' | sort)
+
+if [ "${1:-}" = --fix ]; then
+    clang-format-14 -i "${files[@]}"
+    exit
+fi
+status=0
+for file in "${files[@]}"; do
+    clang-format-14 "$file" | diff -u --label "$file" --label "$file as it should be" "$file" - || status=1
+done
+exit $status

@@ -8,5 +8,8 @@ build clang clang  # for its compilation database
 
 cd "$projectDir"
 find src tools -name '*.cpp' >"$buildRoot/tidy.files"
-quietly "$buildRoot/tidy.log" xargs -a "$buildRoot/tidy.files" -P "$cores" -n 2 \
-    clang-tidy-14 -p "$buildRoot/clang" --quiet --warnings-as-errors='*'
+if ! xargs -a "$buildRoot/tidy.files" -P "$cores" -n 2 \
+    clang-tidy-14 -p "$buildRoot/clang" --quiet --warnings-as-errors='*' >"$buildRoot/tidy.log" 2>&1; then
+    grep -v 'warnings generated' "$buildRoot/tidy.log" >&2
+    exit 1
+fi

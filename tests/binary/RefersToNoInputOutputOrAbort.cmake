@@ -10,7 +10,7 @@ list(TRANSFORM imports REPLACE "^ UND _*" "")
 list(FILTER imports INCLUDE REGEX
     "^(f?open|f?close|f?read|f?write|printf|[a-z]*printf_chk|puts|putchar|perror|fput[cs]|socket|send|recv|getenv|\
 abort|exit|_?Exit|quick_exit|assert_fail|raise|kill|signal|system|exec[a-z]*|fork|pthread_create|syslog|\
-ZSt(4cout|4cerr|3cin|9terminatev)|ZNSo.*|ZSt16__ostream_insert.*|\
+ZSt(4cout|4cerr|3cin|9terminatev)|ZNSt8ios_base.*|ZNSo.*|ZSt16__ostream_insert.*|\
 ZNSt(13basic_filebuf|14basic_[io]fstream|13basic_fstream|6thread).*)$")
 if(imports)
     message(FATAL_ERROR "the library refers to: ${imports}")
