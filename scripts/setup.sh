@@ -29,7 +29,10 @@ requirementsOf() {
         echo "libfmt-dev hasHeader fmt/format.h"
         echo "nlohmann-json3-dev hasHeader nlohmann/json.hpp"
         ;;
-    tests) echo "libgtest-dev hasHeader gtest/gtest.h" ;;
+    tests)
+        echo "libgtest-dev hasHeader gtest/gtest.h"
+        echo "pkg-config hasCommand pkg-config"
+        ;;
     clang) echo "clang hasCommand clang++" ;;
     fuzz)
         echo "clang hasCommand clang++"
