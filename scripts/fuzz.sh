@@ -19,7 +19,10 @@ build fuzz fuzz
 findings=$buildRoot/fuzz-findings
 mkdir -p "$findings"
 dictionary=()
-[ -e "$projectDir/fuzz/annexb.dict" ] && dictionary=("-dict=$projectDir/fuzz/annexb.dict")
+if compgen -G "$projectDir/fuzz/*.dict" >/dev/null; then
+    cat "$projectDir"/fuzz/*.dict >"$buildRoot/fuzz.dict"
+    dictionary=("-dict=$buildRoot/fuzz.dict")
+fi
 
 for name in "${names[@]}"; do
     corpus=$buildRoot/fuzz-corpus/$name

@@ -56,12 +56,12 @@ requirementsOf() {
 }
 
 findMissing() {
-    local requirements package question
+    local purpose requirements package question
     missing=()
     for purpose in "$@"; do
         requirements=$(requirementsOf "$purpose")
         while read -r package question; do
-            $question 2>/dev/null || missing+=("$package")
+            $question 2>/dev/null || [[ " ${missing[*]} " == *" $package "* ]] || missing+=("$package")
         done <<<"$requirements"
     done
 }
@@ -85,8 +85,7 @@ install() {
 
 findMissing "$@"
 if [ ${#missing[@]} -gt 0 ]; then
-    packages=("${missing[@]}")
-    install "${packages[@]}" || true
+    install "${missing[@]}" || true
     findMissing "$@"
 fi
 if [ ${#missing[@]} -gt 0 ]; then
