@@ -1,0 +1,127 @@
+#include "support/AvcStream.h"
+
+namespace videoparams::test {
+
+void AvcSps::WriteTo(BitWriter& writer) const
+{
+    writer.U(8, profile_idc).U(8, 0).U(8, 40);  // constraint flags, level_idc
+    writer.Ue(seq_parameter_set_id);
+    if (profile_idc != 66 && profile_idc != 77 && profile_idc != 88) {
+        writer.Ue(chroma_format_idc);
+        if (chroma_format_idc == 3)
+            writer.U(1, separate_colour_plane_flag);
+        writer.Ue(2).Ue(1).U(1, 0);  // bit depths, qpprime_y_zero_transform_bypass_flag
+        writer.U(1, !scalingLists.empty());
+        for (const std::vector<int32_t>& list : scalingLists) {
+            writer.U(1, !list.empty());
+            for (const int32_t delta_scale : list)
+                writer.Se(delta_scale);
+        }
+    }
+    writer.Ue(log2_max_frame_num_minus4);
+    writer.Ue(pic_order_cnt_type);
+    if (pic_order_cnt_type == 0) {
+        writer.Ue(log2_max_pic_order_cnt_lsb_minus4);
+    } else if (pic_order_cnt_type == 1) {
+        writer.U(1, delta_pic_order_always_zero_flag);
+        writer.Se(-1).Se(2);  // offset_for_non_ref_pic, offset_for_top_to_bottom_field
+        writer.Ue(static_cast<uint32_t>(offset_for_ref_frame.size()));
+        for (const int32_t offset : offset_for_ref_frame)
+            writer.Se(offset);
+    }
+    writer.Ue(4);  // max_num_ref_frames
+    writer.U(1, gaps_in_frame_num_value_allowed_flag);
+    writer.Ue(pic_width_in_mbs_minus1).Ue(pic_height_in_map_units_minus1);
+    writer.U(1, frame_mbs_only_flag);
+    if (!frame_mbs_only_flag)
+        writer.U(1, 1);  // mb_adaptive_frame_field_flag
+    writer.U(1, 1);      // direct_8x8_inference_flag
+    writer.U(1, cropping.has_value());
+    if (cropping)
+        writer.Ue(cropping->left).Ue(cropping->right).Ue(cropping->top).Ue(cropping->bottom);
+    writer.Mark("size");
+    writer.U(1, vui.has_value());
+    if (vui) {
+        vui->description.WriteTo(writer);
+        writer.U(1, vui->timing.has_value());
+        if (vui->timing)
+            writer.U(32, vui->timing->num_units_in_tick).U(32, vui->timing->time_scale).U(1, 1);
+        writer.Mark("timing");
+        writer.U(1, 0).U(1, 0).U(1, 1).U(1, 0);  // HRD parameters, pic_struct, bitstream_restriction
+    }
+    writer.TrailingBits();
+}
+
+Bytes AvcSps::Write(StartCode startCode) const
+{
+    BitWriter writer;
+    WriteTo(writer);
+    return AvcUnit(7, writer.Written(), 3, startCode);
+}
+
+void AvcPps::WriteTo(BitWriter& writer) const
+{
+    writer.Ue(pic_parameter_set_id).Ue(seq_parameter_set_id);
+    writer.U(1, 1);  // entropy_coding_mode_flag
+    writer.U(1, bottom_field_pic_order_in_frame_present_flag);
+    writer.Mark("read");
+    writer.Ue(0).Ue(2).Ue(1);        // slice groups, reference index counts
+    writer.U(1, 0).U(2, 0);          // weighted prediction
+    writer.Se(-3).Se(0).Se(1);       // quantisation parameters
+    writer.U(1, 1).U(1, 0).U(1, 0);  // deblocking control, constrained intra, redundant_pic_cnt
+    writer.TrailingBits();
+}
+
+Bytes AvcPps::Write(StartCode startCode) const
+{
+    BitWriter writer;
+    WriteTo(writer);
+    return AvcUnit(8, writer.Written(), 3, startCode);
+}
+
+void AvcSlice::WriteTo(BitWriter& writer, const AvcSps& sps, const AvcPps& pps) const
+{
+    writer.Ue(first_mb_in_slice).Ue(slice_type).Ue(pic_parameter_set_id);
+    if (sps.separate_colour_plane_flag)
+        writer.U(2, colour_plane_id);
+    writer.U(sps.log2_max_frame_num_minus4 + 4, frame_num);
+    if (!sps.frame_mbs_only_flag) {
+        writer.U(1, field_pic_flag);
+        if (field_pic_flag)
+            writer.U(1, bottom_field_flag);
+    }
+    if (nal_unit_type == 5)
+        writer.Ue(idr_pic_id);
+    const bool bottomIsCoded = pps.bottom_field_pic_order_in_frame_present_flag && !field_pic_flag;
+    if (sps.pic_order_cnt_type == 0) {
+        writer.U(sps.log2_max_pic_order_cnt_lsb_minus4 + 4, pic_order_cnt_lsb);
+        if (bottomIsCoded)
+            writer.Se(delta_pic_order_cnt_bottom);
+    }
+    if (sps.pic_order_cnt_type == 1 && !sps.delta_pic_order_always_zero_flag) {
+        writer.Se(delta_pic_order_cnt[0]);
+        if (bottomIsCoded)
+            writer.Se(delta_pic_order_cnt[1]);
+    }
+    writer.Mark("read");
+    writer.Align(1).Append(sliceData).TrailingBits();
+}
+
+Bytes AvcSlice::Write(const AvcSps& sps, const AvcPps& pps, StartCode startCode) const
+{
+    BitWriter writer;
+    WriteTo(writer, sps, pps);
+    return AvcUnit(nal_unit_type, writer.Written(), nal_ref_idc, startCode);
+}
+
+Bytes AvcDelimiter(StartCode startCode)
+{
+    return AvcUnit(9, {0xF0}, 0, startCode);
+}
+
+Bytes AvcSei(const Bytes& messages, StartCode startCode)
+{
+    return AvcUnit(6, messages + Bytes{0x80}, 0, startCode);
+}
+
+}  // namespace videoparams::test

@@ -1,0 +1,84 @@
+#pragma once
+
+#include "support/VideoDescription.h"
+
+#include <vector>
+
+namespace videoparams::test {
+
+struct AvcCropping
+{
+    uint32_t left = 0;
+    uint32_t right = 0;
+    uint32_t top = 0;
+    uint32_t bottom = 0;
+};
+
+struct AvcVui
+{
+    VideoDescription description{};
+    std::optional<Timing> timing{};
+};
+
+// seq_parameter_set_rbsp(). Marks: "size", "colour", "timing".
+struct AvcSps
+{
+    uint32_t profile_idc = 77;
+    uint32_t seq_parameter_set_id = 0;
+    uint32_t chroma_format_idc = 1;  // this and the next two are written for profile_idc 100 and its kin
+    uint32_t separate_colour_plane_flag = 0;
+    std::vector<std::vector<int32_t>> scalingLists{};  // the delta_scale of each; an empty one is not present
+    uint32_t log2_max_frame_num_minus4 = 0;
+    uint32_t pic_order_cnt_type = 0;
+    uint32_t log2_max_pic_order_cnt_lsb_minus4 = 0;
+    uint32_t delta_pic_order_always_zero_flag = 0;
+    std::vector<int32_t> offset_for_ref_frame{};
+    uint32_t gaps_in_frame_num_value_allowed_flag = 0;
+    uint32_t pic_width_in_mbs_minus1 = 9;
+    uint32_t pic_height_in_map_units_minus1 = 5;
+    uint32_t frame_mbs_only_flag = 1;
+    std::optional<AvcCropping> cropping{};
+    std::optional<AvcVui> vui{};
+
+    void WriteTo(BitWriter& writer) const;
+    Bytes Write(StartCode startCode = StartCode::FourBytes) const;
+};
+
+// pic_parameter_set_rbsp(). Marks: "read", behind what slice headers need.
+struct AvcPps
+{
+    uint32_t pic_parameter_set_id = 0;
+    uint32_t seq_parameter_set_id = 0;
+    uint32_t bottom_field_pic_order_in_frame_present_flag = 0;
+
+    void WriteTo(BitWriter& writer) const;
+    Bytes Write(StartCode startCode = StartCode::FourBytes) const;
+};
+
+// slice_header() up to the picture order count, and some slice data. Marks: "read".
+struct AvcSlice
+{
+    uint32_t nal_unit_type = 1;  // 2: partition A
+    uint32_t nal_ref_idc = 1;
+    uint32_t first_mb_in_slice = 0;
+    uint32_t slice_type = 7;
+    uint32_t pic_parameter_set_id = 0;
+    uint32_t colour_plane_id = 0;
+    uint32_t frame_num = 0;
+    uint32_t field_pic_flag = 0;
+    uint32_t bottom_field_flag = 0;
+    uint32_t idr_pic_id = 0;
+    uint32_t pic_order_cnt_lsb = 0;
+    int32_t delta_pic_order_cnt_bottom = 0;
+    int32_t delta_pic_order_cnt[2] = {0, 0};
+    Bytes sliceData = {0xB5, 0x6A};
+
+    void WriteTo(BitWriter& writer, const AvcSps& sps = {}, const AvcPps& pps = {}) const;
+    Bytes Write(const AvcSps& sps = {}, const AvcPps& pps = {},
+                StartCode startCode = StartCode::FourBytes) const;
+};
+
+Bytes AvcDelimiter(StartCode startCode = StartCode::FourBytes);
+Bytes AvcSei(const Bytes& messages = {1, 1, 0x2A}, StartCode startCode = StartCode::FourBytes);
+
+}  // namespace videoparams::test

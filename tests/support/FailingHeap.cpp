@@ -1,0 +1,113 @@
+#include "support/FailingHeap.h"
+
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+
+namespace videoparams::test {
+
+namespace {
+
+thread_local FailingHeap* watching = nullptr;
+
+}  // namespace
+
+FailingHeap::Watch::Watch(FailingHeap& heap)
+{
+    watching = &heap;
+}
+
+FailingHeap::Watch::~Watch()
+{
+    watching = nullptr;
+}
+
+bool FailingHeap::Refuses()
+{
+    if (watching == nullptr)
+        return false;
+    const uint64_t number = ++watching->allocations;
+    const uint64_t failAt = watching->allocationToFail;
+    return failAt != 0 && (watching->failure == Failure::Once ? number == failAt : number >= failAt);
+}
+
+void FailingHeap::CountBlocks(int64_t change)
+{
+    if (watching != nullptr)
+        watching->blocksLeft += change;
+}
+
+}  // namespace videoparams::test
+
+using videoparams::test::FailingHeap;
+
+// The names that the linker gives to the wrapped functions and to what they take the place of.
+extern "C" {
+
+void* __real_malloc(size_t size);
+void* __real_calloc(size_t count, size_t size);
+void* __real_realloc(void* block, size_t size);
+void __real_free(void* block);
+
+void* __wrap_malloc(size_t size)
+{
+    if (FailingHeap::Refuses())
+        return nullptr;
+    FailingHeap::CountBlocks(1);
+    return __real_malloc(size);
+}
+
+void* __wrap_calloc(size_t count, size_t size)
+{
+    if (FailingHeap::Refuses())
+        return nullptr;
+    FailingHeap::CountBlocks(1);
+    return __real_calloc(count, size);
+}
+
+void* __wrap_realloc(void* block, size_t size)
+{
+    if (FailingHeap::Refuses())
+        return nullptr;
+    if (block == nullptr)
+        FailingHeap::CountBlocks(1);
+    return __real_realloc(block, size);
+}
+
+void __wrap_free(void* block)
+{
+    if (block != nullptr)
+        FailingHeap::CountBlocks(-1);
+    __real_free(block);
+}
+
+}  // extern "C"
+
+// The array forms of the standard library call these.
+void* operator new(size_t size)
+{
+    void* const block = std::malloc(size);
+    if (block == nullptr)
+        throw std::bad_alloc();
+    return block;
+}
+
+void* operator new(size_t size, const std::nothrow_t&) noexcept
+{
+    return std::malloc(size);
+}
+
+void operator delete(void* block) noexcept
+{
+    std::free(block);
+}
+
+void operator delete(void* block, size_t) noexcept
+{
+    std::free(block);
+}
+
+void operator delete(void* block, const std::nothrow_t&) noexcept
+{
+    std::free(block);
+}

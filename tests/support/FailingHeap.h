@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstdint>
+
+namespace videoparams::test {
+
+// Counts the allocations of chosen calls on this thread, and lets one of them fail.
+class FailingHeap
+{
+public:
+    enum class Failure
+    {
+        Once,
+        ForGood,  // and every one behind it
+    };
+
+    FailingHeap() = default;  // only counts
+    FailingHeap(uint64_t failAt, Failure kind) : allocationToFail(failAt), failure(kind) {}
+
+    // Allocations count from 1, over all calls.
+    template <typename Call>
+    auto During(Call call)
+    {
+        const Watch watch(*this);
+        return call();
+    }
+
+    uint64_t Allocations() const { return allocations; }
+    bool HasFailed() const { return allocationToFail != 0 && allocations >= allocationToFail; }
+    int64_t BlocksLeft() const { return blocksLeft; }  // allocated and not freed
+
+    // For the replaced allocation functions.
+    static bool Refuses();
+    static void CountBlocks(int64_t change);
+
+private:
+    class Watch
+    {
+    public:
+        explicit Watch(FailingHeap& heap);
+        ~Watch();
+        Watch(const Watch&) = delete;
+        Watch& operator=(const Watch&) = delete;
+    };
+
+    uint64_t allocationToFail = 0;
+    Failure failure = Failure::Once;
+    uint64_t allocations = 0;
+    int64_t blocksLeft = 0;
+};
+
+}  // namespace videoparams::test
