@@ -18,6 +18,7 @@ public:
     using Parser::GetNalData;
     using Parser::GetNalDataEx;
     using Parser::GetRbspData;
+    using Parser::GetRbspHead;
     using Parser::GetSE;
     using Parser::GetStartCode;
     using Parser::GetUE;

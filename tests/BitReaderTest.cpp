@@ -1,0 +1,160 @@
+#include "support/BitWriter.h"
+#include "support/PageBytes.h"
+#include "support/Probes.h"
+
+#include <gtest/gtest.h>
+
+namespace videoparams::test {
+
+namespace {
+
+class BitReader : public testing::Test
+{
+protected:
+    // Reads bytes that lie in front of a page that may not be touched.
+    void Begin(const Bytes& bytes)
+    {
+        page.emplace(bytes, SIZE_MAX, PageBytes::Side::End);
+        reader.InitReadData(page->data(), page->size());
+    }
+
+    // Bits consumed since the beginning.
+    size_t Position() const
+    {
+        return static_cast<size_t>(reader.readPtr - page->data()) * 8 + reader.readBitPos;
+    }
+
+    void ExpectAtEnd(bool pastEnd) const
+    {
+        EXPECT_EQ(reader.readPtr, page->end());
+        EXPECT_EQ(reader.readBytesLeft, 0u);
+        EXPECT_EQ(reader.readBitPos, 0u);
+        EXPECT_EQ(reader.readPastEnd, pastEnd);
+    }
+
+    Created<BaseProbe> reader;
+    std::optional<PageBytes> page;
+};
+
+}  // namespace
+
+TEST_F(BitReader, TakesBitsMostSignificantFirstAcrossBytes)
+{
+    Begin({0xA5, 0xAB, 0xCD, 0xEF, 0x12, 0x34, 0x56, 0x78});
+    EXPECT_EQ(reader.ReadData(1), 1u);
+    EXPECT_EQ(reader.ReadData(3), 2u);
+    EXPECT_EQ(reader.ReadData(0), 0u);
+    EXPECT_EQ(reader.ReadData(4), 5u);
+    EXPECT_EQ(reader.readBytesLeft, 7u);
+    EXPECT_EQ(reader.ReadData(4), 0xAu);
+    EXPECT_EQ(reader.ReadData(12), 0xBCDu);
+    EXPECT_EQ(Position(), 24u);
+    EXPECT_EQ(reader.ReadData(4), 0xEu);
+    EXPECT_EQ(reader.ReadData(32), 0xF1234567u);
+    EXPECT_EQ(reader.ReadData(4), 8u);
+    ExpectAtEnd(false);
+}
+
+TEST_F(BitReader, PointsAtTheByteWithTheNextUnreadBit)
+{
+    Begin({1, 2, 3});
+    reader.ReadData(9);
+    const unsigned char* at = nullptr;
+    EXPECT_EQ(reader.GetDataPtr(&at), ResultOk);
+    EXPECT_EQ(at, page->data() + 1);
+    reader.ReadData(7);
+    reader.GetDataPtr(&at);
+    EXPECT_EQ(at, page->data() + 2);
+}
+
+TEST_F(BitReader, ReadsZerosBehindTheEndAndSaysSoUntilInitialised)
+{
+    Begin({0xFF});
+    EXPECT_EQ(reader.ReadData(12), 0xFF0u);
+    ExpectAtEnd(true);
+    EXPECT_EQ(reader.ReadData(32), 0u);
+    EXPECT_EQ(reader.GetUE(), 0u);
+    EXPECT_EQ(reader.GetSE(), 0);
+    ExpectAtEnd(true);
+    Begin({0xFF});
+    EXPECT_FALSE(reader.readPastEnd);
+    EXPECT_EQ(reader.ReadData(0), 0u);
+    EXPECT_FALSE(reader.readPastEnd);
+    Begin({});
+    EXPECT_EQ(reader.ReadData(0), 0u);
+    ExpectAtEnd(false);
+    EXPECT_EQ(reader.ReadData(1), 0u);
+    ExpectAtEnd(true);
+}
+
+TEST_F(BitReader, OfMoreThan32BitsGivesTheLast32)
+{
+    Begin({0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77, 0x88, 0x99});
+    reader.ReadData(4);
+    EXPECT_EQ(reader.ReadData(43), 0x19A22AB3u);  // bits 15 to 46: 0, 33, 44, 55, 0110011
+    EXPECT_EQ(Position(), 47u);
+    EXPECT_EQ(reader.ReadData(40), 0xC44C8000u) << "25 bits and 15 zeros, the first 8 dropped";
+    ExpectAtEnd(true);
+    for (const uint32_t count : {33u, 100u, UINT32_MAX - 1, UINT32_MAX}) {
+        Begin({0xFF, 0xFF});
+        reader.ReadData(3);
+        EXPECT_EQ(reader.ReadData(count), count == 33 ? 0xFFF00000u : 0u);
+        ExpectAtEnd(true);
+    }
+}
+
+TEST_F(BitReader, ReadsExpGolombCodes)
+{
+    const struct
+    {
+        Bytes bytes;
+        uint32_t ue;
+        int32_t se;
+        size_t consumed;
+        bool pastEnd;
+    } cases[] = {
+        {{0x80}, 0, 0, 1, false},
+        {{0x40}, 1, 1, 3, false},
+        {{0x60}, 2, -1, 3, false},
+        {{0x20}, 3, 2, 5, false},
+        {{0x28}, 4, -2, 5, false},
+        {{0x10}, 7, 4, 7, false},
+        {{0, 0, 0, 1, 0, 0, 0, 0}, 0x7FFFFFFF, 0x40000000, 63, false},
+        {{0, 0, 0, 1, 0xFF, 0xFF, 0xFF, 0xFA}, 0xFFFFFFFC, -0x7FFFFFFE, 63, false},
+        {{0, 0, 0, 1, 0xFF, 0xFF, 0xFF, 0xFC}, 0xFFFFFFFD, INT32_MAX, 63, false},
+        {{0, 0, 0, 1, 0xFF, 0xFF, 0xFF, 0xFE}, 0xFFFFFFFE, -INT32_MAX, 63, false},
+        // Given up at the 32nd zero, whatever follows.
+        {{0, 0, 0, 0, 0x80, 0, 0, 0, 0, 0x80}, 0, 0, 32, true},
+        // The data end among the zeros; behind the 1; in the suffix.
+        {{0, 0}, 0, 0, 16, true},
+        {{0x01}, 127, 64, 8, true},
+        {{0x00, 0x01, 0xFF}, 32767 + 0x7F80, (32767 + 0x7F80 + 1) / 2, 24, true},
+    };
+    for (const auto& c : cases) {
+        Begin(c.bytes);
+        EXPECT_EQ(reader.GetUE(), c.ue) << Hex(c.bytes);
+        EXPECT_EQ(Position(), c.consumed) << Hex(c.bytes);
+        EXPECT_EQ(reader.readPastEnd, c.pastEnd) << Hex(c.bytes);
+        Begin(c.bytes);
+        EXPECT_EQ(reader.GetSE(), c.se) << Hex(c.bytes);
+        EXPECT_EQ(Position(), c.consumed) << Hex(c.bytes);
+    }
+}
+
+TEST_F(BitReader, ReadsBackWhatWasWritten)
+{
+    BitWriter writer;
+    for (uint32_t value = 0; value < 1100; ++value)
+        writer.Ue(value).U(value % 33, value).Se(static_cast<int32_t>(value) - 500);
+    Begin(writer.Written());
+    for (uint32_t value = 0; value < 1100; ++value) {
+        const uint32_t mask = value % 33 == 32 ? UINT32_MAX : (uint32_t{1} << value % 33) - 1;
+        ASSERT_EQ(reader.GetUE(), value);
+        ASSERT_EQ(reader.ReadData(value % 33), value & mask);
+        ASSERT_EQ(reader.GetSE(), static_cast<int32_t>(value) - 500);
+    }
+    EXPECT_EQ(Position(), writer.BitCount());
+    EXPECT_FALSE(reader.readPastEnd);
+}
+
+}  // namespace videoparams::test
