@@ -1,0 +1,128 @@
+"""Tests of the Python module on the streams of the library's own tests."""
+
+import json
+import pathlib
+import unittest
+
+import videoparams as vp
+
+STREAMS = pathlib.Path(__file__).resolve().parents[2] / "tests" / "streams"
+
+
+def streams():
+    for description in sorted(STREAMS.glob("*.json")):
+        for suffix, codec in ((".h264", vp.Codec.AVC), (".h265", vp.Codec.HEVC)):
+            path = description.with_suffix(suffix)
+            if path.exists():
+                yield path.stem, codec, path.read_bytes(), json.loads(description.read_text())
+
+
+def pieces(stream, size):
+    return (stream[i:i + size] for i in range(0, len(stream), size))
+
+
+def analyse(codec, parts):
+    with vp.Parser(codec) as parser:
+        reports = [parser.parse(part) for part in parts]
+        reports.append(parser.flush())
+    return [report for report in reports if report is not None]
+
+
+class AnalysisTest(unittest.TestCase):
+    def test_reports_what_other_programs_say(self):
+        for name, codec, stream, wanted in streams():
+            with self.subTest(name):
+                reports = analyse(codec, vp.units([stream]))
+                self.assertEqual(len(reports), wanted["accessUnits"]["number"])
+                keys = [i for i, report in enumerate(reports) if report.key_frame]
+                self.assertEqual(keys, wanted["accessUnits"]["keyFrames"])
+                described = [report.sequence for report in reports if report.sequence is not None]
+                self.assertIn((wanted["width"], wanted["height"]), [(each.width, each.height) for each in described])
+
+    def test_pieces_of_any_size_give_the_same_units(self):
+        for name, _, stream, _ in streams():
+            whole = list(vp.units([stream]))
+            self.assertEqual(b"".join(whole), stream, name)
+            for size in (1, 2, 3, 7, 1000):
+                if size > 3 or len(stream) < 20000:
+                    self.assertEqual(list(vp.units(pieces(stream, size))), whole, (name, size))
+
+    def test_units_at_the_edges(self):
+        cases = {
+            b"": [],
+            b"\0\0\1\x09": [],
+            b"\0\0\1\x09\x10": [b"\0\0\1\x09\x10"],
+            b"\0\0\0\0\1\x09": [b"\0\0\0\1\x09"],
+            b"\0\0\1\0\0\1\x65\xab": [b"\0\0\1", b"\0\0\1\x65\xab"],
+            b"x\0\0\1\x65\xab\0\0\0\0\1\x41\0\0\1\xaa": [b"\0\0\1\x65\xab\0", b"\0\0\0\1\x41\0\0\1\xaa"],
+        }
+        for stream, wanted in cases.items():
+            for size in range(1, len(stream) + 1):
+                self.assertEqual(list(vp.units(pieces(stream, size))), wanted, (stream, size))
+
+
+class QueriesTest(unittest.TestCase):
+    def setUp(self):
+        self.stream = (STREAMS / "avc-bframes.h264").read_bytes()
+
+    def test_units_are_views_of_the_callers_bytes(self):
+        with vp.Parser(vp.Codec.AVC) as parser:
+            for data in (self.stream, bytearray(self.stream), memoryview(self.stream)[0:]):
+                split = parser.split(data)
+                self.assertEqual(b"".join(split), self.stream)
+                measured = parser.nal_units(data)
+                self.assertEqual([unit.data for unit in measured], split)
+                self.assertTrue(all((unit.slice_header_length > 0) == unit.is_slice for unit in measured))
+                self.assertIs(split[0].obj, data if not isinstance(data, memoryview) else self.stream)
+
+    def test_samples(self):
+        reports = analyse(vp.Codec.AVC, vp.units([self.stream]))
+        with vp.Parser(vp.Codec.AVC) as parser:
+            tests = [parser.test_sample(report.data) for report in reports]
+            self.assertFalse(any(test.error for test in tests))
+            self.assertTrue(tests[0].is_intra and tests[0].is_frame)
+            self.assertIn(parser.picture_type(reports[0].data), (vp.PictureType.I, vp.PictureType.ALL_I))
+            del reports[1]
+            cut = [parser.test_sample(report.data).error for report in reports]
+            self.assertEqual(cut.count(True), 1)
+            self.assertIsNone(parser.picture_type(b"\0\0\1\x09\x10"))
+
+    def test_parameter_sets_go_from_one_parser_to_another(self):
+        with vp.Parser(vp.Codec.AVC) as parser, vp.Parser(vp.Codec.AVC) as other:
+            sets = parser.parameter_sets(self.stream)
+            other.set_parameter_sets(sets.sps, sets.pps)
+            bare = b"".join(unit.data for unit in parser.nal_units(self.stream) if unit.is_slice)
+            for unit in vp.units([bare]):
+                report = other.parse(unit)
+                if report is not None:
+                    break
+            self.assertTrue(report.data.startswith(sets.sps + sets.pps))
+            self.assertEqual(parser.parameter_sets(b"\0\0\1\x09\x10"), vp.ParameterSets(None, None))
+
+    def test_errors(self):
+        with vp.Parser(vp.Codec.AVC) as parser:
+            self.assertRaises(vp.Error, parser.parse, b"no start code")
+            self.assertRaises(vp.Error, parser.set_parameter_sets, b"", b"x")
+            self.assertIsNone(parser.parse(b""))
+        self.assertRaises(vp.Error, parser.parse, self.stream)  # closed
+        with vp.Parser(vp.Codec.HEVC) as parser:
+            self.assertIsNone(parser.test_sample(self.stream))
+            self.assertIsNone(parser.picture_type(self.stream))
+
+
+class UserDataTest(unittest.TestCase):
+    def test_round_trip(self):
+        for name, codec, stream, _ in streams():
+            accessUnit = analyse(codec, vp.units([stream]))[0].data
+            with vp.UserDataEditor(codec) as editor:
+                plain = editor.remove(accessUnit)
+                for userData in (b"", b"\0\0\1", bytes(range(256)) * 3):
+                    edited = editor.add(plain, userData)
+                    self.assertEqual(editor.get(edited), userData, name)
+                    self.assertEqual(editor.remove(edited), plain, name)
+                self.assertIsNone(editor.get(plain))
+                self.assertRaises(vp.Error, editor.add, b"\0\0\1\x68\x10", b"no place")
+
+
+if __name__ == "__main__":
+    unittest.main()
