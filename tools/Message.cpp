@@ -1,0 +1,15 @@
+#include "Message.h"
+
+#include <cstdio>
+#include <fmt/format.h>
+
+namespace tool {
+
+// The results so far come first where both go to one terminal or file.
+void Complain(const std::string& text)
+{
+    std::fflush(stdout);
+    fmt::print(stderr, "videoparams: {}\n", text);
+}
+
+}  // namespace tool
