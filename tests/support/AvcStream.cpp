@@ -2,11 +2,25 @@
 
 namespace videoparams::test {
 
+namespace {
+
+// 7.3.2.1.1: the values of profile_idc with which the chroma format and what follows it are coded
+bool CodesChromaFormat(uint32_t profile_idc)
+{
+    for (const uint32_t value : {100u, 110u, 122u, 244u, 44u, 83u, 86u, 118u, 128u, 138u, 139u, 134u}) {
+        if (profile_idc == value)
+            return true;
+    }
+    return false;
+}
+
+}  // namespace
+
 void AvcSps::WriteTo(BitWriter& writer) const
 {
     writer.U(8, profile_idc).U(8, 0).U(8, 40);  // constraint flags, level_idc
     writer.Ue(seq_parameter_set_id);
-    if (profile_idc != 66 && profile_idc != 77 && profile_idc != 88) {
+    if (CodesChromaFormat(profile_idc)) {
         writer.Ue(chroma_format_idc);
         if (chroma_format_idc == 3)
             writer.U(1, separate_colour_plane_flag);

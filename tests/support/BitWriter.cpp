@@ -20,7 +20,7 @@ BitWriter& BitWriter::U(unsigned count, uint64_t value)
     for (unsigned i = count; i-- > 0;) {
         if (bitCount % 8 == 0)
             bytes.push_back(0);
-        const auto bit = static_cast<unsigned>(value >> i & 1);
+        const auto bit = i < 64 ? static_cast<unsigned>(value >> i & 1) : 0;
         bytes.back() = static_cast<unsigned char>(bytes.back() | bit << (7 - bitCount % 8));
         ++bitCount;
     }

@@ -23,6 +23,8 @@ public:
     using Parser::GetStartCode;
     using Parser::GetUE;
     using Parser::InitReadData;
+    using Parser::OpenNextUnit;
+    using Parser::openUnit;
     using Parser::ReadData;
     using Parser::Reset;
     using Parser::SetData;
@@ -122,7 +124,7 @@ public:
 
     explicit Created(Family made = Family::Parse) : family(made)
     {
-        result = family == Family::Parse ? Probe::Create() : Probe::UserDataCreate();
+        createResult = family == Family::Parse ? Probe::Create() : Probe::UserDataCreate();
     }
 
     ~Created() override
@@ -136,11 +138,11 @@ public:
     Created(const Created&) = delete;
     Created& operator=(const Created&) = delete;
 
-    Result CreateResult() const { return result; }
+    Result CreateResult() const { return createResult; }
 
 private:
     Family family;
-    Result result = ResultFailed;
+    Result createResult = ResultFailed;
 };
 
 }  // namespace videoparams::test

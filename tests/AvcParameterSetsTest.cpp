@@ -1,0 +1,318 @@
+#include "support/AvcStream.h"
+#include "support/FailingHeap.h"
+#include "support/PageBytes.h"
+#include "support/Probes.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
+
+namespace videoparams::test {
+
+namespace {
+
+using Parser = Created<AvcProbe>;
+
+constexpr uint32_t Huge = UINT32_MAX - 1;  // the largest ue(v)
+
+VideoInfo UnwrittenInfo()
+{
+    VideoInfo info;
+    std::memset(&info, 0xAB, sizeof info);
+    return info;
+}
+
+bool IsSame(const VideoInfo& a, const VideoInfo& b)
+{
+    return std::memcmp(&a, &b, sizeof a) == 0;
+}
+
+// Reads the first bits of a set. Data end with a whole byte, so the reader steps over some bits in front.
+template <typename Set>
+Result ReadFirst(size_t bits, const Set& set, Parser& parser, Result (AvcProbe::*read)(VideoInfo*),
+                 VideoInfo* info)
+{
+    const auto inFront = static_cast<unsigned>((8 - bits % 8) % 8);
+    BitWriter writer;
+    writer.U(inFront, 0);
+    set.WriteTo(writer);
+    const PageBytes rbsp = AtPageEnd(writer.Written(), (inFront + bits) / 8);
+    parser.InitReadData(rbsp.data(), rbsp.size());
+    parser.ReadData(inFront);
+    return (parser.*read)(info);
+}
+
+template <typename Set>
+BitWriter Write(const Set& set)
+{
+    BitWriter writer;
+    set.WriteTo(writer);
+    return writer;
+}
+
+VideoInfo ReadSps(Parser& parser, const AvcSps& sps)
+{
+    VideoInfo info = UnwrittenInfo();
+    EXPECT_EQ(ReadFirst(Write(sps).BitCount(), sps, parser, &AvcProbe::ReadSequenceParameterSetData, &info),
+              ResultOk);
+    return info;
+}
+
+void ReadPps(Parser& parser, const AvcPps& pps)
+{
+    EXPECT_EQ(ReadFirst(Write(pps).BitCount(), pps, parser, &AvcProbe::ReadPictureParameterSetData, nullptr),
+              ResultOk);
+}
+
+using Colour = std::array<uint32_t, 7>;
+
+void SetColour(VideoInfo& info, const Colour& colour)
+{
+    std::memcpy(&info.video_signal_type_present_flag, colour.data(), sizeof colour);
+}
+
+void SetTiming(VideoInfo& info, uint32_t numerator, uint32_t denominator)
+{
+    info.frameRateNumerator = numerator;
+    info.frameRateDenominator = denominator;
+}
+
+const AvcVui fullVui = {
+    .description = {.aspectRatio = SampleAspectRatio{255, 4, 3},
+                    .overscan_appropriate_flag = 1,
+                    .signalType = VideoSignalType{3, 1, ColourDescription{9, 16, 10}},
+                    .chroma_sample_loc_type = 2},
+    .timing = Timing{1001, 60000},
+};
+
+struct Described
+{
+    const char* what;
+    AvcSps sps;
+    uint32_t width = 160;
+    uint32_t height = 96;
+};
+
+const AvcCropping cropping = {1, 2, 3, 4};
+const std::vector<int32_t> sixteen = {1, -1, 2, -2, 3, -3, 4, -4, 5, -5, 6, -6, 7, -7, 0, 120};
+
+const Described described[] = {
+    {"plain", {}},
+    {"wide frame_num, gaps", {.log2_max_frame_num_minus4 = 12, .gaps_in_frame_num_value_allowed_flag = 1}},
+    {"log2_max_frame_num out of range", {.log2_max_frame_num_minus4 = 255}},
+    {"last identifier", {.seq_parameter_set_id = 31}},
+    {"order type 0", {.log2_max_pic_order_cnt_lsb_minus4 = 12}},
+    {"order type 1", {.pic_order_cnt_type = 1, .offset_for_ref_frame = {0, -70000, 5}}},
+    {"always zero", {.pic_order_cnt_type = 1, .delta_pic_order_always_zero_flag = 1}},
+    {"cycle of 256", {.pic_order_cnt_type = 1, .offset_for_ref_frame = std::vector<int32_t>(256, -2)}},
+    {"order type 2", {.pic_order_cnt_type = 2}},
+    {"order type 3", {.pic_order_cnt_type = 3}},
+    {"no scaling list present", {.profile_idc = 100, .scalingLists = std::vector<std::vector<int32_t>>(8)}},
+    {"scaling lists, whole and ended by a 0: 8 - 8, 10 - 10, 8 + 248, 8 - 264",
+     {.profile_idc = 110,
+      .scalingLists = {sixteen, {}, {-8}, {2, -10}, {248}, {-264}, std::vector<int32_t>(64), {}}}},
+    {"12 scaling lists",
+     {.profile_idc = 244,
+      .chroma_format_idc = 3,
+      .scalingLists = {{}, {}, {}, {}, {}, sixteen, {}, {}, std::vector<int32_t>(64, 2), {}, {}, {-8}}}},
+    {"fields", {.frame_mbs_only_flag = 0}, 160, 192},
+    {"baseline", {.profile_idc = 66, .cropping = cropping}, 160 - 2 * 3, 96 - 2 * 7},
+    {"4:0:0", {.profile_idc = 100, .chroma_format_idc = 0, .cropping = cropping}, 160 - 3, 96 - 7},
+    {"4:2:0 fields",
+     {.profile_idc = 100, .frame_mbs_only_flag = 0, .cropping = cropping},
+     160 - 2 * 3,
+     192 - 4 * 7},
+    {"4:2:2", {.profile_idc = 122, .chroma_format_idc = 2, .cropping = cropping}, 160 - 2 * 3, 96 - 7},
+    {"4:2:2 fields",
+     {.profile_idc = 122, .chroma_format_idc = 2, .frame_mbs_only_flag = 0, .cropping = cropping},
+     160 - 2 * 3,
+     192 - 2 * 7},
+    {"4:4:4, separate planes",
+     {.profile_idc = 244, .chroma_format_idc = 3, .separate_colour_plane_flag = 1, .cropping = cropping},
+     160 - 3,
+     96 - 7},
+    {"unknown format", {.profile_idc = 100, .chroma_format_idc = 4, .cropping = cropping}},
+    {"huge format", {.profile_idc = 100, .chroma_format_idc = Huge, .cropping = cropping}},
+    {"1080",
+     {.pic_width_in_mbs_minus1 = 119,
+      .pic_height_in_map_units_minus1 = 67,
+      .cropping = AvcCropping{.bottom = 4}},
+     1920,
+     1080},
+    {"1080 fields",
+     {.pic_width_in_mbs_minus1 = 119,
+      .pic_height_in_map_units_minus1 = 33,
+      .frame_mbs_only_flag = 0,
+      .cropping = AvcCropping{.bottom = 2}},
+     1920,
+     1080},
+    // Modulo 2^32: 160 - 2 x (2^32 - 2) and 96 - 400; 16 x (2^32 - 1).
+    {"cropped away", {.cropping = AvcCropping{.right = Huge, .bottom = 200}}, 164, 4294966992},
+    {"huge", {.pic_width_in_mbs_minus1 = Huge}, 4294967280, 96},
+};
+
+void ExpectRecord(const SpsRecord* record, const AvcSps& sps, const char* what)
+{
+    ASSERT_NE(record, nullptr) << what;
+    EXPECT_EQ(record->seq_parameter_set_id, sps.seq_parameter_set_id) << what;
+    EXPECT_EQ(record->separate_colour_plane_flag, sps.separate_colour_plane_flag) << what;
+    EXPECT_EQ(record->log2_max_frame_num_minus4, sps.log2_max_frame_num_minus4) << what;
+    EXPECT_EQ(record->pic_order_cnt_type, sps.pic_order_cnt_type) << what;
+    EXPECT_EQ(record->log2_max_pic_order_cnt_lsb_minus4, sps.log2_max_pic_order_cnt_lsb_minus4) << what;
+    EXPECT_EQ(record->delta_pic_order_always_zero_flag, sps.delta_pic_order_always_zero_flag) << what;
+    EXPECT_EQ(record->frame_mbs_only_flag, sps.frame_mbs_only_flag) << what;
+    EXPECT_EQ(record->gaps_in_frame_num_value_allowed_flag, sps.gaps_in_frame_num_value_allowed_flag) << what;
+}
+
+}  // namespace
+
+// A VUI stands behind each, so that an element too many or too few shows.
+TEST(AvcSequenceParameterSet, GivesAfterEveryBitWhatWasReadWholeAndNoMore)
+{
+    Parser parser;
+    for (const Described& row : described) {
+        AvcSps sps = row.sps;
+        sps.vui = fullVui;
+        const BitWriter whole = Write(sps);
+        SpsRecord*& record = parser.spsTable[sps.seq_parameter_set_id];
+        for (size_t bits = 0; bits <= whole.BitCount(); ++bits) {
+            VideoInfo expected = UnwrittenInfo();
+            if (bits >= whole.BitsTo("size")) {
+                expected.sequenceInfoValid = 1;
+                expected.width = row.width;
+                expected.height = row.height;
+            }
+            if (bits >= whole.BitsTo("colour"))
+                SetColour(expected, {1, 3, 1, 1, 9, 16, 10});
+            if (bits >= whole.BitsTo("timing"))
+                SetTiming(expected, 60000, 2002);
+
+            delete record;
+            record = nullptr;
+            VideoInfo info = UnwrittenInfo();
+            ASSERT_EQ(ReadFirst(bits, sps, parser, &AvcProbe::ReadSequenceParameterSetData, &info), ResultOk);
+            ASSERT_TRUE(IsSame(info, expected)) << row.what << ", " << bits << " bits";
+            if (bits >= whole.BitsTo("size"))
+                ExpectRecord(record, sps, row.what);
+            else
+                ASSERT_EQ(record, nullptr) << row.what << ", " << bits << " bits";
+        }
+    }
+}
+
+TEST(AvcSequenceParameterSet, TwelveProfilesCodeTheChromaFormat)
+{
+    Parser parser;
+    for (uint32_t profile_idc = 0; profile_idc < 256; ++profile_idc) {
+        const VideoInfo info = ReadSps(parser, {.profile_idc = profile_idc, .vui = fullVui});
+        EXPECT_TRUE(info.width == 160 && info.frameRateNumerator == 60000) << profile_idc;
+    }
+}
+
+TEST(AvcSequenceParameterSet, WritesOfTheVuiWhatIsCodedOrItsDefault)
+{
+    const struct
+    {
+        AvcVui vui;
+        Colour colour;
+        uint32_t numerator;
+        uint32_t denominator;
+    } cases[] = {
+        {{}, {0, 5, 0, 0, 2, 2, 2}, 0xABABABAB, 0xABABABAB},
+        {{.description = {.aspectRatio = SampleAspectRatio{}, .signalType = VideoSignalType{1, 1}}},
+         {1, 1, 1, 0, 2, 2, 2},
+         0xABABABAB,
+         0xABABABAB},
+        {{.timing = Timing{1, 50}}, {0, 5, 0, 0, 2, 2, 2}, 50, 2},
+        {{.timing = Timing{0x80000001, UINT32_MAX}}, {0, 5, 0, 0, 2, 2, 2}, UINT32_MAX, 2},
+    };
+    Parser parser;
+    for (const auto& c : cases) {
+        VideoInfo expected = ReadSps(parser, {});
+        SetColour(expected, c.colour);
+        SetTiming(expected, c.numerator, c.denominator);
+        EXPECT_TRUE(IsSame(ReadSps(parser, {.vui = c.vui}), expected)) << "case " << &c - cases;
+    }
+}
+
+TEST(AvcSequenceParameterSet, AnIdentifierOutOfRangeChangesNothing)
+{
+    Parser parser;
+    for (const uint32_t identifier : {32u, 255u, 256u, Huge}) {
+        const VideoInfo info = ReadSps(parser, {.seq_parameter_set_id = identifier, .vui = fullVui});
+        EXPECT_TRUE(IsSame(info, UnwrittenInfo())) << identifier;
+    }
+    for (const SpsRecord* const record : parser.spsTable)
+        EXPECT_EQ(record, nullptr);
+}
+
+TEST(AvcParameterSets, TheLatestOfAnIdentifierCountsAndOthersStay)
+{
+    Parser parser;
+    ReadSps(parser, {.seq_parameter_set_id = 4, .log2_max_frame_num_minus4 = 3});
+    ReadSps(parser, {.seq_parameter_set_id = 5, .pic_order_cnt_type = 2});
+    ReadSps(parser, {.seq_parameter_set_id = 4, .log2_max_frame_num_minus4 = 7});
+    ExpectRecord(parser.spsTable[4], {.seq_parameter_set_id = 4, .log2_max_frame_num_minus4 = 7}, "replaced");
+    ExpectRecord(parser.spsTable[5], {.seq_parameter_set_id = 5, .pic_order_cnt_type = 2}, "other");
+
+    const AvcPps sets[] = {{0, 31, 0}, {255, 7, 1}, {1, Huge, 1}, {0, 3, 1}};
+    for (const AvcPps& set : sets)
+        ReadPps(parser, set);
+    for (const AvcPps& set : {sets[1], sets[2], sets[3]}) {
+        const PpsRecord* const record = parser.ppsTable[set.pic_parameter_set_id];
+        ASSERT_NE(record, nullptr);
+        EXPECT_EQ(record->pic_parameter_set_id, set.pic_parameter_set_id);
+        EXPECT_EQ(record->seq_parameter_set_id, set.seq_parameter_set_id);
+        EXPECT_EQ(record->bottom_field_pic_order_in_frame_present_flag,
+                  set.bottom_field_pic_order_in_frame_present_flag);
+    }
+}
+
+TEST(AvcPictureParameterSet, CutShortOrOutOfRangeIsNotStored)
+{
+    Parser parser;
+    for (const uint32_t identifier : {256u, 257u, Huge})
+        ReadPps(parser, {.pic_parameter_set_id = identifier});
+    const AvcPps pps = {.pic_parameter_set_id = 9, .seq_parameter_set_id = 30};
+    const size_t needed = Write(pps).BitsTo("read");
+    for (size_t bits = 0; bits <= needed; ++bits) {
+        for (const PpsRecord* const record : parser.ppsTable)
+            ASSERT_EQ(record, nullptr) << bits;
+        EXPECT_EQ(ReadFirst(bits, pps, parser, &AvcProbe::ReadPictureParameterSetData, nullptr), ResultOk);
+    }
+    EXPECT_NE(parser.ppsTable[9], nullptr);
+}
+
+TEST(AvcParameterSets, WithoutMemoryTheSlotStaysEmptyAndTheDescriptionIsWritten)
+{
+    Parser parser;
+    VideoInfo info{};
+    const Bytes sps = Write(AvcSps{}).Written();
+    parser.InitReadData(sps.data(), Size(sps));
+    FailingHeap heap(1, FailingHeap::Failure::ForGood);
+    EXPECT_EQ(heap.During([&] { return parser.ReadSequenceParameterSetData(&info); }), ResultFailed);
+    EXPECT_TRUE(info.sequenceInfoValid == 1 && info.width == 160);
+    const Bytes pps = Write(AvcPps{}).Written();
+    parser.InitReadData(pps.data(), Size(pps));
+    EXPECT_EQ(heap.During([&] { return parser.ReadPictureParameterSetData(nullptr); }), ResultFailed);
+    EXPECT_TRUE(parser.spsTable[0] == nullptr && parser.ppsTable[0] == nullptr);
+}
+
+// Every count that the stream chooses at its largest: the reading ends where the data do.
+TEST(AvcParameterSets, NoCountMakesTheReadingRunOn)
+{
+    Parser parser;
+    for (const Described& row : described) {
+        const size_t ueCount = std::min<size_t>(Write(row.sps).UeCount(), 60);
+        for (size_t ue = 0; ue < ueCount; ++ue) {
+            BitWriter writer;
+            writer.ReplaceUe(ue, Huge);
+            row.sps.WriteTo(writer);
+            const PageBytes rbsp = AtPageEnd(writer.Written());
+            VideoInfo info{};
+            parser.InitReadData(rbsp.data(), rbsp.size());
+            EXPECT_EQ(parser.ReadSequenceParameterSetData(&info), ResultOk);
+        }
+    }
+}
+
+}  // namespace videoparams::test
