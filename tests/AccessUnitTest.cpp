@@ -228,7 +228,7 @@ TEST_P(AccessUnits, OfSeveralInOneCallTheLastIsReported)
 
 TEST_P(AccessUnits, ReportedBytesStayUntilTheRingComesRound)
 {
-    for (const uint32_t queueCount : {1u, 2u, 0u}) {
+    for (const uint32_t queueCount : {2u, 3u, 0u}) {
         Analysis ring(codec.type, queueCount, 7);
         ring.Feed(codec.sets + Slice(0, Key));
         std::vector<const unsigned char*> addresses;

@@ -1,0 +1,204 @@
+#include "support/Analysis.h"
+#include "support/TestStream.h"
+
+#include <array>
+#include <cstdio>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <random>
+#include <sstream>
+
+namespace videoparams::test {
+
+namespace {
+
+struct Fraction
+{
+    uint64_t numerator = 0;
+    uint64_t denominator = 0;
+};
+
+struct Expected
+{
+    Bytes bytes;
+    bool isKey = false;
+    bool isDescribed = false;
+    uint32_t width = 0;
+    uint32_t height = 0;
+    Fraction frameRate;
+};
+
+class RealStream : public testing::TestWithParam<TestStream>
+{
+protected:
+    RealStream() { ReadAccessUnits(); }
+
+    // The access units as the description has them, and what a host must see of each.
+    void ReadAccessUnits()
+    {
+        const auto& accessUnits = description["accessUnits"];
+        Bytes sps;
+        Bytes pps;
+        for (size_t i = 0; i < accessUnits["number"]; ++i) {
+            std::vector<Bytes> inUnit;
+            Expected access;
+            bool hasSps = false;
+            std::istringstream types(accessUnits["nalUnitTypes"][i].get<std::string>());
+            for (uint32_t type = 0; types >> type;) {
+                ASSERT_LT(units.size(), all.size());
+                inUnit.push_back(all[units.size()]);
+                const bool isSlice = isAvc ? type == 1 || type == 2 || type == 5 : type < 32;
+                units.push_back({i, isSlice});
+                hasSps = hasSps || type == (isAvc ? 7 : 33);
+                if (isAvc && type == 7 && sps.empty())
+                    sps = inUnit.back();
+                if (isAvc && type == 8 && pps.empty())
+                    pps = inUnit.back();
+            }
+            for (const size_t key : accessUnits["keyFrames"])
+                access.isKey = access.isKey || key == i;
+            ASSERT_EQ(Join(inUnit).size(), accessUnits["sizes"][i]);
+
+            // A key frame that comes without an SPS gets the first ones, behind its delimiter.
+            const bool isCompleted = isAvc && access.isKey && !hasSps;
+            if (isCompleted) {
+                const bool hasDelimiter = (inUnit[0][inUnit[0][2] == 1 ? 3 : 4] & 0x1F) == 9;
+                inUnit.insert(inUnit.begin() + (hasDelimiter ? 1 : 0), {sps, pps});
+            }
+            access.bytes = Join(inUnit);
+            access.isDescribed = hasSps || isCompleted;
+            if (access.isDescribed)
+                Describe(access, isCompleted ? 0 : i);
+            expected.push_back(access);
+        }
+        ASSERT_EQ(units.size(), all.size());
+    }
+
+    void Describe(Expected& access, size_t index) const
+    {
+        for (const auto& sequence : description["sequences"]) {
+            if (sequence["accessUnit"] > index)
+                break;
+            access.width = sequence["width"];
+            access.height = sequence["height"];
+            access.frameRate = {};
+            if (sequence["frameRate"].is_string())
+                std::sscanf(sequence["frameRate"].get<std::string>().c_str(), "%lu/%lu",
+                            &access.frameRate.numerator, &access.frameRate.denominator);
+        }
+    }
+
+    // Hands units to a host; a new call begins where `cut` says so in front of a unit.
+    template <typename Cut>
+    Analysis& Feed(Analysis& host, Cut cut) const
+    {
+        Bytes piece;
+        for (size_t i = 0; i < units.size(); ++i) {
+            if (!piece.empty() && cut(i)) {
+                EXPECT_EQ(host.Feed(piece), 0);
+                piece.clear();
+            }
+            piece += all[i];
+        }
+        EXPECT_EQ(host.Feed(piece), 0);
+        EXPECT_EQ(host.Flush(), 0);
+        return host;
+    }
+
+    void ExpectReports(const Analysis& host) const
+    {
+        ASSERT_EQ(host.Reports().size(), expected.size());
+        for (size_t i = 0; i < expected.size(); ++i) {
+            const Analysis::Report& report = host.Reports()[i];
+            const Expected& access = expected[i];
+            ASSERT_TRUE(report.bytes == access.bytes) << "access unit " << i;
+            ASSERT_EQ(report.info.keyFrame, access.isKey) << i;
+            ASSERT_EQ(report.info.sequenceInfoValid, access.isDescribed) << i;
+            ASSERT_EQ(report.info.width, access.width) << i;
+            ASSERT_EQ(report.info.height, access.height) << i;
+            ASSERT_EQ(report.info.frameRateNumerator * access.frameRate.denominator,
+                      report.info.frameRateDenominator * access.frameRate.numerator)
+                << i;
+            ASSERT_EQ(report.info.frameRateNumerator != 0, access.frameRate.numerator != 0) << i;
+        }
+    }
+
+    struct UnitPlace
+    {
+        size_t accessUnit;
+        bool isSlice;
+    };
+
+    const bool isAvc = GetParam().codec == VideoCodecAVC;
+    const nlohmann::json description = GetParam().Description();
+    const Bytes bytes = GetParam().Read();
+    const std::vector<Bytes> all = SplitUnits(bytes);
+    std::vector<UnitPlace> units;
+    std::vector<Expected> expected;
+};
+
+INSTANTIATE_TEST_SUITE_P(, RealStream, testing::ValuesIn(TestStreams()),
+                         [](const auto& test) { return TestName(test.param); });
+
+TEST_P(RealStream, IsReportedUnitForUnit)
+{
+    Analysis host(GetParam().codec);
+    ExpectReports(Feed(host, [](size_t) { return true; }));
+    ASSERT_EQ(Join(all), bytes);
+
+    Analysis smallRing(GetParam().codec, 2, 1);
+    ExpectReports(Feed(smallRing, [](size_t) { return true; }));
+}
+
+TEST_P(RealStream, IsReportedAccessUnitForAccessUnit)
+{
+    const auto beginsAccessUnit = [this](size_t i) { return units[i].accessUnit != units[i - 1].accessUnit; };
+    Analysis host(GetParam().codec);
+    ExpectReports(Feed(host, beginsAccessUnit));
+    // And once more behind the flush.
+    Analysis again(GetParam().codec);
+    Feed(again, beginsAccessUnit);
+    Feed(again, beginsAccessUnit);
+    ASSERT_EQ(again.Reports().size(), 2 * expected.size());
+    for (size_t i = 0; i < expected.size(); ++i)
+        ASSERT_EQ(again.Reports()[expected.size() + i].bytes, expected[i].bytes) << i;
+}
+
+// A call reports one access unit, so no piece has the first slices of two.
+TEST_P(RealStream, IsReportedWhereverItIsCutBetweenUnits)
+{
+    for (unsigned seed = 0; seed < 20; ++seed) {
+        std::minstd_rand random(seed);
+        size_t started = SIZE_MAX;
+        const auto cut = [&](size_t i) {
+            const bool startsPicture = units[i].isSlice && units[i].accessUnit != started;
+            if (startsPicture)
+                started = units[i].accessUnit;
+            return startsPicture || random() % 3 == 0;
+        };
+        Analysis host(GetParam().codec, 2 + seed % 3, 1000 * (seed % 5));
+        ExpectReports(Feed(host, cut));
+        if (HasFatalFailure())
+            FAIL() << "seed " << seed;
+    }
+}
+
+TEST_P(RealStream, ColourIsThatOfTheFirstSps)
+{
+    const auto& colour = description["colour"];
+    Analysis host(GetParam().codec);
+    Feed(host, [](size_t) { return true; });
+    ASSERT_FALSE(host.Reports().empty());
+    const VideoInfo& info = host.Reports()[0].info;
+    EXPECT_EQ(info.video_signal_type_present_flag, colour["videoSignalTypePresent"]);
+    EXPECT_EQ(info.video_format, colour["videoFormat"]);
+    EXPECT_EQ(info.video_full_range_flag, colour["range"]["fullRange"]);
+    EXPECT_EQ(info.colour_description_present_flag, colour["colourDescriptionPresent"]);
+    EXPECT_EQ(info.colour_primaries, colour["primaries"]["number"]);
+    EXPECT_EQ(info.transfer_characteristics, colour["transfer"]["number"]);
+    EXPECT_EQ(info.matrix_coefficients, colour["matrix"]["number"]);
+}
+
+}  // namespace
+
+}  // namespace videoparams::test
