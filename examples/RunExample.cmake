@@ -1,0 +1,8 @@
+# Runs an example and holds what it prints against what is expected.
+
+execute_process(COMMAND ${COMMAND} OUTPUT_VARIABLE printed COMMAND_ERROR_IS_FATAL ANY)
+file(READ "${EXPECTED}" expected)
+string(REPLACE "\r\n" "\n" printed "${printed}")
+if(NOT printed STREQUAL expected)
+    message(FATAL_ERROR "printed:\n${printed}\nexpected (${EXPECTED}):\n${expected}")
+endif()
