@@ -10,11 +10,13 @@
 /// - bytes in front of the buffer's first start code (00 00 01 or 00 00 00 01) are dropped;
 /// - a start code is seen only when at least 5 bytes, counted from its first zero, are left in the buffer;
 /// - a buffer of 1 to 4 bytes is ignored;
+/// - a start code with the next one at its heels ends the call;
+/// - a start code with the next one at its heels ends the call;
 /// - when several access units are completed by one call, only the last of them is reported.
 ///
-/// A buffer with one whole unit (its start code first) avoids all four. `examples/NalFeeder.hpp` takes a
-/// stream in pieces of any size and hands on whole units. A buffer with one whole access unit is as good, and
-/// faster.
+/// A buffer with one whole unit of 5 bytes or more (its start code first) avoids all five.
+/// `examples/NalFeeder.hpp` takes a stream in pieces of any size and hands on whole units. A buffer with one
+/// whole access unit is as good, and faster.
 ///
 /// @code
 /// void* parser;
@@ -46,10 +48,11 @@
 /// A pointer that comes back addresses the host's own input or a block of the handle. The host never frees
 /// it; the library never frees what the host passes, and apart from `SetVideoData` never keeps it. A handle
 /// owns its configured buffers, grown to the largest unit and access unit that it has met (and at most twice
-/// that); its memory does not depend on the length of the stream. When memory runs out, the call says -1,
-/// what is held stays as it was and a later call works again. Input must not lie in a block of the same
-/// handle, with one exception: the results of `AddUserData` and `RemoveUserData` may be given to
-/// `GetUserData`, and that of one of the two to the other.
+/// that), and 12 bytes for each unit of a frame that it split; its memory does not depend on the length of
+/// the stream. When memory runs out, the call says -1, what is held stays as it was and a later call works
+/// again; `ParseVideoParams` tells of one exception. Input must not lie in a block of the same handle, with
+/// one exception: the results of `AddUserData` and `RemoveUserData` may be given to `GetUserData`, and that
+/// of one of the two to the other.
 ///
 /// @par Threads
 /// The library has no global state and starts no threads. A handle is used by one thread at a time; different
@@ -138,16 +141,20 @@ typedef struct VideoInfo
 {
     /// 1: this call completed an access unit, and the other fields describe it. 0: none.
     uint32_t accessUnitFound;
-    /// 1: the fields from `width` on are filled. 0: they are zero, unless an earlier access unit that was
-    /// completed in the same call left them.
+    /// 1: the fields from `width` on are filled, by this access unit or by an earlier one that the same call
+    /// completed. 0: they are zero.
     uint32_t sequenceInfoValid;
     /// 1: the access unit holds an H.264 IDR slice (`nal_unit_type` 5) or an H.265 IRAP slice
-    /// (`nal_unit_type` 16 to 21: BLA, IDR or CRA). 0: it does not. Recovery points are not counted.
+    /// (`nal_unit_type` 16 to 21: BLA, IDR or CRA). 0: it does not. Recovery points are not counted. (H.264:
+    /// 0 also when units in front of a next picture stand behind the IDR slices and then the flush comes:
+    /// they are taken for the same access unit.)
     uint32_t keyFrame;
-    /// The access unit's NAL units with their start codes, in the order of the stream. The bytes belong to
-    /// the handle. They stay valid until the handle's `queueCount`-th access unit after this one is begun
-    /// (with the default of 6: through the calls that report the next four access units; the call that
-    /// reports the fifth overwrites them) or until `ParseRelease`. A flush takes no part in the count.
+    /// The access unit's NAL units with their start codes, in the order of the stream; an H.264 key frame may
+    /// have the held parameter sets inserted. The bytes belong to the handle. They stay valid until the
+    /// handle's `queueCount`-th access unit after this one is begun (with the default of 6: through the calls
+    /// that report the next four access units; the call that reports the fifth overwrites them) or until
+    /// `ParseRelease`. A flush takes no part in the count. **With a `queueCount` of 1 only a flush reports
+    /// bytes that may be read.**
     const unsigned char* accessUnitData;
     /// Bytes at `accessUnitData`.
     uint32_t accessUnitSize;
@@ -158,7 +165,8 @@ typedef struct VideoInfo
     uint32_t height;
     /// Frame rate = `frameRateNumerator` / `frameRateDenominator` frames a second; both 0 when the stream
     /// does not say. H.264: `time_scale`. H.265: `vui_time_scale`, or `vps_time_scale` where the VUI has
-    /// none.
+    /// none. Of several sequence parameter sets in one access unit the last counts; what it does not code
+    /// stays as the ones before left it, here and in the colour fields.
     uint32_t frameRateNumerator;
     /// H.264: **2 ×** `num_units_in_tick`, since a frame lasts two ticks. H.265: `vui_num_units_in_tick` or
     /// `vps_num_units_in_tick`, **not** doubled.
@@ -208,7 +216,7 @@ typedef struct ParameterSetData
 ///
 /// The handle assembles access units in a ring of `queueCount` blocks of `queueSize` bytes each, and one
 /// spare block; a block grows when an access unit does not fit. More blocks keep the reported bytes valid for
-/// longer.
+/// longer; **fewer than 2 do not keep them at all**.
 ///
 /// @param handle      Receives the handle; null on failure. A null address: -1.
 /// @param codec       The codec of the streams to come.
@@ -230,19 +238,22 @@ VIDEOPARAMS_API int64_t ParseRelease(void* handle);
 /// late**. An empty call (null or size 0) flushes: it reports the last access unit, and the next call begins
 /// a new stream with the parameter sets that are known. A second flush reports nothing. Each field of an
 /// interlaced stream is an access unit of its own. H.264 slices whose parameter sets are unknown are dropped;
-/// an H.264 key frame that carries no sequence parameter set gets the held ones (the first of the stream, or
-/// those of `SetParameterSetData`) inserted behind its access unit delimiter.
+/// an H.264 key frame that carries no sequence parameter set gets the held SPS and PPS (the first of the
+/// stream, or those of `SetParameterSetData`), where both are held, inserted behind its access unit
+/// delimiter, or at its front where it has none.
 ///
 /// @param handle  A parse handle.
 /// @param data    NAL units, start codes included; read during the call, never kept. Null: flush.
 /// @param size    Bytes at `data`; 0: flush.
 /// @param info    Cleared, then filled when the call completes an access unit. When it completes several, the
-/// last one
-///                is described. The bytes it points at are the handle's; see `VideoInfo::accessUnitData`.
-/// @return 0: taken in, whether or not `info` reports. -1: a null handle or `info` (untouched); more than 4
-/// bytes without
-///         a start code (nothing changed); a unit with `forbidden_zero_bit` 1 (the units before it are taken
-///         in and may be reported in `info`, the rest of the buffer is not looked at); memory ran out.
+///                last one is described. The bytes it points at are the handle's; see
+///                `VideoInfo::accessUnitData`.
+/// @return 0: taken in, whether or not `info` reports. A start code alone, with the next one at its heels,
+///         ends the call here: the rest of the buffer is not looked at. -1: a null handle or `info`
+///         (untouched); more than 4 bytes without a start code (nothing changed); a unit with
+///         `forbidden_zero_bit` 1, or one for which there is no memory to read it (the units before it are
+///         taken in and may be reported in `info`, the rest of the buffer is not looked at). A unit for which
+///         there is no memory to store it is missing from its access unit; the result does not tell.
 VIDEOPARAMS_API int64_t ParseVideoParams(void* handle, const unsigned char* data, unsigned int size,
                                          VideoInfo* info);
 
@@ -250,8 +261,7 @@ VIDEOPARAMS_API int64_t ParseVideoParams(void* handle, const unsigned char* data
 ///
 /// Give it every sample of a stream, one a call, in decoding order. It tests `frame_num` of the first slice
 /// against that of the last reference picture (ITU-T H.264, 7.4.3). It does not test IDR pictures, streams
-/// that allow gaps
-/// (`gaps_in_frame_num_value_allowed_flag`), and the second field of a pair.
+/// that allow gaps (`gaps_in_frame_num_value_allowed_flag`), and the second field of a pair.
 ///
 /// **A splice flags one sample**, the first that does not follow; what comes behind it is tested against it.
 /// **A sound stream is flagged where both fields of a picture are intra**: the second field is tested like a
@@ -272,9 +282,8 @@ VIDEOPARAMS_API int64_t ParseVideoParams(void* handle, const unsigned char* data
 /// @param size    Bytes at `data`.
 /// @param test    Cleared, then filled from the first slice of type 1, 2 or 5.
 /// @return 0: tested, or the sample has no slice (the record is all zero). -1: a null handle or record
-/// (untouched), no
-///         start code in 5 bytes or more (record zero), unknown parameter sets (`sampleError` 1), or memory
-///         ran out.
+///         (untouched), no start code in 5 bytes or more (record zero), unknown parameter sets (`sampleError`
+///         1), or memory ran out.
 VIDEOPARAMS_API int64_t VideoSampleTest(void* handle, const unsigned char* data, unsigned int size,
                                         VideoInfoEx* test);
 
@@ -305,8 +314,7 @@ VIDEOPARAMS_API int64_t QueryType(void* handle, const unsigned char* data, unsig
 /// Each input is one NAL unit, with its start code or without (00 00 00 01 is then put in front). The handle
 /// keeps copies, which the analysis inserts into key frames that have none, and slices can be read from then
 /// on. The copies stay until the next call; those of the stream do not replace them. A handle that was given
-/// none holds
-/// **the first ones of the stream**.
+/// none holds **the first ones of the stream**.
 ///
 /// @code
 /// SetParameterSetData(handle, avcc.sps, avcc.spsSize, avcc.pps, avcc.ppsSize);
@@ -334,10 +342,9 @@ VIDEOPARAMS_API int64_t SetParameterSetData(void* handle, unsigned char* sps, un
 /// @param data    Stream bytes; null: -1.
 /// @param size    Bytes at `data`; 0: -1.
 /// @param sets    Cleared, then filled; the bytes are copies of the handle's own, see `ParameterSetData`.
-/// Null: -1.
+///                Null: -1.
 /// @return 0: searched, also when nothing was found. -1: a null or empty argument (`sets` untouched), or no
-/// start code in
-///         5 bytes or more, or memory ran out (`sets` all zero).
+///         start code in 5 bytes or more, or memory ran out (`sets` all zero).
 VIDEOPARAMS_API int64_t GetParameterSetData(void* handle, unsigned char* data, unsigned int size,
                                             ParameterSetData* sets);
 
@@ -374,15 +381,15 @@ VIDEOPARAMS_API int64_t SetVideoData(void* handle, unsigned char* data, unsigned
 /// @endcode
 ///
 /// @param handle             A parse handle for H.264. On one for H.265 the call returns 0 and writes
-/// nothing.
+///                           nothing.
 /// @param unit               Receives the unit's address in the buffer of `SetVideoData`, at its start code.
 /// @param unitSize           Receives the unit's bytes, start code included.
 /// @param isSlice            Receives whether the unit is a slice of `nal_unit_type` 1, 2 or 5; one byte.
 /// @param sliceHeaderLength  Receives the bytes described above; 0 when the unit is no slice.
 /// @return 0: a unit. -1: the end, or no iteration; a unit skipped for its `forbidden_zero_bit` or because it
-/// is a start code
-///         alone (the next call goes on behind it); memory ran out. All four are zero then. -1 also for a
-///         null argument, with nothing changed.
+///         is a start code alone (the next call goes on behind it); memory ran out. All four are zero then;
+///         only a parameter set that was delivered but could not be kept comes with -1. -1 also for a null
+///         argument, with nothing changed.
 VIDEOPARAMS_API int64_t GetNalUnit(void* handle, unsigned char** unit, unsigned int* unitSize, bool* isSlice,
                                    unsigned int* sliceHeaderLength);
 
@@ -402,13 +409,11 @@ VIDEOPARAMS_API int64_t GetNalUnit(void* handle, unsigned char** unit, unsigned 
 /// @param size    Bytes at `frame`.
 /// @param count   Receives the number of units.
 /// @param units   Receives an array of their addresses in `frame`, each at its start code; null when there
-/// are none. The
-///                array belongs to the handle and stays valid until its next GetNalFromFrame or
+///                are none. The array belongs to the handle and stays valid until its next GetNalFromFrame or
 ///                `ParseRelease`.
 /// @param sizes   Receives an array of their sizes, start codes included; as `units`.
 /// @return 0: split, also when there are no units. -1: no start code in 5 bytes or more, or memory ran out
-/// (0, null, null);
-///         or a null argument (nothing changed).
+///         (0, null, null); or a null argument (nothing changed).
 VIDEOPARAMS_API int64_t GetNalFromFrame(void* handle, unsigned char* frame, unsigned int size,
                                         unsigned int* count, unsigned char*** units, unsigned int** sizes);
 
@@ -419,9 +424,9 @@ VIDEOPARAMS_API int64_t GetNalFromFrame(void* handle, unsigned char* frame, unsi
 /// fixed identifier**, the same for every host of this library:
 ///
 ///     05                                                payloadType
-///     FF … FF nn                                        payloadSize = 16 + count, as count of 255s and a
-///     rest 99 AE D3 1B B8 94 4B 97 AD 39 FB 4E D5 90 2B A1   uuid_iso_iec_11578 … the bytes, emulation
-///     prevention applied
+///     FF … FF nn                                        payloadSize = 16 + count: 255s, and the rest
+///     99 AE D3 1B B8 94 4B 97 AD 39 FB 4E D5 90 2B A1   uuid_iso_iec_11578
+///     xx …                                              the bytes, emulation prevention applied
 ///
 /// A unit written for it is 00 00 00 01 06 … 80 in H.264 and 00 00 00 01 4E 01 … 80 in H.265. To tell
 /// messages of your own from others', begin your bytes with a mark. In H.265 **suffix SEI units are left
@@ -457,20 +462,17 @@ VIDEOPARAMS_API int64_t UserDataRelease(void* handle);
 ///
 /// @param handle      A user-data handle.
 /// @param data        An access unit, start codes included; may not be the handle's own result of AddUserData
-/// or
-///                    GetUserData. Null: no units.
+///                    or GetUserData. Null: no units.
 /// @param size        Bytes at `data`.
 /// @param userData    The bytes to carry, of any value. May be null when `count` is 0.
 /// @param count       Bytes at `userData`.
 /// @param output      Receives the copy's address. It belongs to the handle and stays valid until its next
-/// AddUserData,
-///                    `GetUserData` or `UserDataRelease`.
+///                    AddUserData, `GetUserData` or `UserDataRelease`.
 /// @param outputSize  Receives the bytes at `output`.
 /// @return 0: the copy carries the message. -1: no place for it, since there is neither a SEI unit nor a
-/// slice: the outputs
-///         are set, and the copy is without the message. -1 with the outputs untouched: a null argument,
-///         `data` in the handle's own result, a SEI unit without a trailing byte, a size beyond 32 bits, or
-///         memory ran out.
+///         slice: the outputs are set, and the copy is without the message. -1 with the outputs untouched: a
+///         null argument, `data` in the handle's own result, a SEI unit without a trailing byte, a size
+///         beyond 32 bits, or memory ran out.
 VIDEOPARAMS_API int64_t AddUserData(void* handle, const unsigned char* data, unsigned int size,
                                     const unsigned char* userData, unsigned int count,
                                     const unsigned char** output, unsigned int* outputSize);
@@ -490,12 +492,10 @@ VIDEOPARAMS_API int64_t AddUserData(void* handle, const unsigned char* data, uns
 /// @param data        An access unit, start codes included. Null: no units.
 /// @param size        Bytes at `data`.
 /// @param output      Receives the address of the bytes, null when there is no message. They belong to the
-/// handle and stay
-///                    valid until its next `AddUserData`, GetUserData or `UserDataRelease`.
+///                    handle and stay valid until its next `AddUserData`, GetUserData or `UserDataRelease`.
 /// @param outputSize  Receives their number; 0 with a non-null address is a message without bytes.
 /// @return 0: searched, whether or not something was found. -1: no start code in 5 bytes or more, or memory
-/// ran out (null
-///         and 0); or a null argument (nothing written).
+///         ran out (null and 0); or a null argument (nothing written).
 VIDEOPARAMS_API int64_t GetUserData(void* handle, const unsigned char* data, unsigned int size,
                                     const unsigned char** output, unsigned int* outputSize);
 
@@ -515,16 +515,13 @@ VIDEOPARAMS_API int64_t GetUserData(void* handle, const unsigned char* data, uns
 ///
 /// @param handle      A user-data handle.
 /// @param data        Stream bytes, start codes included; may not be the handle's own result of
-/// RemoveUserData. Null: no
-///                    units.
+///                    RemoveUserData. Null: no units.
 /// @param size        Bytes at `data`.
 /// @param output      Receives the copy's address, also when nothing was removed. It belongs to the handle
-/// and stays valid
-///                    until its next RemoveUserData or `UserDataRelease`.
+///                    and stays valid until its next RemoveUserData or `UserDataRelease`.
 /// @param outputSize  Receives the bytes at `output`.
 /// @return 0: copied. -1: no start code in 5 bytes or more (an empty copy); a size beyond 32 bits or memory
-/// ran out (null
-///         and 0); a null argument or `data` in the handle's own result (nothing written).
+///         ran out (null and 0); a null argument or `data` in the handle's own result (nothing written).
 VIDEOPARAMS_API int64_t RemoveUserData(void* handle, const unsigned char* data, unsigned int size,
                                        const unsigned char** output, unsigned int* outputSize);
 
