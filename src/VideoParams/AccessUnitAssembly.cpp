@@ -97,8 +97,7 @@ Result CAccessUnitAssembly::TakeSlice(VideoInfo* info)
         BeginCurrentUnit();
     if (pendingUnit != nullptr)
         MergePendingUnit();
-    StoreUnit(*currentUnit);
-    if (rules.isKeySlice(parser.openUnit.header.nal_unit_type))
+    if (StoreUnit(*currentUnit) && rules.isKeySlice(parser.openUnit.header.nal_unit_type))
         currentUnit->keyFrame = 1;
     return ResultOk;
 }

@@ -29,11 +29,10 @@ struct NalRules
     uint32_t typeMask;
     UnitClass (*classOf)(uint32_t nal_unit_type);
     bool (*isKeySlice)(uint32_t nal_unit_type);
-    bool (*isReadWhole)(
-        uint32_t nal_unit_type);  // leading units of which more than the first elements are read
-    uint32_t delimiterType;       // the access unit delimiter, where its place is recorded; else NoType
-    bool mergeTakesKeyFrame;      // a merge overwrites the key-frame flag of the current unit
-    uint32_t seiType;             // the SEI units that are edited and searched
+    bool (*isReadWhole)(uint32_t nal_unit_type);  // leading units that are read beyond their first elements
+    uint32_t delimiterType;   // the access unit delimiter, where its place is recorded; else NoType
+    bool mergeTakesKeyFrame;  // a merge overwrites the key-frame flag of the current unit
+    uint32_t seiType;         // the SEI units that are edited and searched
     unsigned char seiHeader[2];
     bool (*takesSeiInFront)(uint32_t nal_unit_type);  // a new SEI unit goes in front of the first such unit
 };

@@ -1,7 +1,7 @@
 // The walk over the NAL units of a byte stream, H.264 and H.265 Annex B. A unit runs from its start code to
 // the next one or to the end. A start code counts only where five bytes are left from its first zero on:
 //     00 00 01 xx xx      00 00 00 01 xx
-// so the last four bytes of a stream always belong to the unit in front of them.
+// so no unit begins within the last four bytes of a stream.
 
 #include "VideoParams/ByteScan/ByteScan.h"
 #include "VideoParams/ParserBase.h"

@@ -21,14 +21,33 @@ void AppendRun(const unsigned char* begin, const unsigned char* end, unsigned ch
     destination += end - begin;
 }
 
+// Where there are zeros at all they often come in crowds: the first bytes are looked at here, since a search
+// for each pair would cost more than the bytes.
+const unsigned char* NextZeroPair(const unsigned char* begin, const unsigned char* end)
+{
+    constexpr ptrdiff_t Near = 4;
+    const unsigned char* at = begin;
+    for (; end - at >= 2 && at - begin < Near; ++at) {
+        if (at[0] == 0 && at[1] == 0)
+            return at;
+    }
+    return FindZeroPair(at, end);
+}
+
+// The next place at which a pair can begin when the one at `pair` is not what is looked for.
+const unsigned char* BehindZeroPair(const unsigned char* pair)
+{
+    return pair + (pair[2] == 0 ? 1 : 3);
+}
+
 // The place behind the next two zeros that a byte of 3 or less follows, or `end`.
 const unsigned char* NextEscape(const unsigned char* begin, const unsigned char* end)
 {
-    const unsigned char* pair = FindZeroPair(begin, end);
+    const unsigned char* pair = NextZeroPair(begin, end);
     while (end - pair > 2) {
         if (pair[2] <= EmulationPreventionByte)
             return pair + 2;
-        pair = FindZeroPair(pair + 3, end);  // a byte above 3 begins no pair
+        pair = NextZeroPair(BehindZeroPair(pair), end);
     }
     return end;
 }
@@ -55,16 +74,14 @@ Result CParserBase::GetRbspHead(const unsigned char* source, uint32_t size, uint
     const unsigned char* const end = source + size;
     unsigned char* destination = rbspBuffer;
     const unsigned char* run = source;
-    const unsigned char* pair = FindZeroPair(source, wantedEnd);
+    const unsigned char* pair = NextZeroPair(source, wantedEnd);
     while (wantedEnd - pair > 2) {
         // A 00 00 03 at the very end of the unit is payload.
         if (pair[2] == EmulationPreventionByte && end - pair > 3) {
             AppendRun(run, pair + 2, destination);
             run = pair + 3;
-            pair = FindZeroPair(run, wantedEnd);
-        } else {
-            pair = FindZeroPair(pair + 1, wantedEnd);
         }
+        pair = NextZeroPair(BehindZeroPair(pair), wantedEnd);
     }
     AppendRun(run, wantedEnd, destination);
     *output = rbspBuffer;

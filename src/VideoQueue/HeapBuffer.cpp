@@ -32,6 +32,14 @@ bool Fits(uint64_t size)
     return size <= SIZE_MAX - sizeof(BlockHeader);
 }
 
+void* Reallocate(BlockHeader* header, uint64_t size)
+{
+    if (!Fits(size))
+        return nullptr;
+    return Finish(std::realloc(header, static_cast<size_t>(size) + sizeof(BlockHeader)),
+                  static_cast<size_t>(size));
+}
+
 }  // namespace
 
 void* AllocateBlock(uint64_t size)
@@ -48,12 +56,11 @@ void* GrowBlock(void* block, uint64_t size)
     BlockHeader* const header = HeaderOf(block);
     if (size <= header->size)
         return block;
-    // Half as much again, so that many small steps cost little more than the bytes.
+    // Half as much again, so that many small steps cost little more than the bytes. Where the heap cannot
+    // give that, the need itself.
     const uint64_t generous = std::max(size, uint64_t{header->size} + header->size / 2);
-    if (!Fits(generous))
-        return nullptr;
-    const auto newSize = static_cast<size_t>(generous);
-    return Finish(std::realloc(header, newSize + sizeof(BlockHeader)), newSize);
+    void* const grown = Reallocate(header, generous);
+    return grown == nullptr && generous > size ? Reallocate(header, size) : grown;
 }
 
 void FreeBlock(void* block)

@@ -13,10 +13,9 @@ namespace videoparams {
 
 namespace heap {
 
-// Blocks that know their true size. Sizes are in bytes.
+// Blocks that know their true size, in bytes. GrowBlock keeps the contents; null leaves the block as it was.
 [[nodiscard]] void* AllocateBlock(uint64_t size);
-[[nodiscard]] void* GrowBlock(void* block,
-                              uint64_t size);  // keeps the contents; null leaves the block as it was
+[[nodiscard]] void* GrowBlock(void* block, uint64_t size);
 void FreeBlock(void* block);
 
 }  // namespace heap
