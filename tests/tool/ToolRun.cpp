@@ -1,0 +1,54 @@
+#include "tool/ToolRun.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <sys/wait.h>
+
+namespace videoparams::test {
+
+ToolTest::ToolTest()
+{
+    std::string name = std::filesystem::temp_directory_path() / "videoparams-XXXXXX";
+    if (mkdtemp(name.data()) == nullptr)
+        throw std::runtime_error("cannot make a folder");
+    folder = name;
+}
+
+ToolTest::~ToolTest()
+{
+    std::filesystem::remove_all(folder);
+}
+
+ToolTest::Run ToolTest::RunTool(const std::string& arguments) const
+{
+    const std::string output = folder / ".out";
+    const std::string errors = folder / ".err";
+    const std::string command = "cd '" + folder.string() + "' && '" VIDEOPARAMS_TOOL "' " + arguments + " >" +
+                                output + " 2>" + errors;
+    const int status = std::system(command.c_str());
+    const Bytes out = ReadFile(".out");
+    const Bytes err = ReadFile(".err");
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, {out.begin(), out.end()}, {err.begin(), err.end()}};
+}
+
+nlohmann::json ToolTest::RunForJson(const std::string& arguments) const
+{
+    return nlohmann::json::parse(RunTool(arguments).out);
+}
+
+std::string ToolTest::WriteFile(const std::string& name, const Bytes& bytes) const
+{
+    std::ofstream file(folder / name, std::ios::binary);
+    file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    return name;
+}
+
+Bytes ToolTest::ReadFile(const std::string& name) const
+{
+    std::ifstream file(folder / name, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+}  // namespace videoparams::test

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "support/Bytes.h"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <string>
+
+namespace videoparams::test {
+
+// Runs the tool in a folder of the test's own.
+class ToolTest : public testing::Test
+{
+protected:
+    struct Run
+    {
+        int status;
+        std::string out;
+        std::string err;
+    };
+
+    ToolTest();
+    ~ToolTest() override;
+
+    // The arguments as the shell takes them; they may begin with a redirection or end with one.
+    Run RunTool(const std::string& arguments) const;
+    nlohmann::json RunForJson(const std::string& arguments) const;
+
+    std::string WriteFile(const std::string& name, const Bytes& bytes) const;
+    Bytes ReadFile(const std::string& name) const;
+
+    std::filesystem::path folder;
+};
+
+inline long LineCount(const std::string& text)
+{
+    return std::count(text.begin(), text.end(), '\n');
+}
+
+// The path of a stream of tests/streams.
+inline std::string StreamPath(const std::string& name)
+{
+    return std::string(TEST_STREAMS_DIR) + "/" + name;
+}
+
+}  // namespace videoparams::test
