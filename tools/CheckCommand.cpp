@@ -1,4 +1,5 @@
 #include "Commands.h"
+#include "Message.h"
 #include "UnitOrder.h"
 #include "UnitSource.h"
 
@@ -91,7 +92,7 @@ void CCheck::NoteSkipped(uint64_t bytes)
     if (bytes == 0)
         return;
     ++findings;
-    fmt::print("{} bytes belong to no unit\n", bytes);
+    fmt::print("{} outside of units\n", CountOf(bytes, "byte"));
 }
 
 }  // namespace
@@ -106,8 +107,8 @@ Status RunCheck(const CheckOptions& options)
     check.NoteSkipped(source.SkippedBytes());
     if (check.AccessUnits() == 0)
         throw CToolError(fmt::format("{}: no picture could be read from it", source.Name()));
-    fmt::print("{}: {} access units, {}{}\n", source.Name(), check.AccessUnits(),
-               check.Findings() == 0 ? "nothing found" : fmt::format("{} findings", check.Findings()),
+    fmt::print("{}: {}, {}{}\n", source.Name(), CountOf(check.AccessUnits(), "access unit"),
+               check.Findings() == 0 ? "nothing found" : CountOf(check.Findings(), "finding"),
                source.Codec() == VideoCodecHEVC ? " (H.265: the order of units is checked, continuity is not)"
                                                 : "");
     return check.Findings() == 0 ? StatusGood : StatusFound;

@@ -1,5 +1,6 @@
 #include "ColourNames.h"
 #include "InfoReport.h"
+#include "Message.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -86,6 +87,14 @@ void PrintSequences(const CStreamSummary& summary)
         PrintLine("change", fmt::format("{} more times", summary.SequenceChanges() + 1 - printed));
 }
 
+std::string DescribeDistances(const Spread& distances)
+{
+    if (distances.smallest == distances.largest)
+        return CountOf(distances.smallest, "access unit");
+    return fmt::format("smallest {}, mean {:.1f}, largest {} access units", distances.smallest,
+                       distances.Mean(), distances.largest);
+}
+
 void PrintAccessUnits(const CStreamSummary& summary)
 {
     const Spread& sizes = summary.Sizes();
@@ -97,13 +106,8 @@ void PrintAccessUnits(const CStreamSummary& summary)
     PrintLine("unit sizes", fmt::format("smallest {}, mean {:.0f}, largest {} bytes", sizes.smallest,
                                         sizes.Mean(), sizes.largest));
     PrintLine("key frames", fmt::format("{}", summary.KeyFrames()));
-    const Spread& distances = summary.KeyDistances();
-    if (distances.count != 0)
-        PrintLine("key-frame distance",
-                  distances.smallest == distances.largest
-                      ? fmt::format("{} access units", distances.smallest)
-                      : fmt::format("smallest {}, mean {:.1f}, largest {} access units", distances.smallest,
-                                    distances.Mean(), distances.largest));
+    if (summary.KeyDistances().count != 0)
+        PrintLine("key-frame distance", DescribeDistances(summary.KeyDistances()));
     const std::optional<double> duration = summary.Duration();
     PrintLine("duration", duration ? fmt::format("{:.3f} s", *duration) : "unknown without a frame rate");
     PrintLine("bit rate", duration ? DescribeBitRate(*summary.BitRate()) : "unknown without a frame rate");
@@ -113,18 +117,16 @@ void PrintAccessUnits(const CStreamSummary& summary)
 
 std::string InfoReport::DescribeDamage() const
 {
-    std::string text = fmt::format("damaged: {} of {} bytes could not be read", UnreadableBytes(), readBytes);
-    const char* separator = " (";
+    std::string causes;
     const auto add = [&](uint64_t count, const std::string& what) {
-        if (count == 0)
-            return;
-        text += fmt::format("{}{} {}", separator, count, what);
-        separator = ", ";
+        if (count != 0)
+            causes += fmt::format("{}{}", causes.empty() ? "" : ", ", what);
     };
-    add(damage.damagedUnits, fmt::format("of {} units with forbidden_zero_bit set", unitCount));
-    add(damage.lostSlices, fmt::format("of {} units slices without their parameter sets", unitCount));
-    add(skippedBytes, "bytes outside of units");
-    return text + ")";
+    add(damage.damagedUnits, CountOf(damage.damagedUnits, "unit") + " with forbidden_zero_bit 1");
+    add(damage.lostSlices, CountOf(damage.lostSlices, "slice") + " without parameter sets");
+    add(skippedBytes, CountOf(skippedBytes, "byte") + " outside of units");
+    return fmt::format("damaged: {} of {} units and {} of {} bytes could not be read ({})", UnreadableUnits(),
+                       unitCount, UnreadableBytes(), readBytes, causes);
 }
 
 void PrintReport(const InfoReport& report)
@@ -145,7 +147,8 @@ std::string DescribeInALine(const InfoReport& report)
         if (info.HasFrameRate())
             text += fmt::format(", {}", DescribeFrameRate(info));
     }
-    text += fmt::format(", {} access units, {} key frames", summary.Sizes().count, summary.KeyFrames());
+    text += fmt::format(", {}, {}", CountOf(summary.Sizes().count, "access unit"),
+                        CountOf(summary.KeyFrames(), "key frame"));
     if (summary.BitRate())
         text += fmt::format(", {}", DescribeBitRate(*summary.BitRate()));
     return text;

@@ -12,4 +12,9 @@ void Complain(const std::string& text)
     fmt::print(stderr, "videoparams: {}\n", text);
 }
 
+std::string CountOf(uint64_t count, const std::string& thing)
+{
+    return fmt::format("{} {}{}", count, thing, count == 1 ? "" : "s");
+}
+
 }  // namespace tool

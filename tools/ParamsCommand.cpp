@@ -123,10 +123,10 @@ void CParameterSets::PrintSummary() const
         fmt::print("... and {} more\n", printed - MaxPrinted);
     for (const auto& [name, set] : sets) {
         const std::string change =
-            set.changes == 0
-                ? "never changes"
-                : fmt::format("CHANGES {} times: a handle of the library holds the first one", set.changes);
-        fmt::print("{}: {} times in the stream, {}\n", name, set.count, change);
+            set.changes == 0 ? "never changes"
+                             : fmt::format("CHANGES {}: a handle of the library holds the first one",
+                                           CountOf(set.changes, "time"));
+        fmt::print("{}: {} in the stream, {}\n", name, CountOf(set.count, "time"), change);
     }
 }
 
@@ -158,8 +158,8 @@ Status RunParams(const ParamsOptions& options)
     }
     sets.Write(options.outputFile);
     if (sets.Changes() != 0)
-        Complain(fmt::format("{}: the parameter sets change {} times; the first ones were written",
-                             source.Name(), sets.Changes()));
+        Complain(fmt::format("{}: the parameter sets change {}; the first ones were written", source.Name(),
+                             CountOf(sets.Changes(), "time")));
     return StatusGood;
 }
 

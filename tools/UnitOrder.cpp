@@ -32,8 +32,7 @@ std::vector<OrderFinding> CUnitOrder::Take(const NalUnit& unit, UnitRole role)
 std::vector<OrderFinding> CUnitOrder::Finish()
 {
     if (leadingCount != 0)
-        misplaced.push_back(
-            {0, 0, fmt::format("{} units at the end of the stream have no picture", leadingCount)});
+        misplaced.push_back({firstUnit, firstOffset, "there is no picture from here on"});
     return std::move(misplaced);
 }
 

@@ -154,7 +154,7 @@ Status RunUnits(const UnitsOptions& options)
     if (source.SkippedBytes() == 0 && lister.DamagedUnits() == 0)
         return StatusGood;
     Complain(fmt::format(
-        "{}: damaged: {} of {} units with forbidden_zero_bit set, {} of {} bytes outside of units",
+        "{}: damaged: {} of {} units with forbidden_zero_bit 1, {} of {} bytes outside of units",
         source.Name(), lister.DamagedUnits(), source.UnitCount(), source.SkippedBytes(), source.ReadBytes()));
     return StatusFound;
 }

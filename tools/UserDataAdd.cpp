@@ -153,7 +153,7 @@ Status RunUserDataAdd(const UserDataOptions& options)
                                      options.where == Where::Key ? "key frame" : "picture"));
     output.Commit();
     if (!output.IsStandardOutput())
-        fmt::print("{} bytes added to {} access units\n", dataSize, adder.Added());
+        fmt::print("{} added to {}\n", CountOf(dataSize, "byte"), CountOf(adder.Added(), "access unit"));
     const uint64_t unreadable = adder.Analysis().Found().bytes + source.SkippedBytes();
     if (unreadable == 0)
         return StatusGood;

@@ -96,8 +96,8 @@ void CUserDataLister::TakeMessage(const NalUnit& unit)
 void CUserDataLister::PrintWaiting()
 {
     for (const FoundMessage& message : waiting)
-        fmt::print("access unit {}  offset {}  {} bytes  {}\n", analysis.Current().number, message.offset,
-                   message.size, Show(message));
+        fmt::print("access unit {}  offset {}  {}  {}\n", analysis.Current().number, message.offset,
+                   CountOf(message.size, "byte"), Show(message));
     waiting.clear();
 }
 

@@ -75,7 +75,7 @@ Status RunUserDataRemove(const UserDataOptions& options)
                    [&](const unsigned char* bytes, size_t size) { output.Write(bytes, size); });
     output.Commit();
     if (!output.IsStandardOutput())
-        fmt::print("user data removed from {} SEI units\n", remover.Edited());
+        fmt::print("user data removed from {}\n", CountOf(remover.Edited(), "SEI unit"));
     return StatusGood;
 }
 
