@@ -19,6 +19,21 @@ bool IsDescribed(const VideoInfo& info)
     return info.sequenceInfoValid != 0;
 }
 
+bool HasFrameRate(const VideoInfo& info)
+{
+    return info.frameRateNumerator != 0 || info.frameRateDenominator != 0;
+}
+
+// A stream may begin with a VPS read into the current record and go on with an SPS read into the pending one:
+// the rate of the VPS holds where the SPS gives none.
+void KeepVpsFrameRate(const VideoInfo& current, VideoInfo& pending)
+{
+    if (IsDescribed(current) || HasFrameRate(pending))
+        return;
+    pending.frameRateNumerator = current.frameRateNumerator;
+    pending.frameRateDenominator = current.frameRateDenominator;
+}
+
 }  // namespace
 
 void CAccessUnitAssembly::Clear()
@@ -144,6 +159,7 @@ void CAccessUnitAssembly::MergePendingUnit()
         currentUnit->keyFrame = pendingUnit->keyFrame;
     pendingUnit = nullptr;
     if (IsDescribed(pendingInfo)) {
+        KeepVpsFrameRate(currentInfo, pendingInfo);
         currentInfo = pendingInfo;
         ClearInfo(pendingInfo);
     }
