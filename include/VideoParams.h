@@ -11,7 +11,6 @@
 /// - a start code is seen only when at least 5 bytes, counted from its first zero, are left in the buffer;
 /// - a buffer of 1 to 4 bytes is ignored;
 /// - a start code with the next one at its heels ends the call;
-/// - a start code with the next one at its heels ends the call;
 /// - when several access units are completed by one call, only the last of them is reported.
 ///
 /// A buffer with one whole unit of 5 bytes or more (its start code first) avoids all five.
@@ -263,9 +262,10 @@ VIDEOPARAMS_API int64_t ParseVideoParams(void* handle, const unsigned char* data
 /// against that of the last reference picture (ITU-T H.264, 7.4.3). It does not test IDR pictures, streams
 /// that allow gaps (`gaps_in_frame_num_value_allowed_flag`), and the second field of a pair.
 ///
-/// **A splice flags one sample**, the first that does not follow; what comes behind it is tested against it.
-/// **A sound stream is flagged where both fields of a picture are intra**: the second field is tested like a
-/// first one. A missing picture that was no reference leaves no trace.
+/// **A splice flags the samples behind it up to the first reference picture**; the next ones are tested
+/// against that. A missing picture that was no reference leaves no trace. **Fields of a sound stream are
+/// flagged** behind a picture of two intra fields and, where top fields come first, behind an intra frame:
+/// second fields are then tested like first ones, until a picture comes of which only the first field is intra.
 ///
 /// The parameter sets and slice headers that it reads are those of the whole handle: use a handle of its own
 /// beside `ParseVideoParams`, or the analysis may split or join pictures.
