@@ -265,7 +265,7 @@ VIDEOPARAMS_API int64_t ParseVideoParams(void* handle, const unsigned char* data
 /// **A splice flags the samples behind it up to the first reference picture**; the next ones are tested
 /// against that. A missing picture that was no reference leaves no trace. **Fields of a sound stream are
 /// flagged** behind a picture of two intra fields and, where top fields come first, behind an intra frame:
-/// second fields are then tested like first ones, until a picture comes of which only the first field is intra.
+/// second fields are tested like first ones, until a picture comes of which only the first field is intra.
 ///
 /// The parameter sets and slice headers that it reads are those of the whole handle: use a handle of its own
 /// beside `ParseVideoParams`, or the analysis may split or join pictures.
