@@ -239,7 +239,10 @@ VIDEOPARAMS_API int64_t ParseRelease(void* handle);
 /// interlaced stream is an access unit of its own. H.264 slices whose parameter sets are unknown are dropped;
 /// an H.264 key frame that carries no sequence parameter set gets the held SPS and PPS (the first of the
 /// stream, or those of `SetParameterSetData`), where both are held, inserted behind its access unit
-/// delimiter, or at its front where it has none.
+/// delimiter, or at its front where it has none. An H.265 handle holds and inserts none.
+///
+/// Where a picture begins is told by its slice headers: **a broken `frame_num` splits an H.264 picture**.
+/// **H.265 layers above 0 are not told apart**: each of their pictures is an access unit of its own.
 ///
 /// @param handle  A parse handle.
 /// @param data    NAL units, start codes included; read during the call, never kept. Null: flush.
@@ -265,7 +268,8 @@ VIDEOPARAMS_API int64_t ParseVideoParams(void* handle, const unsigned char* data
 /// **A splice flags the samples behind it up to the first reference picture**; the next ones are tested
 /// against that. A missing picture that was no reference leaves no trace. **Fields of a sound stream are
 /// flagged** behind a picture of two intra fields and, where top fields come first, behind an intra frame:
-/// second fields are tested like first ones, until a picture comes of which only the first field is intra.
+/// second fields are tested like first ones, until a picture comes of which only the first field is intra. The
+/// samples behind a picture with `memory_management_control_operation` 5, which is not read, are flagged too.
 ///
 /// The parameter sets and slice headers that it reads are those of the whole handle: use a handle of its own
 /// beside `ParseVideoParams`, or the analysis may split or join pictures.
@@ -314,7 +318,9 @@ VIDEOPARAMS_API int64_t QueryType(void* handle, const unsigned char* data, unsig
 /// Each input is one NAL unit, with its start code or without (00 00 00 01 is then put in front). The handle
 /// keeps copies, which the analysis inserts into key frames that have none, and slices can be read from then
 /// on. The copies stay until the next call; those of the stream do not replace them. A handle that was given
-/// none holds **the first ones of the stream**.
+/// none holds **the first ones of the stream**, also when the stream changes them:
+/// `examples/refresh-parameter-sets.cpp` shows how to keep up. What the SPS does not code (frame rate, colour)
+/// stays as the sets held before left it.
 ///
 /// @code
 /// SetParameterSetData(handle, avcc.sps, avcc.spsSize, avcc.pps, avcc.ppsSize);
