@@ -268,8 +268,8 @@ VIDEOPARAMS_API int64_t ParseVideoParams(void* handle, const unsigned char* data
 /// **A splice flags the samples behind it up to the first reference picture**; the next ones are tested
 /// against that. A missing picture that was no reference leaves no trace. **Fields of a sound stream are
 /// flagged** behind a picture of two intra fields and, where top fields come first, behind an intra frame:
-/// second fields are tested like first ones, until a picture comes of which only the first field is intra. The
-/// samples behind a picture with `memory_management_control_operation` 5, which is not read, are flagged too.
+/// second fields are tested like first ones, until a picture comes of which only the first field is intra.
+/// Samples behind a picture with `memory_management_control_operation` 5, which is not read, are flagged too.
 ///
 /// The parameter sets and slice headers that it reads are those of the whole handle: use a handle of its own
 /// beside `ParseVideoParams`, or the analysis may split or join pictures.
@@ -319,8 +319,8 @@ VIDEOPARAMS_API int64_t QueryType(void* handle, const unsigned char* data, unsig
 /// keeps copies, which the analysis inserts into key frames that have none, and slices can be read from then
 /// on. The copies stay until the next call; those of the stream do not replace them. A handle that was given
 /// none holds **the first ones of the stream**, also when the stream changes them:
-/// `examples/refresh-parameter-sets.cpp` shows how to keep up. What the SPS does not code (frame rate, colour)
-/// stays as the sets held before left it.
+/// `examples/refresh-parameter-sets.cpp` shows how to keep up. What the SPS does not code (frame rate,
+/// colour) stays as the sets held before left it.
 ///
 /// @code
 /// SetParameterSetData(handle, avcc.sps, avcc.spsSize, avcc.pps, avcc.ppsSize);
