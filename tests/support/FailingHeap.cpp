@@ -28,7 +28,10 @@ bool FailingHeap::Refuses()
         return false;
     const uint64_t number = ++watching->allocations;
     const uint64_t failAt = watching->allocationToFail;
-    return failAt != 0 && (watching->failure == Failure::Once ? number == failAt : number >= failAt);
+    const bool isLate = number > failAt && watching->failure == Failure::ForGood;
+    const bool refuses = failAt != 0 && (number == failAt || isLate);
+    watching->hasFailed = watching->hasFailed || refuses;
+    return refuses;
 }
 
 void FailingHeap::CountBlocks(int64_t change)

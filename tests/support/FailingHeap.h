@@ -26,7 +26,8 @@ public:
     }
 
     uint64_t Allocations() const { return allocations; }
-    bool HasFailed() const { return allocationToFail != 0 && allocations >= allocationToFail; }
+    bool HasFailed() const { return hasFailed; }
+    void Recover() { allocationToFail = 0; }           // fails no more
     int64_t BlocksLeft() const { return blocksLeft; }  // allocated and not freed
 
     // For the replaced allocation functions.
@@ -46,6 +47,7 @@ private:
     uint64_t allocationToFail = 0;
     Failure failure = Failure::Once;
     uint64_t allocations = 0;
+    bool hasFailed = false;
     int64_t blocksLeft = 0;
 };
 

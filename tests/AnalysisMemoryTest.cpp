@@ -1,0 +1,219 @@
+// What the analysis takes from the heap, and what it does when there is none.
+
+#include "support/Analysis.h"
+#include "support/AvcStream.h"
+#include "support/FailingHeap.h"
+#include "support/HevcStream.h"
+#include "support/TestStream.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+
+namespace videoparams::test {
+
+namespace {
+
+using Failure = FailingHeap::Failure;
+
+// Streams that outgrow every block of a small handle: parameter sets of more than 1024 bytes, a key frame
+// that gets parameter sets put in, units that wait for the next picture.
+std::vector<Bytes> AvcUnits()
+{
+    const AvcSps sps = {.pic_order_cnt_type = 1, .offset_for_ref_frame = std::vector<int32_t>(255, -70000)};
+    const Bytes delimiter = AvcDelimiter();
+    const auto slice = [&sps](uint32_t type, uint32_t picture) {
+        return AvcSlice{.nal_unit_type = type,
+                        .frame_num = type == 5 ? 0 : picture,
+                        .idr_pic_id = picture,
+                        .sliceData = Bytes(50 + picture * 100, 0x11)}
+            .Write(sps);
+    };
+    return {delimiter,   sps.Write(), AvcPps{}.Write(), AvcSei(),  slice(5, 0), delimiter,  AvcSei(),
+            slice(1, 1), delimiter,   slice(5, 2),      delimiter, AvcSei(),    slice(1, 3)};
+}
+
+std::vector<Bytes> HevcUnits()
+{
+    const HevcSps sps = {.refPicSets = std::vector<HevcRefPicSet>(64, {16, 2})};
+    const Bytes delimiter = HevcDelimiter();
+    const auto slice = [](uint32_t type, size_t picture) {
+        return HevcSlice{.nal_unit_type = type, .sliceData = Bytes(50 + picture * 100, 0x11)}.Write();
+    };
+    return {delimiter, HevcVps{}.Write(), sps.Write(), HevcPps(),    HevcSei(), slice(19, 0), delimiter,
+            HevcSei(), slice(1, 1),       delimiter,   slice(20, 2), delimiter, HevcSei(),    slice(1, 3)};
+}
+
+struct Outcome
+{
+    std::vector<Bytes> reported;
+    bool hasFailed = false;
+};
+
+Outcome FeedAndFlush(void* handle, const std::vector<Bytes>& units, FailingHeap& heap)
+{
+    Outcome outcome;
+    for (size_t i = 0; i <= units.size(); ++i) {
+        const Bytes unit = i < units.size() ? units[i] : Bytes{};
+        VideoInfo info;
+        const int64_t result =
+            heap.During([&] { return ParseVideoParams(handle, unit.data(), Size(unit), &info); });
+        EXPECT_TRUE(result == 0 || (result == -1 && heap.HasFailed())) << result;
+        outcome.hasFailed = outcome.hasFailed || result != 0;
+        if (info.accessUnitFound)
+            outcome.reported.push_back(CopyOf(info.accessUnitData, info.accessUnitSize));
+    }
+    return outcome;
+}
+
+// Without parameter sets, which may be put in where they came from the stream in a run with enough memory.
+std::vector<Bytes> PictureUnits(const std::vector<Bytes>& accessUnits, VideoCodecType codec)
+{
+    std::vector<Bytes> units = SplitUnits(Join(accessUnits));
+    std::erase_if(units, [codec](const Bytes& unit) {
+        const uint32_t header = unit[unit[2] == 1 ? 3 : 4];
+        const uint32_t type = codec == VideoCodecAVC ? header & 0x1F : header >> 1;
+        return codec == VideoCodecAVC ? type == 7 || type == 8 : type >= 32 && type <= 34;
+    });
+    return units;
+}
+
+bool IsSubsequence(const std::vector<Bytes>& some, const std::vector<Bytes>& all)
+{
+    auto at = all.begin();
+    for (const Bytes& unit : some) {
+        at = std::find(at, all.end(), unit);
+        if (at == all.end())
+            return false;
+        ++at;
+    }
+    return true;
+}
+
+}  // namespace
+
+TEST(AnalysisMemory, EveryShortageIsSurvivedAndForgotten)
+{
+    for (const VideoCodecType codec : {VideoCodecAVC, VideoCodecHEVC}) {
+        const std::vector<Bytes> units = codec == VideoCodecAVC ? AvcUnits() : HevcUnits();
+        std::vector<Bytes> normal;
+        for (const Failure failure : {Failure::Once, Failure::ForGood}) {
+            uint64_t failAt = 0;
+            bool isOver = false;
+            while (!isOver) {
+                FailingHeap heap(failAt, failure);  // at 0, nothing fails
+                void* handle = &heap;
+                const int64_t created = heap.During([&] { return ParseCreate(&handle, codec, 2, 16); });
+                if (created != 0) {
+                    EXPECT_TRUE(created == -1 && handle == nullptr && heap.HasFailed());
+                } else {
+                    const Outcome outcome = FeedAndFlush(handle, units, heap);
+                    if (failAt == 0)
+                        normal = outcome.reported;
+                    EXPECT_TRUE(
+                        IsSubsequence(PictureUnits(outcome.reported, codec), PictureUnits(normal, codec)))
+                        << failAt;
+                    isOver = failAt != 0 && !heap.HasFailed();
+                    heap.Recover();
+                    const Outcome again = FeedAndFlush(handle, units, heap);
+                    EXPECT_TRUE(again.reported == normal && !again.hasFailed) << failAt;
+                    EXPECT_EQ(heap.During([&] { return ParseRelease(handle); }), 0);
+                }
+                EXPECT_EQ(heap.BlocksLeft(), 0) << failAt;
+                ++failAt;
+            }
+            EXPECT_GT(failAt, 20u) << "allocations of a session";
+        }
+        EXPECT_EQ(normal.size(), 4u);
+    }
+}
+
+// A unit that cannot be stored is missing, one that cannot be read ends the call, and parameter sets that
+// cannot be put in are left out.
+TEST(AnalysisMemory, ShortageCostsOneUnit)
+{
+    const std::vector<Bytes> units = AvcUnits();
+    const Bytes largeSps = units[1];
+    const Bytes sps = AvcSps{}.Write();
+    const Bytes pps = AvcPps{}.Write();
+    const Bytes key = AvcSlice{.nal_unit_type = 5, .sliceData = Bytes(200, 0x55)}.Write();
+    const Bytes sei = AvcSei(Bytes{200, 200} + Bytes(200, 0x33));
+    const Bytes start = AvcDelimiter() + sps + pps;
+
+    Analysis host(VideoCodecAVC, 2, 64);
+    host.Feed(start);
+    FailingHeap storing(1, Failure::Once);
+    VideoInfo info;
+    EXPECT_EQ(storing.During([&] { return ParseVideoParams(host.Handle(), sei.data(), Size(sei), &info); }),
+              0);
+    EXPECT_TRUE(storing.HasFailed());
+    host.Feed(key);
+    host.Flush();
+    EXPECT_EQ(host.Reports().back().bytes, start + key);
+
+    const Bytes buffer = largeSps + sei;
+    host.Feed(sei);
+    FailingHeap reading(1, Failure::Once);
+    EXPECT_EQ(
+        reading.During([&] { return ParseVideoParams(host.Handle(), buffer.data(), Size(buffer), &info); }),
+        -1);
+    host.Feed(key);
+    FailingHeap inserting(1, Failure::Once);
+    EXPECT_EQ(inserting.During([&] { return ParseVideoParams(host.Handle(), nullptr, 0, &info); }), 0);
+    EXPECT_EQ(CopyOf(info.accessUnitData, info.accessUnitSize), sei + key);
+    EXPECT_TRUE(info.sequenceInfoValid && info.width == 160);
+}
+
+TEST(AnalysisMemory, ASteadyStreamAllocatesNothing)
+{
+    for (const TestStream& stream : TestStreams()) {
+        const std::vector<Bytes> units = SplitUnits(stream.Read());
+        Analysis host(stream.codec, 3, 100);  // grows at first
+        FailingHeap heap;
+        for (unsigned round = 0; round < 8; ++round) {
+            if (round == 7)
+                heap = {};
+            for (size_t i = 0; i <= units.size(); ++i) {
+                const Bytes unit = i < units.size() ? units[i] : Bytes{};
+                VideoInfo info;
+                heap.During([&] { return ParseVideoParams(host.Handle(), unit.data(), Size(unit), &info); });
+            }
+        }
+        EXPECT_EQ(heap.Allocations(), 0u) << stream.name;
+    }
+}
+
+// Two megabytes of 5-byte units in one access unit, of the next one, and in one call or many. A block that
+// moved for each would be moved 400,000 times.
+TEST(AnalysisMemory, AnAccessUnitOfTinyUnitsCostsFewAllocations)
+{
+    constexpr size_t Count = 400000;
+    for (const VideoCodecType codec : {VideoCodecAVC, VideoCodecHEVC}) {
+        const bool isAvc = codec == VideoCodecAVC;
+        const Bytes key = isAvc ? AvcSps{}.Write() + AvcPps{}.Write() + AvcSlice{.nal_unit_type = 5}.Write()
+                                : HevcSps{}.Write() + HevcSlice{.nal_unit_type = 19}.Write();
+        const Bytes next = isAvc ? AvcSlice{.frame_num = 1}.Write() : HevcSlice{}.Write();
+        const Bytes filler = isAvc ? Bytes{0, 0, 1, 0x0C, 0x80} : Bytes{0, 0, 1, 0x4C, 0x01};
+        const Bytes leading = isAvc ? Bytes{0, 0, 1, 0x06, 0x80} : Bytes{0, 0, 1, 0x4E, 0x01};
+        const Bytes fillers = Repeat(filler, Count);
+        const Bytes leaders = Repeat(leading, Count);
+        Analysis host(codec);
+        FailingHeap heap;
+        VideoInfo info;
+        const auto feed = [&](const Bytes& bytes) {
+            return heap.During(
+                [&] { return ParseVideoParams(host.Handle(), bytes.data(), Size(bytes), &info); });
+        };
+        feed(key);
+        feed(fillers);
+        for (size_t i = 0; i < Count; ++i)
+            feed(leading);
+        feed(leaders);
+        ASSERT_EQ(feed(next), 0);
+        ASSERT_TRUE(CopyOf(info.accessUnitData, info.accessUnitSize) == key + fillers);
+        ASSERT_EQ(feed({}), 0);
+        ASSERT_TRUE(CopyOf(info.accessUnitData, info.accessUnitSize) == leaders + leaders + next);
+        EXPECT_LT(heap.Allocations(), 60u);
+    }
+}
+
+}  // namespace videoparams::test
