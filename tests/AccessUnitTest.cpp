@@ -2,8 +2,6 @@
 #include "support/AvcStream.h"
 #include "support/HevcStream.h"
 
-#include <array>
-#include <cstring>
 #include <gtest/gtest.h>
 
 namespace videoparams::test {
@@ -113,12 +111,6 @@ protected:
 
 INSTANTIATE_TEST_SUITE_P(, AccessUnits, testing::Values(&avc, &hevc),
                          [](const auto& test) { return std::string(test.param->name); });
-
-bool IsZero(const VideoInfo& info)
-{
-    const VideoInfo zero{};
-    return std::memcmp(&info, &zero, sizeof info) == 0;
-}
 
 }  // namespace
 
@@ -273,49 +265,6 @@ TEST_P(AccessUnits, BuffersWithoutAUnitChangeNothing)
     host.Feed(Bytes{8, 9} + Slice(1) + Bytes{0, 0, 1} + codec.filler);
     host.Flush();
     ExpectReports({{codec.sets + Slice(0, Key), 1, true}, {codec.sei + Slice(1), 0, false}});
-}
-
-TEST_P(AccessUnits, EveryCallClearsTheWholeRecord)
-{
-    const Bytes picture = codec.sets + Slice(0, Key);
-    for (const Bytes& buffer : {picture, Bytes{1}, Bytes(9), picture + AvcUnit(31, {}, 3)}) {
-        VideoInfo info;
-        std::memset(&info, 0xAB, sizeof info);
-        ParseVideoParams(host.Handle(), buffer.data(), Size(buffer), &info);
-        EXPECT_TRUE(info.accessUnitFound || IsZero(info));
-    }
-    EXPECT_EQ(ParseVideoParams(host.Handle(), nullptr, 0, nullptr), -1) << "and flushes nothing";
-    VideoInfo info;
-    std::memset(&info, 0xAB, sizeof info);
-    EXPECT_EQ(ParseVideoParams(host.Handle(), picture.data(), 0, &info), 0) << "size 0 flushes";
-    ASSERT_TRUE(info.accessUnitFound);
-    info.accessUnitFound = info.sequenceInfoValid = info.keyFrame = info.accessUnitSize = info.width =
-        info.height = 0;
-    info.accessUnitData = nullptr;
-    EXPECT_TRUE(IsZero(info));
-}
-
-TEST_P(AccessUnits, DoNotDependOnWhereTheStreamIsCut)
-{
-    const std::vector<Bytes> units = {codec.delimiter,   codec.sets,   codec.sei,       Slice(0, Key),
-                                      NextSlice(0, Key), codec.filler, codec.delimiter, codec.sei,
-                                      Slice(1),          NextSlice(1), codec.filler};
-    for (size_t cuts = 0; cuts < size_t{1} << (units.size() - 1); ++cuts) {
-        Analysis stream(codec.type, 2, 20);
-        Bytes piece;
-        for (size_t i = 0; i < units.size(); ++i) {
-            piece += units[i];
-            if (i + 1 == units.size() || (cuts >> i & 1) != 0) {
-                stream.Feed(piece);
-                piece.clear();
-            }
-        }
-        stream.Flush();
-        ASSERT_EQ(stream.Reports().size(), 2u);
-        ASSERT_EQ(stream.Reports()[0].bytes, Join({units.begin(), units.begin() + 6})) << cuts;
-        ASSERT_EQ(stream.Reports()[1].bytes, Join({units.begin() + 6, units.end()})) << cuts;
-        ASSERT_TRUE(stream.Reports()[0].info.sequenceInfoValid && stream.Reports()[0].info.keyFrame);
-    }
 }
 
 // H.264 only: parameter sets are held and put into key frames that come without.

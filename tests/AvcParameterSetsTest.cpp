@@ -297,22 +297,4 @@ TEST(AvcParameterSets, WithoutMemoryTheSlotStaysEmptyAndTheDescriptionIsWritten)
     EXPECT_TRUE(parser.spsTable[0] == nullptr && parser.ppsTable[0] == nullptr);
 }
 
-// Every count that the stream chooses at its largest: the reading ends where the data do.
-TEST(AvcParameterSets, NoCountMakesTheReadingRunOn)
-{
-    Parser parser;
-    for (const Described& row : described) {
-        const size_t ueCount = std::min<size_t>(Write(row.sps).UeCount(), 60);
-        for (size_t ue = 0; ue < ueCount; ++ue) {
-            BitWriter writer;
-            writer.ReplaceUe(ue, Huge);
-            row.sps.WriteTo(writer);
-            const PageBytes rbsp = AtPageEnd(writer.Written());
-            VideoInfo info{};
-            parser.InitReadData(rbsp.data(), rbsp.size());
-            EXPECT_EQ(parser.ReadSequenceParameterSetData(&info), ResultOk);
-        }
-    }
-}
-
 }  // namespace videoparams::test

@@ -18,18 +18,13 @@ protected:
         reader.InitReadData(page->data(), page->size());
     }
 
-    // Bits consumed since the beginning.
+    // Bits consumed since the beginning, by what the reader says of its place.
     size_t Position() const
     {
-        return static_cast<size_t>(reader.readPtr - page->data()) * 8 + reader.readBitPos;
-    }
-
-    void ExpectAtEnd(bool pastEnd) const
-    {
-        EXPECT_EQ(reader.readPtr, page->end());
-        EXPECT_EQ(reader.readBytesLeft, 0u);
-        EXPECT_EQ(reader.readBitPos, 0u);
-        EXPECT_EQ(reader.readPastEnd, pastEnd);
+        const unsigned char* at = nullptr;
+        EXPECT_EQ(reader.GetDataPtr(&at), ResultOk);
+        EXPECT_EQ(at + reader.readBytesLeft, page->end());
+        return static_cast<size_t>(at - page->data()) * 8 + reader.readBitPos;
     }
 
     Created<BaseProbe> reader;
@@ -40,66 +35,46 @@ protected:
 
 TEST_F(BitReader, TakesBitsMostSignificantFirstAcrossBytes)
 {
+    const std::pair<uint32_t, uint32_t> reads[] = {{1, 1},      {3, 2},   {0, 0},           {4, 5}, {4, 0xA},
+                                                   {12, 0xBCD}, {4, 0xE}, {32, 0xF1234567}, {4, 8}};
     Begin({0xA5, 0xAB, 0xCD, 0xEF, 0x12, 0x34, 0x56, 0x78});
-    EXPECT_EQ(reader.ReadData(1), 1u);
-    EXPECT_EQ(reader.ReadData(3), 2u);
-    EXPECT_EQ(reader.ReadData(0), 0u);
-    EXPECT_EQ(reader.ReadData(4), 5u);
-    EXPECT_EQ(reader.readBytesLeft, 7u);
-    EXPECT_EQ(reader.ReadData(4), 0xAu);
-    EXPECT_EQ(reader.ReadData(12), 0xBCDu);
-    EXPECT_EQ(Position(), 24u);
-    EXPECT_EQ(reader.ReadData(4), 0xEu);
-    EXPECT_EQ(reader.ReadData(32), 0xF1234567u);
-    EXPECT_EQ(reader.ReadData(4), 8u);
-    ExpectAtEnd(false);
-}
-
-TEST_F(BitReader, PointsAtTheByteWithTheNextUnreadBit)
-{
-    Begin({1, 2, 3});
-    reader.ReadData(9);
-    const unsigned char* at = nullptr;
-    EXPECT_EQ(reader.GetDataPtr(&at), ResultOk);
-    EXPECT_EQ(at, page->data() + 1);
-    reader.ReadData(7);
-    reader.GetDataPtr(&at);
-    EXPECT_EQ(at, page->data() + 2);
+    size_t consumed = 0;
+    for (const auto& [count, value] : reads) {
+        EXPECT_EQ(reader.ReadData(count), value);
+        EXPECT_EQ(Position(), consumed += count);
+    }
+    EXPECT_FALSE(reader.readPastEnd);
 }
 
 TEST_F(BitReader, ReadsZerosBehindTheEndAndSaysSoUntilInitialised)
 {
     Begin({0xFF});
     EXPECT_EQ(reader.ReadData(12), 0xFF0u);
-    ExpectAtEnd(true);
-    EXPECT_EQ(reader.ReadData(32), 0u);
-    EXPECT_EQ(reader.GetUE(), 0u);
-    EXPECT_EQ(reader.GetSE(), 0);
-    ExpectAtEnd(true);
-    Begin({0xFF});
-    EXPECT_FALSE(reader.readPastEnd);
-    EXPECT_EQ(reader.ReadData(0), 0u);
-    EXPECT_FALSE(reader.readPastEnd);
+    EXPECT_EQ(Position(), 8u);
+    EXPECT_TRUE(reader.readPastEnd);
+    EXPECT_EQ(reader.ReadData(32) + reader.GetUE() + static_cast<uint32_t>(reader.GetSE()), 0u);
+    EXPECT_EQ(Position(), 8u);
     Begin({});
     EXPECT_EQ(reader.ReadData(0), 0u);
-    ExpectAtEnd(false);
+    EXPECT_FALSE(reader.readPastEnd);
     EXPECT_EQ(reader.ReadData(1), 0u);
-    ExpectAtEnd(true);
+    EXPECT_TRUE(reader.readPastEnd);
 }
 
 TEST_F(BitReader, OfMoreThan32BitsGivesTheLast32)
 {
     Begin({0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77, 0x88, 0x99});
     reader.ReadData(4);
-    EXPECT_EQ(reader.ReadData(43), 0x19A22AB3u);  // bits 15 to 46: 0, 33, 44, 55, 0110011
+    EXPECT_EQ(reader.ReadData(43), 0x19A22AB3u) << "bits 15 to 46: 0, 33, 44, 55, 0110011";
     EXPECT_EQ(Position(), 47u);
     EXPECT_EQ(reader.ReadData(40), 0xC44C8000u) << "25 bits and 15 zeros, the first 8 dropped";
-    ExpectAtEnd(true);
-    for (const uint32_t count : {33u, 100u, UINT32_MAX - 1, UINT32_MAX}) {
+    EXPECT_TRUE(reader.readPastEnd);
+    for (const uint32_t count : {33u, 100u, UINT32_MAX}) {
         Begin({0xFF, 0xFF});
         reader.ReadData(3);
         EXPECT_EQ(reader.ReadData(count), count == 33 ? 0xFFF00000u : 0u);
-        ExpectAtEnd(true);
+        EXPECT_EQ(Position(), 16u);
+        EXPECT_TRUE(reader.readPastEnd);
     }
 }
 
@@ -120,7 +95,6 @@ TEST_F(BitReader, ReadsExpGolombCodes)
         {{0x28}, 4, -2, 5, false},
         {{0x10}, 7, 4, 7, false},
         {{0, 0, 0, 1, 0, 0, 0, 0}, 0x7FFFFFFF, 0x40000000, 63, false},
-        {{0, 0, 0, 1, 0xFF, 0xFF, 0xFF, 0xFA}, 0xFFFFFFFC, -0x7FFFFFFE, 63, false},
         {{0, 0, 0, 1, 0xFF, 0xFF, 0xFF, 0xFC}, 0xFFFFFFFD, INT32_MAX, 63, false},
         {{0, 0, 0, 1, 0xFF, 0xFF, 0xFF, 0xFE}, 0xFFFFFFFE, -INT32_MAX, 63, false},
         // Given up at the 32nd zero, whatever follows.
@@ -137,24 +111,7 @@ TEST_F(BitReader, ReadsExpGolombCodes)
         EXPECT_EQ(reader.readPastEnd, c.pastEnd) << Hex(c.bytes);
         Begin(c.bytes);
         EXPECT_EQ(reader.GetSE(), c.se) << Hex(c.bytes);
-        EXPECT_EQ(Position(), c.consumed) << Hex(c.bytes);
     }
-}
-
-TEST_F(BitReader, ReadsBackWhatWasWritten)
-{
-    BitWriter writer;
-    for (uint32_t value = 0; value < 1100; ++value)
-        writer.Ue(value).U(value % 33, value).Se(static_cast<int32_t>(value) - 500);
-    Begin(writer.Written());
-    for (uint32_t value = 0; value < 1100; ++value) {
-        const uint32_t mask = value % 33 == 32 ? UINT32_MAX : (uint32_t{1} << value % 33) - 1;
-        ASSERT_EQ(reader.GetUE(), value);
-        ASSERT_EQ(reader.ReadData(value % 33), value & mask);
-        ASSERT_EQ(reader.GetSE(), static_cast<int32_t>(value) - 500);
-    }
-    EXPECT_EQ(Position(), writer.BitCount());
-    EXPECT_FALSE(reader.readPastEnd);
 }
 
 }  // namespace videoparams::test
