@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Sees to it that what the named purposes need is installed: installs it where it may, else names what is missing.
 #
-#   scripts/setup.sh build tests        PURPOSE: build tool tests clang fuzz format tidy bench ffmpeg abi
+#   scripts/setup.sh build tests        PURPOSE: build tool tests clang fuzz format tidy bench ffmpeg abi docs
 set -euo pipefail
 
 hasCommand() { command -v "$1" >/dev/null; }
@@ -48,6 +48,7 @@ requirementsOf() {
         ;;
     ffmpeg) echo "ffmpeg hasCommand ffmpeg" ;;
     abi) echo "abigail-tools hasCommand abidiff" ;;
+    docs) echo "doxygen hasCommand doxygen" ;;
     *)
         echo "setup.sh: unknown purpose: $1" >&2
         return 1

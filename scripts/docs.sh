@@ -1,0 +1,18 @@
+#!/usr/bin/env bash
+# Makes the reference of the interface from the header, and fails at any warning.
+#
+#   scripts/docs.sh [FOLDER]    FOLDER gets the pages (a folder outside of the tree)
+set -euo pipefail
+. "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+"$projectDir/scripts/setup.sh" docs
+output=${1:-$buildRoot/docs}
+mkdir -p "$output"
+DOCS_OUTPUT=$(cd "$output" && pwd)
+VIDEOPARAMS_VERSION=$(sed -n 's/^#define VIDEOPARAMS_VERSION_[A-Z]* \([0-9]*\)$/\1/p' \
+    "$projectDir/include/VideoParams.h" | paste -sd .)
+export DOCS_OUTPUT VIDEOPARAMS_VERSION
+
+cd "$projectDir"
+quietly "$buildRoot/docs.log" doxygen docs/Doxyfile
+echo "$DOCS_OUTPUT/html/index.html"
