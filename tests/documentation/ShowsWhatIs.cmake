@@ -1,0 +1,41 @@
+# README shows the tool's real output, its real picture and a program that the tests build; man page and completion
+# know every command and option.
+
+file(READ "${SOURCE}/README.md" readme)
+file(READ "${SOURCE}/docs/videoparams.1" manual)
+string(REPLACE "\\-" "-" manual "${manual}")
+file(READ "${SOURCE}/tools/completion/videoparams.bash" completion)
+
+function(expect text where what)
+    string(FIND "${where}" "${text}" place)
+    if(place EQUAL -1)
+        message(SEND_ERROR "${what} lacks:\n${text}")
+    endif()
+endfunction()
+
+set(stream tests/streams/hevc-hdr10.h265)
+execute_process(COMMAND ${TOOL} info ${stream} --plot "${WORK}/sizes.svg" WORKING_DIRECTORY "${SOURCE}"
+    OUTPUT_VARIABLE printed COMMAND_ERROR_IS_FATAL ANY)
+expect("$ videoparams info ${stream} --plot sizes.svg\n${printed}```" "${readme}" README.md)
+
+file(READ "${WORK}/sizes.svg" drawn)
+file(READ "${SOURCE}/docs/images/sizes.svg" shown)
+if(NOT drawn STREQUAL shown)
+    message(SEND_ERROR "docs/images/sizes.svg is not what the tool draws: videoparams info ${stream} --plot")
+endif()
+
+# Without the comment at its head.
+file(READ "${SOURCE}/examples/list-access-units.c" program)
+string(REGEX REPLACE "^(//[^\n]*\n)+\n" "" program "${program}")
+expect("```c\n${program}```" "${readme}" README.md)
+
+foreach(command info units params check "userdata add" "userdata get" "userdata remove")
+    separate_arguments(words UNIX_COMMAND "${command}")
+    execute_process(COMMAND ${TOOL} ${words} --help OUTPUT_VARIABLE help COMMAND_ERROR_IS_FATAL ANY)
+    expect("videoparams ${command}\n" "${manual}" videoparams.1)
+    string(REGEX MATCHALL "--[a-z]+" options "${help}")
+    foreach(option ${options})
+        expect("${option}" "${manual}" videoparams.1)
+        expect("${option}" "${completion}" videoparams.bash)
+    endforeach()
+endforeach()

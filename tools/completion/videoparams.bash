@@ -1,0 +1,44 @@
+# Completion of videoparams(1) for bash.
+
+_videoparams() {
+    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
+    local word command="" words=""
+
+    COMPREPLY=()
+    for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
+        case "$command $word" in
+        " info" | " units" | " params" | " check" | " userdata") command=$word ;;
+        "userdata add" | "userdata get" | "userdata remove") command="userdata $word" ;;
+        esac
+    done
+
+    case $previous in
+    --codec) words="h264 h265" ;;
+    --where) words="first all key" ;;
+    --text) return ;;
+    --plot | --data | -o | --output)
+        compopt -o default
+        return
+        ;;
+    *)
+        case $command in
+        "") words="info units params check userdata --help --version" ;;
+        info) words="--codec --units --json --plot --help" ;;
+        units) words="--codec --json --help" ;;
+        params) words="--codec --output --help" ;;
+        check) words="--codec --help" ;;
+        userdata) words="add get remove --help" ;;
+        "userdata add") words="--codec --text --data --where --output --help" ;;
+        "userdata get" | "userdata remove") words="--codec --output --help" ;;
+        esac
+        # Behind a command stands a file, unless an option is begun.
+        if [[ $command != "" && $command != userdata && $current != -* ]]; then
+            compopt -o default
+            return
+        fi
+        ;;
+    esac
+    mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
+}
+
+complete -F _videoparams videoparams
