@@ -211,6 +211,24 @@ TEST_P(AccessUnits, AFlushedHandleTakesUpANewStream)
     EXPECT_FALSE(waiting.Reports()[1].info.sequenceInfoValid);
 }
 
+// Not even a rate that waits for its SPS outlives a flush.
+TEST(HevcAccessUnits, AFlushForgetsTheRateOfAVps)
+{
+    const Bytes vps = HevcVps{.timing = Timing{1, 30}}.Write();
+    for (const Bytes& before :
+         {vps, HevcDelimiter() + vps}) {  // read into the current record, the pending one
+        Analysis host(VideoCodecHEVC);
+        host.Feed(before);
+        host.Flush();
+        host.Feed((before == vps ? Bytes{} : HevcDelimiter()) + HevcSps{}.Write() +
+                  HevcSliceOf(0, Key, true));
+        host.Flush();
+        ASSERT_EQ(host.Reports().size(), 2u);
+        EXPECT_EQ(host.Reports()[1].info.width, 416u);
+        EXPECT_EQ(host.Reports()[1].info.frameRateNumerator, 0u);
+    }
+}
+
 // The second picture completes in the same call as the first, whose description stays.
 TEST_P(AccessUnits, OfSeveralInOneCallTheLastIsReported)
 {

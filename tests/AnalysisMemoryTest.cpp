@@ -127,40 +127,100 @@ TEST(AnalysisMemory, EveryShortageIsSurvivedAndForgotten)
     }
 }
 
-// A unit that cannot be stored is missing, one that cannot be read ends the call, and parameter sets that
-// cannot be put in are left out.
-TEST(AnalysisMemory, ShortageCostsOneUnit)
-{
-    const std::vector<Bytes> units = AvcUnits();
-    const Bytes largeSps = units[1];
-    const Bytes sps = AvcSps{}.Write();
-    const Bytes pps = AvcPps{}.Write();
-    const Bytes key = AvcSlice{.nal_unit_type = 5, .sliceData = Bytes(200, 0x55)}.Write();
-    const Bytes sei = AvcSei(Bytes{200, 200} + Bytes(200, 0x33));
-    const Bytes start = AvcDelimiter() + sps + pps;
+namespace {
 
-    Analysis host(VideoCodecAVC, 2, 64);
+// A host for whom memory runs out in a call, at its `failAt`-th allocation.
+class ShortHost : public Analysis
+{
+public:
+    using Analysis::Analysis;
+
+    int64_t FeedShort(const Bytes& bytes, uint64_t failAt = 1, Failure failure = Failure::ForGood)
+    {
+        FailingHeap heap(failAt, failure);
+        VideoInfo info;
+        const int64_t result =
+            heap.During([&] { return ParseVideoParams(Handle(), bytes.data(), Size(bytes), &info); });
+        EXPECT_TRUE(heap.HasFailed());
+        last = CopyOf(info.accessUnitData, info.accessUnitSize);
+        return result;
+    }
+
+    Bytes last;
+};
+
+const Bytes sei = AvcSei(Bytes{200, 200} + Bytes(200, 0x33));
+
+}  // namespace
+
+TEST(AnalysisMemory, AUnitThatCannotBeStoredIsMissing)
+{
+    const Bytes start = AvcDelimiter() + AvcSps{}.Write() + AvcPps{}.Write();
+    const Bytes key = AvcSlice{.nal_unit_type = 5}.Write();
+    ShortHost host(VideoCodecAVC, 2, 64);
     host.Feed(start);
-    FailingHeap storing(1, Failure::Once);
-    VideoInfo info;
-    EXPECT_EQ(storing.During([&] { return ParseVideoParams(host.Handle(), sei.data(), Size(sei), &info); }),
-              0);
-    EXPECT_TRUE(storing.HasFailed());
+    EXPECT_EQ(host.FeedShort(sei), 0);
     host.Feed(key);
     host.Flush();
     EXPECT_EQ(host.Reports().back().bytes, start + key);
+}
 
-    const Bytes buffer = largeSps + sei;
-    host.Feed(sei);
-    FailingHeap reading(1, Failure::Once);
-    EXPECT_EQ(
-        reading.During([&] { return ParseVideoParams(host.Handle(), buffer.data(), Size(buffer), &info); }),
-        -1);
-    host.Feed(key);
-    FailingHeap inserting(1, Failure::Once);
-    EXPECT_EQ(inserting.During([&] { return ParseVideoParams(host.Handle(), nullptr, 0, &info); }), 0);
-    EXPECT_EQ(CopyOf(info.accessUnitData, info.accessUnitSize), sei + key);
-    EXPECT_TRUE(info.sequenceInfoValid && info.width == 160);
+TEST(AnalysisMemory, ADelimiterThatIsMissingHasNoPlace)
+{
+    Bytes sps = AvcSps{}.Write();
+    Bytes pps = AvcPps{}.Write();
+    const Bytes key = AvcSlice{.nal_unit_type = 5}.Write();
+    ShortHost stored(VideoCodecAVC, 2, 4);
+    SetParameterSetData(stored.Handle(), sps.data(), Size(sps), pps.data(), Size(pps));
+    EXPECT_EQ(stored.FeedShort(AvcDelimiter()), 0);
+    stored.Feed(key);
+    stored.Flush();
+    EXPECT_EQ(stored.Reports().back().bytes, sps + pps + key);
+
+    ShortHost merged(VideoCodecAVC, 2, 6);
+    SetParameterSetData(merged.Handle(), sps.data(), Size(sps), pps.data(), Size(pps));
+    merged.Feed(AvcSei({}) + AvcDelimiter());
+    EXPECT_EQ(merged.FeedShort(key, 1, Failure::Once), 0);
+    merged.Flush();
+    EXPECT_EQ(merged.Reports().back().bytes, sps + pps + AvcSei({}) + key);
+}
+
+TEST(AnalysisMemory, AUnitThatCannotBeReadEndsTheCall)
+{
+    const Bytes largeSps = AvcUnits()[1];
+    const AvcSps longFrameNum = {.log2_max_frame_num_minus4 = 1000};
+    const Bytes slice = AvcSlice{.sliceData = Bytes(2000, 7)}.Write(longFrameNum);
+    const Bytes start = longFrameNum.Write() + AvcPps{}.Write();
+    ShortHost host(VideoCodecAVC);
+    host.Feed(start);
+    EXPECT_EQ(host.FeedShort(slice), -1);
+    EXPECT_EQ(host.FeedShort(largeSps + sei), -1);
+    EXPECT_EQ(host.Feed(slice), 0);
+    host.Flush();
+    EXPECT_EQ(host.Reports().back().bytes, start + slice);
+}
+
+TEST(AnalysisMemory, ParameterSetsThatCannotBePutInOrHeldAreLeftOut)
+{
+    const AvcPps pps = {.pic_parameter_set_id = 255};
+    const AvcSlice slice = {.nal_unit_type = 5, .pic_parameter_set_id = 255, .sliceData = Bytes(200, 0x55)};
+    const Bytes key = slice.Write({}, pps);
+    ShortHost host(VideoCodecAVC, 2, 20);
+    host.Feed(AvcSps{}.Write() + pps.Write() + key);
+    host.Flush();
+    host.Feed(sei + key);
+    EXPECT_EQ(host.FeedShort({}), 0);
+    EXPECT_EQ(host.last, sei + key);
+
+    ShortHost withoutPps(VideoCodecAVC);
+    withoutPps.Feed(AvcSps{}.Write());
+    EXPECT_EQ(withoutPps.FeedShort(pps.Write(), 2), 0) << "behind its record, the copy";
+    withoutPps.Feed(key);
+    withoutPps.Flush();
+    withoutPps.Feed(key);
+    withoutPps.Flush();
+    EXPECT_EQ(withoutPps.Reports().back().bytes, key);
+    EXPECT_EQ(withoutPps.Reports().back().info.width, 160u);
 }
 
 TEST(AnalysisMemory, ASteadyStreamAllocatesNothing)

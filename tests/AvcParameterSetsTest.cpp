@@ -152,15 +152,16 @@ const Described described[] = {
 
 void ExpectRecord(const SpsRecord* record, const AvcSps& sps, const char* what)
 {
+    const SpsRecord expected = {sps.seq_parameter_set_id,
+                                sps.separate_colour_plane_flag,
+                                sps.log2_max_frame_num_minus4,
+                                sps.pic_order_cnt_type,
+                                sps.log2_max_pic_order_cnt_lsb_minus4,
+                                sps.delta_pic_order_always_zero_flag,
+                                sps.frame_mbs_only_flag,
+                                sps.gaps_in_frame_num_value_allowed_flag};
     ASSERT_NE(record, nullptr) << what;
-    EXPECT_EQ(record->seq_parameter_set_id, sps.seq_parameter_set_id) << what;
-    EXPECT_EQ(record->separate_colour_plane_flag, sps.separate_colour_plane_flag) << what;
-    EXPECT_EQ(record->log2_max_frame_num_minus4, sps.log2_max_frame_num_minus4) << what;
-    EXPECT_EQ(record->pic_order_cnt_type, sps.pic_order_cnt_type) << what;
-    EXPECT_EQ(record->log2_max_pic_order_cnt_lsb_minus4, sps.log2_max_pic_order_cnt_lsb_minus4) << what;
-    EXPECT_EQ(record->delta_pic_order_always_zero_flag, sps.delta_pic_order_always_zero_flag) << what;
-    EXPECT_EQ(record->frame_mbs_only_flag, sps.frame_mbs_only_flag) << what;
-    EXPECT_EQ(record->gaps_in_frame_num_value_allowed_flag, sps.gaps_in_frame_num_value_allowed_flag) << what;
+    EXPECT_EQ(std::memcmp(record, &expected, sizeof expected), 0) << what;
 }
 
 }  // namespace

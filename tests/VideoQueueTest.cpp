@@ -79,6 +79,16 @@ TEST_F(VideoQueue, GrowsToExactlyWhatIsStored)
     }
 }
 
+// Blocks are made larger than their capacity says; where the heap has no more, the need will do.
+TEST_F(VideoQueue, GrowsToTheNeedWhereTheHeapCannotGiveMore)
+{
+    VideoQueueInfo* const entry = NextEntry();
+    FailingHeap heap(1, FailingHeap::Failure::Once);
+    EXPECT_EQ(heap.During([&] { return Store(entry, slice); }), ResultOk);
+    EXPECT_TRUE(heap.HasFailed());
+    EXPECT_EQ(Contents(entry), slice);
+}
+
 TEST_F(VideoQueue, InsertsParameterSetsBehindTheDelimiter)
 {
     const Bytes sei = {0, 0, 1, 6, 0x80};

@@ -3,16 +3,17 @@
 #include "VideoParams/ParseAVCParams.h"
 #include "VideoParams/ParseHEVCParams.h"
 
+#include <cstdlib>
+
 namespace videoparams::test {
 
-// The classes of the library with their protected members opened. Members are reached as they are named.
+// The classes of the library with those of their protected members opened that the tests reach for.
 
 template <typename Parser>
 class ParserProbe : public Parser
 {
 public:
     using Parser::AddEscape;
-    using Parser::ArrangeUserData;
     using Parser::CountEscapes;
     using Parser::GetDataPtr;
     using Parser::GetNalData;
@@ -20,47 +21,26 @@ public:
     using Parser::GetRbspData;
     using Parser::GetRbspHead;
     using Parser::GetSE;
-    using Parser::GetStartCode;
     using Parser::GetUE;
     using Parser::InitReadData;
     using Parser::OpenNextUnit;
     using Parser::openUnit;
     using Parser::ReadData;
-    using Parser::Reset;
     using Parser::SetData;
 
     using Parser::nalArrayCapacity;
-    using Parser::nalPointers;
-    using Parser::nalSizes;
-    using Parser::nalStart;
-    using Parser::nextNalStart;
-    using Parser::parameterSets;
-    using Parser::queueBufferSize;
-    using Parser::queueCount;
     using Parser::rbspBuffer;
     using Parser::rbspBufferSize;
     using Parser::readBitPos;
     using Parser::readBytesLeft;
     using Parser::readPastEnd;
     using Parser::readPtr;
-    using Parser::removeBuffer;
     using Parser::removeBufferSize;
-    using Parser::removeLength;
-    using Parser::removeOutput;
-    using Parser::removeOutputLength;
     using Parser::removeOutputSize;
-    using Parser::removeSeiBuffer;
     using Parser::removeSeiBufferSize;
-    using Parser::removeSeiLength;
     using Parser::scanData;
-    using Parser::scanRemaining;
-    using Parser::userDataBuffer;
     using Parser::userDataBufferSize;
-    using Parser::userDataLength;
-    using Parser::userDataOutput;
-    using Parser::userDataOutputLength;
     using Parser::userDataOutputSize;
-    using Parser::videoQueue;
 };
 
 using BaseProbe = ParserProbe<CParserBase>;
@@ -69,8 +49,6 @@ class AvcProbe : public ParserProbe<CParseAVCParams>
 {
 public:
     using CParseAVCParams::accessUnits;
-    using CParseAVCParams::firstFieldGap;
-    using CParseAVCParams::frameNum;
     using CParseAVCParams::gapsInFrameNumAllowed;
     using CParseAVCParams::maxFrameNum;
     using CParseAVCParams::parameterSetInfo;
@@ -83,7 +61,6 @@ public:
     using CParseAVCParams::ReadPictureParameterSetData;
     using CParseAVCParams::ReadSequenceParameterSetData;
     using CParseAVCParams::ReadSliceHeaderData;
-    using CParseAVCParams::secondFieldParity;
     using CParseAVCParams::sliceHeader;
     using CParseAVCParams::spsCapacity;
     using CParseAVCParams::spsData;
@@ -94,7 +71,6 @@ public:
 class HevcProbe : public ParserProbe<CParseHEVCParams>
 {
 public:
-    using CParseHEVCParams::accessUnits;
     using CParseHEVCParams::ReadSequenceParameterSetData;
     using CParseHEVCParams::ReadSliceHeaderData;
     using CParseHEVCParams::ReadVideoParameterSetData;
@@ -103,12 +79,9 @@ public:
 class QueueProbe : public CVideoQueue
 {
 public:
-    using CVideoQueue::entries;
-    using CVideoQueue::nextIndex;
     using CVideoQueue::ResizeBuffer;
     using CVideoQueue::scratchBuffer;
     using CVideoQueue::scratchCapacity;
-    using CVideoQueue::spareEntry;
 };
 
 // A probe that is made and released as the exported functions do it.
@@ -124,7 +97,8 @@ public:
 
     explicit Created(Family made = Family::Parse) : family(made)
     {
-        createResult = family == Family::Parse ? Probe::Create() : Probe::UserDataCreate();
+        if ((family == Family::Parse ? Probe::Create() : Probe::UserDataCreate()) != ResultOk)
+            std::abort();
     }
 
     ~Created() override
@@ -138,11 +112,8 @@ public:
     Created(const Created&) = delete;
     Created& operator=(const Created&) = delete;
 
-    Result CreateResult() const { return createResult; }
-
 private:
     Family family;
-    Result createResult = ResultFailed;
 };
 
 }  // namespace videoparams::test
