@@ -1,0 +1,176 @@
+#include "support/Analysis.h"
+#include "support/AvcStream.h"
+#include "support/PageBytes.h"
+#include "support/Probes.h"
+
+#include <gtest/gtest.h>
+
+namespace videoparams::test {
+
+namespace {
+
+const Bytes startCode = {0, 0, 0, 1};
+const AvcSps plainSps;  // 160x96
+const AvcSps otherSps = {.pic_width_in_mbs_minus1 = 19, .pic_height_in_map_units_minus1 = 14};
+const AvcPps plainPps;
+
+Bytes WithoutStartCode(const Bytes& unit)
+{
+    return {unit.begin() + 4, unit.end()};
+}
+
+int64_t Set(CParserBase& parser, const Bytes& sps, const Bytes& pps)
+{
+    const PageBytes spsInput = AtPageEnd(sps);
+    const PageBytes ppsInput = AtPageEnd(pps);
+    return parser.SetParameterSetData(spsInput.data(), spsInput.size(), ppsInput.data(), ppsInput.size());
+}
+
+TEST(SetParameterSetData, HoldsWhatItIsGivenBehindAStartCode)
+{
+    const Bytes sps = plainSps.Write();
+    const Bytes pps = plainPps.Write();
+    struct
+    {
+        const char* name;
+        Bytes sps;
+        Bytes pps;
+        bool addsToSps;
+        bool addsToPps;
+        int64_t result;
+    } const cases[] = {
+        {"four bytes", sps, pps, false, false, 0},
+        {"three bytes", plainSps.Write(StartCode::ThreeBytes), plainPps.Write(StartCode::ThreeBytes), false,
+         false, 0},
+        {"none", WithoutStartCode(sps), WithoutStartCode(pps), true, true, 0},
+        {"of other types", pps, sps, false, false, 0},
+        {"one byte", {0x67}, {0x68}, true, true, 0},
+        {"zeros alone", {0, 0}, pps, true, false, 0},
+        {"three zeros", {0, 0, 0}, pps, true, false, 0},
+        {"four zeros", sps, {0, 0, 0, 0, 1}, false, true, 0},
+        {"two start codes", sps, {0, 0, 0, 1, 0, 0, 1, 0x68, 0xCE}, false, false, -1},
+        {"a start code alone", {0, 0, 1}, pps, false, false, -1},
+        {"too short", sps, {0, 0, 1, 0x68}, false, false, -1},
+        {"forbidden_zero_bit", {0xE7, 1, 2, 3}, pps, true, false, -1},
+        {"forbidden_zero_bit of the PPS", sps, {0xE8, 1, 2}, false, true, -1},
+    };
+    for (const auto& row : cases) {
+        Created<AvcProbe> parser;
+        EXPECT_EQ(Set(parser, row.sps, row.pps), row.result) << row.name;
+        const Bytes heldSps = (row.addsToSps ? startCode : Bytes{}) + row.sps;
+        const Bytes heldPps = (row.addsToPps ? startCode : Bytes{}) + row.pps;
+        EXPECT_EQ(CopyOf(parser.spsData, parser.spsLength), heldSps) << row.name;
+        EXPECT_EQ(CopyOf(parser.ppsData, parser.ppsLength), heldPps) << row.name;
+        EXPECT_EQ(parser.spsCapacity, std::max(Size(heldSps), 10u)) << row.name;
+        EXPECT_EQ(parser.ppsCapacity, std::max(Size(heldPps), 10u)) << row.name;
+    }
+}
+
+TEST(SetParameterSetData, GrowsToFitAndNeverShrinks)
+{
+    const Bytes large = plainSps.Write() + Bytes(5000, 0x55);
+    Created<AvcProbe> parser;
+    for (const Bytes& sps : {large, otherSps.Write()}) {
+        EXPECT_EQ(Set(parser, sps, plainPps.Write()), 0);
+        EXPECT_EQ(parser.spsCapacity, large.size());
+        EXPECT_EQ(parser.spsLength, sps.size());
+    }
+    EXPECT_TRUE(parser.parameterSetInfo.width == 320 && parser.parameterSetInfo.height == 240);
+}
+
+// A slice stream without parameter sets, as MP4 files hold it.
+TEST(SetParameterSetData, MakesAStreamWithoutParameterSetsSelfContained)
+{
+    const Bytes key = AvcSlice{.nal_unit_type = 5}.Write();
+    const Bytes inter = AvcSlice{.frame_num = 1}.Write();
+    const Bytes sets = plainSps.Write() + plainPps.Write();
+    Analysis analysis(VideoCodecAVC);
+    Bytes sps = WithoutStartCode(plainSps.Write());
+    Bytes pps = WithoutStartCode(plainPps.Write());
+    ASSERT_EQ(SetParameterSetData(analysis.Handle(), sps.data(), Size(sps), pps.data(), Size(pps)), 0);
+    analysis.Feed(AvcDelimiter() + key + AvcDelimiter() + inter);
+    analysis.Feed(otherSps.Write() + plainPps.Write() + key);
+    analysis.Feed(AvcDelimiter() + inter);
+    analysis.Feed(key);
+    analysis.Flush();
+    ASSERT_EQ(analysis.Reports().size(), 5u);
+    const auto& reports = analysis.Reports();
+    EXPECT_EQ(reports[0].bytes, AvcDelimiter() + sets + key);
+    EXPECT_EQ(reports[0].info.width, 160u);
+    EXPECT_EQ(reports[1].bytes, AvcDelimiter() + inter);
+    EXPECT_EQ(reports[1].info.sequenceInfoValid, 0u);
+    // Its own are neither replaced nor taken over.
+    EXPECT_EQ(reports[2].bytes, otherSps.Write() + plainPps.Write() + key);
+    EXPECT_EQ(reports[2].info.width, 320u);
+    EXPECT_EQ(reports[4].bytes, sets + key);
+    EXPECT_EQ(reports[4].info.width, 160u);
+}
+
+// What cannot be read is held all the same; an SPS like that leaves the PPS unread.
+TEST(SetParameterSetData, UnreadableSetsGoIntoTheStream)
+{
+    const Bytes key = AvcSlice{.nal_unit_type = 5}.Write();
+    Analysis analysis(VideoCodecAVC);
+    Bytes sps = {0xE7, 1, 2, 3};
+    Bytes pps = plainPps.Write();
+    EXPECT_EQ(SetParameterSetData(analysis.Handle(), sps.data(), Size(sps), pps.data(), Size(pps)), -1);
+    analysis.Feed(plainSps.Write() + key);  // dropped
+    analysis.Feed(plainPps.Write() + AvcDelimiter() + key);
+    analysis.Flush();
+    ASSERT_EQ(analysis.Reports().size(), 1u);
+    EXPECT_EQ(analysis.Reports()[0].bytes, plainSps.Write() + plainPps.Write() + AvcDelimiter() + key);
+    analysis.Feed(AvcDelimiter() + key);
+    analysis.Flush();
+    ASSERT_EQ(analysis.Reports().size(), 2u);
+    EXPECT_EQ(analysis.Reports()[1].bytes, AvcDelimiter() + startCode + sps + pps + key);
+    EXPECT_EQ(analysis.Reports()[1].info.sequenceInfoValid, 0u);
+}
+
+TEST(GetParameterSetData, FindsTheLastOfEachKind)
+{
+    const Bytes sps = plainSps.Write();
+    const Bytes other = otherSps.Write(StartCode::ThreeBytes);
+    const Bytes pps = plainPps.Write();
+    const Bytes slice = AvcSlice{}.Write();
+    const Bytes large = AvcUnit(7, Bytes(70000, 0x42));
+    const Bytes largePps = AvcUnit(8, Bytes(1020, 0x42));  // 1025 bytes
+    struct
+    {
+        const char* name;
+        Bytes stream;
+        Bytes sps;
+        Bytes pps;
+        int64_t result;
+    } const cases[] = {
+        {"both", Bytes{9, 9} + sps + pps + slice, sps, pps, 0},
+        {"two SPS", sps + pps + other + slice, other, pps, 0},
+        {"behind slices", slice + pps + slice + sps, sps, pps, 0},
+        {"large ones", large + largePps + slice, large, largePps, 0},
+        {"large, then small", large + largePps + sps + pps, sps, pps, 0},
+        {"with zeros behind", pps + Bytes{0, 0} + sps, sps, pps + Bytes{0, 0}, 0},
+        {"an SPS alone", sps, sps, {}, 0},
+        {"a subset SPS is none", AvcUnit(15, {1, 2, 3}) + slice, {}, {}, 0},
+        {"slices alone", slice + slice, {}, {}, 0},
+        {"start codes alone", Bytes{0, 0, 1, 0, 0, 0, 1} + pps, {}, pps, 0},
+        {"four bytes", {0, 0, 1, 0x67}, {}, {}, 0},
+        {"no start code", Bytes(5, 0x67), {}, {}, -1},
+    };
+    Created<AvcProbe> parser;
+    for (const auto& row : cases) {
+        const PageBytes stream = AtPageEnd(row.stream);
+        unsigned char marker = 0;
+        ParameterSetData found = {&marker, 7, &marker, 7, &marker, 7};
+        EXPECT_EQ(parser.GetParameterSetData(stream.data(), stream.size(), &found), row.result) << row.name;
+        EXPECT_EQ(CopyOf(found.sps, found.spsSize), row.sps) << row.name;
+        EXPECT_EQ(CopyOf(found.pps, found.ppsSize), row.pps) << row.name;
+        EXPECT_EQ(found.sps == nullptr, found.spsSize == 0) << row.name;
+        EXPECT_EQ(found.pps == nullptr, found.ppsSize == 0) << row.name;
+        EXPECT_TRUE(found.vps == nullptr && found.vpsSize == 0) << row.name;
+    }
+    EXPECT_EQ(parser.spsTable[0], nullptr) << "nothing is read";
+    EXPECT_EQ(parser.spsLength, 0u) << "nothing is held";
+}
+
+}  // namespace
+
+}  // namespace videoparams::test
