@@ -46,7 +46,10 @@ requirementsOf() {
         echo "libavcodec-dev hasHeader libavcodec/avcodec.h"
         echo "libgstreamer-plugins-bad1.0-dev hasHeader gstreamer-1.0/gst/codecparsers/gsth264parser.h"
         ;;
-    ffmpeg) echo "ffmpeg hasCommand ffmpeg" ;;
+    ffmpeg)
+        echo "ffmpeg hasCommand ffmpeg"
+        echo "python3 hasCommand python3"
+        ;;
     abi) echo "abigail-tools hasCommand abidiff" ;;
     docs) echo "doxygen hasCommand doxygen" ;;
     *)
