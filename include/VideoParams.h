@@ -13,9 +13,9 @@
 /// - a start code with the next one at its heels ends the call;
 /// - when several access units are completed by one call, only the last of them is reported.
 ///
-/// A buffer with one whole unit of 5 bytes or more (its start code first) avoids all five.
-/// `examples/NalFeeder.hpp` takes a stream in pieces of any size and hands on whole units. A buffer with one
-/// whole access unit is as good, and faster.
+/// A buffer with one whole unit of 5 bytes or more (its start code first) avoids all five; a shorter unit
+/// goes with the one before it. `examples/NalFeeder.hpp` takes a stream in pieces of any size and hands on
+/// whole units. A buffer with one whole access unit is as good, and faster.
 ///
 /// @code
 /// void* parser;
@@ -47,11 +47,11 @@
 /// A pointer that comes back addresses the host's own input or a block of the handle. The host never frees
 /// it; the library never frees what the host passes, and apart from `SetVideoData` never keeps it. A handle
 /// owns its configured buffers, grown to the largest unit and access unit that it has met (and at most twice
-/// that), and 12 bytes for each unit of a frame that it split; its memory does not depend on the length of
-/// the stream. When memory runs out, the call says -1, what is held stays as it was and a later call works
-/// again; `ParseVideoParams` tells of one exception. Input must not lie in a block of the same handle, with
-/// one exception: the results of `AddUserData` and `RemoveUserData` may be given to `GetUserData`, and that
-/// of one of the two to the other.
+/// that; of user data four times), and 12 bytes for each unit of a frame that it split; its memory does not
+/// depend on the length of the stream. When memory runs out, the call says -1, what is held stays as it was
+/// and a later call works again; `ParseVideoParams` tells of one exception. Input must not lie in a block of
+/// the same handle, with one exception: the results of `AddUserData` and `RemoveUserData` may be given to
+/// `GetUserData`, and that of one of the two to the other.
 ///
 /// @par Threads
 /// The library has no global state and starts no threads. A handle is used by one thread at a time; different
@@ -268,8 +268,10 @@ VIDEOPARAMS_API int64_t ParseVideoParams(void* handle, const unsigned char* data
 /// **A splice flags the samples behind it up to the first reference picture**; the next ones are tested
 /// against that. A missing picture that was no reference leaves no trace. **Fields of a sound stream are
 /// flagged** behind a picture of two intra fields and, where top fields come first, behind an intra frame:
-/// second fields are tested like first ones, until a picture comes of which only the first field is intra.
-/// Samples behind a picture with `memory_management_control_operation` 5, which is not read, are flagged too.
+/// second fields are tested like first ones, until a picture comes of which only the first field is intra; so
+/// they are where the order of the fields changes. Samples behind a picture with
+/// `memory_management_control_operation` 5, which is not read, are flagged too, and a first sample that is no
+/// IDR picture is tested as if a `frame_num` of 0 had been before it.
 ///
 /// The parameter sets and slice headers that it reads are those of the whole handle: use a handle of its own
 /// beside `ParseVideoParams`, or the analysis may split or join pictures.

@@ -33,7 +33,7 @@ Fed Feed(const Bytes& stream, const std::vector<size_t>& pieces, ShortUnits shor
     Fed fed;
     const auto take = [&](const unsigned char* bytes, size_t size) {
         fed.hasRightOffsets = fed.hasRightOffsets && feeder.Offset() == fed.all.size();
-        fed.all += CopyOf(bytes, size);
+        fed.all.insert(fed.all.end(), bytes, bytes + size);
     };
     const auto takeUnit = [&](const unsigned char* unit, unsigned int unitSize) {
         take(unit, unitSize);

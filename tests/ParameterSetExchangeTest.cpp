@@ -1,5 +1,6 @@
 #include "support/Analysis.h"
 #include "support/AvcStream.h"
+#include "support/FailingHeap.h"
 #include "support/PageBytes.h"
 #include "support/Probes.h"
 
@@ -79,6 +80,29 @@ TEST(SetParameterSetData, GrowsToFitAndNeverShrinks)
 }
 
 // A slice stream without parameter sets, as MP4 files hold it.
+// A new SPS beside an old PPS would be put into the stream as if they belonged together.
+TEST(SetParameterSetData, APairStaysAPairWhenMemoryRunsOut)
+{
+    const Bytes longPps = plainPps.Write() + Bytes(50, 0x55);
+    for (uint64_t failAt = 1; failAt <= 2; ++failAt) {
+        Created<AvcProbe> parser;
+        ASSERT_EQ(Set(parser, plainSps.Write(), plainPps.Write()), 0);
+        FailingHeap heap(failAt, FailingHeap::Failure::ForGood);
+        const Bytes sps = otherSps.Write() + Bytes(50, 0x55);
+        const PageBytes spsInput = AtPageEnd(sps);
+        const PageBytes ppsInput = AtPageEnd(longPps);
+        EXPECT_EQ(heap.During([&] {
+            return parser.SetParameterSetData(spsInput.data(), spsInput.size(), ppsInput.data(),
+                                              ppsInput.size());
+        }),
+                  -1);
+        EXPECT_TRUE(heap.HasFailed());
+        EXPECT_EQ(CopyOf(parser.spsData, parser.spsLength), plainSps.Write());
+        EXPECT_EQ(CopyOf(parser.ppsData, parser.ppsLength), plainPps.Write());
+        EXPECT_EQ(parser.parameterSetInfo.width, 160u);
+    }
+}
+
 TEST(SetParameterSetData, MakesAStreamWithoutParameterSetsSelfContained)
 {
     const Bytes key = AvcSlice{.nal_unit_type = 5}.Write();

@@ -159,7 +159,8 @@ void CAccessUnitAssembly::MergePendingUnit()
         currentUnit->keyFrame = pendingUnit->keyFrame;
     pendingUnit = nullptr;
     if (IsDescribed(pendingInfo)) {
-        KeepVpsFrameRate(currentInfo, pendingInfo);
+        if (offset != 0)  // else the unit has just begun, and the current record is of the one before
+            KeepVpsFrameRate(currentInfo, pendingInfo);
         currentInfo = pendingInfo;
         ClearInfo(pendingInfo);
     }

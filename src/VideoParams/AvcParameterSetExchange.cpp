@@ -5,8 +5,6 @@ namespace videoparams {
 
 namespace {
 
-constexpr unsigned char StartCode[] = {0, 0, 0, 1};
-
 bool BeginsWithStartCode(const unsigned char* bytes, uint32_t size)
 {
     if (size < 3 || bytes[0] != 0 || bytes[1] != 0)
@@ -14,37 +12,49 @@ bool BeginsWithStartCode(const unsigned char* bytes, uint32_t size)
     return bytes[2] == 1 || (bytes[2] == 0 && size >= 4 && bytes[3] == 1);
 }
 
+uint32_t MissingStartCodeLength(const unsigned char* bytes, uint32_t size)
+{
+    return BeginsWithStartCode(bytes, size) ? 0 : sizeof LongStartCode;
+}
+
 }  // namespace
 
-// Both are held before either is read: what cannot be read may still serve a decoder.
+// Both are held before either is read: what cannot be read may still serve a decoder. Room is made for both
+// before either is held, so that a pair stays a pair.
 Result CParseAVCParams::SetParameterSetData(unsigned char* sps, uint32_t spsSize, unsigned char* pps,
                                             uint32_t ppsSize)
 {
-    if (HoldUnit(HeldSps(), sps, spsSize) != ResultOk || HoldUnit(HeldPps(), pps, ppsSize) != ResultOk)
-        return ResultFailed;
-
-    Result result = OpenHeldUnit(HeldSps());
-    if (result == ResultOk)
-        result = ReadSequenceParameterSetData(&parameterSetInfo);
-    if (result == ResultOk)
-        result = OpenHeldUnit(HeldPps());
-    if (result == ResultOk)
-        result = ReadPictureParameterSetData(&parameterSetInfo);
+    Result result = ResultFailed;
+    if (MakeRoomToHold(HeldSps(), sps, spsSize) && MakeRoomToHold(HeldPps(), pps, ppsSize)) {
+        HoldUnit(HeldSps(), sps, spsSize);
+        HoldUnit(HeldPps(), pps, ppsSize);
+        result = ReadHeldUnits();
+    }
     EndScan();
     return result;
 }
 
-Result CParseAVCParams::HoldUnit(HeldParameterSet held, const unsigned char* unit, uint32_t unitSize)
+Result CParseAVCParams::ReadHeldUnits()
 {
-    const uint32_t startCodeLength = BeginsWithStartCode(unit, unitSize) ? 0 : sizeof StartCode;
-    const uint64_t needed = uint64_t{unitSize} + startCodeLength;
-    if (!MakeRoom(held.data, held.capacity, needed, needed))
+    if (OpenHeldUnit(HeldSps()) != ResultOk || ReadSequenceParameterSetData(&parameterSetInfo) != ResultOk)
         return ResultFailed;
+    if (OpenHeldUnit(HeldPps()) != ResultOk)
+        return ResultFailed;
+    return ReadPictureParameterSetData(&parameterSetInfo);
+}
+
+bool CParseAVCParams::MakeRoomToHold(HeldParameterSet held, const unsigned char* unit, uint32_t unitSize)
+{
+    const uint64_t needed = uint64_t{unitSize} + MissingStartCodeLength(unit, unitSize);
+    return MakeRoom(held.data, held.capacity, needed, needed);
+}
+
+void CParseAVCParams::HoldUnit(HeldParameterSet held, const unsigned char* unit, uint32_t unitSize)
+{
     held.length = 0;
     ByteSink copy{held.data, held.capacity, held.length};
-    copy.Append(StartCode, startCodeLength);
+    copy.Append(LongStartCode, MissingStartCodeLength(unit, unitSize));
     copy.Append(unit, unitSize);
-    return ResultOk;
 }
 
 // The bit reader then stands behind the unit header; the type is not looked at.

@@ -47,10 +47,10 @@ Result CParseAVCParams::VideoSampleTest(const unsigned char* data, uint32_t size
         int32_t newPicture = 0;
         result = ReadSliceHeaderData(nullptr, openUnit.header.nal_unit_type, openUnit.header.nal_ref_idc,
                                      &newPicture);
-        if (result != ResultOk)
-            test->sampleError = 1;
-        else
+        if (result == ResultOk)
             TestSlice(*test);
+        else if (rbspBuffer != nullptr)  // else there was no memory to read the header
+            test->sampleError = 1;
     }
     EndScan();
     return result;

@@ -42,6 +42,9 @@ constexpr uint32_t NoType = UINT32_MAX;
 extern const NalRules avcRules;
 extern const NalRules hevcRules;
 
+// The start code that is written; those of a stream may have three bytes.
+constexpr unsigned char LongStartCode[] = {0, 0, 0, 1};
+
 // Units as the scanner delivers them.
 uint32_t StartCodeLength(const unsigned char* unit);
 bool IsBareStartCode(const unsigned char* unit, uint32_t unitSize);

@@ -161,7 +161,9 @@ private:
     void TestSlice(VideoInfoEx& test);
     bool BreaksSequence();
 
-    [[nodiscard]] Result HoldUnit(HeldParameterSet held, const unsigned char* unit, uint32_t unitSize);
+    [[nodiscard]] bool MakeRoomToHold(HeldParameterSet held, const unsigned char* unit, uint32_t unitSize);
+    void HoldUnit(HeldParameterSet held, const unsigned char* unit, uint32_t unitSize);
+    Result ReadHeldUnits();
     [[nodiscard]] Result OpenHeldUnit(HeldParameterSet held);
     Result CopyParameterSets(bool& copied);
     [[nodiscard]] bool CopyUnitTo(HeldParameterSet block);

@@ -34,12 +34,6 @@ const unsigned char* NextZeroPair(const unsigned char* begin, const unsigned cha
     return FindZeroPair(at, end);
 }
 
-// The next place at which a pair can begin when the one at `pair` is not what is looked for.
-const unsigned char* BehindZeroPair(const unsigned char* pair)
-{
-    return pair + (pair[2] == 0 ? 1 : 3);
-}
-
 // The place behind the next two zeros that a byte of 3 or less follows, or `end`.
 const unsigned char* NextEscape(const unsigned char* begin, const unsigned char* end)
 {
@@ -47,7 +41,7 @@ const unsigned char* NextEscape(const unsigned char* begin, const unsigned char*
     while (end - pair > 2) {
         if (pair[2] <= EmulationPreventionByte)
             return pair + 2;
-        pair = NextZeroPair(BehindZeroPair(pair), end);
+        pair = NextZeroPair(pair + 3, end);  // a byte above 3 begins no pair
     }
     return end;
 }
@@ -81,7 +75,7 @@ Result CParserBase::GetRbspHead(const unsigned char* source, uint32_t size, uint
             AppendRun(run, pair + 2, destination);
             run = pair + 3;
         }
-        pair = NextZeroPair(BehindZeroPair(pair), wantedEnd);
+        pair = NextZeroPair(pair + (pair[2] == 0 ? 1 : 3), wantedEnd);
     }
     AppendRun(run, wantedEnd, destination);
     *output = rbspBuffer;

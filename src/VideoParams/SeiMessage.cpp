@@ -7,7 +7,6 @@ namespace videoparams {
 
 namespace {
 
-constexpr unsigned char TrailingByte = 0x80;
 constexpr unsigned char ContinuationByte = 0xFF;
 
 // Zeros behind the final 80 belong to the byte stream (trailing_zero_8bits), not to the RBSP.

@@ -4,6 +4,8 @@
 
 namespace videoparams {
 
+constexpr unsigned char TrailingByte = 0x80;  // rbsp_trailing_bits() of an SEI unit
+
 constexpr uint32_t UserDataUnregistered = 5;  // payloadType
 constexpr uint32_t UserDataIdentifierLength = 16;
 extern const unsigned char userDataIdentifier[UserDataIdentifierLength];

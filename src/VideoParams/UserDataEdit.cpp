@@ -11,18 +11,15 @@ namespace videoparams {
 
 namespace {
 
-constexpr unsigned char StartCode[] = {0, 0, 0, 1};
-constexpr unsigned char TrailingByte = 0x80;  // rbsp_trailing_bits()
-
 // What a unit of the library's own takes beside its messages.
 uint32_t SeiUnitOverhead(const NalRules& rules)
 {
-    return static_cast<uint32_t>(sizeof StartCode) + rules.headerLength + 1;
+    return static_cast<uint32_t>(sizeof LongStartCode) + rules.headerLength + 1;
 }
 
 void AppendSeiUnit(ByteSink& output, const NalRules& rules, const unsigned char* messages, uint32_t length)
 {
-    output.Append(StartCode, sizeof StartCode);
+    output.Append(LongStartCode, sizeof LongStartCode);
     output.Append(rules.seiHeader, rules.headerLength);
     output.Append(messages, length);
     output.Append(TrailingByte);
