@@ -2,7 +2,7 @@ include(CMakePackageConfigHelpers)
 
 set(packageDir "${CMAKE_INSTALL_LIBDIR}/cmake/VideoParams")
 
-# Three components: Runtime, Development, Tool.
+# Components: Runtime, Development, Tool; and Manual, which goes into packages compressed.
 install(TARGETS VideoParams VideoParamsStatic EXPORT VideoParamsTargets
     RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT Runtime
     LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT Runtime NAMELINK_COMPONENT Development
@@ -30,7 +30,7 @@ install(FILES "${CMAKE_CURRENT_BINARY_DIR}/videoparams.pc" DESTINATION "${CMAKE_
 
 if(TARGET videoparams)
     install(TARGETS videoparams RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT Tool)
-    install(FILES docs/videoparams.1 DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT Tool)
+    install(FILES docs/videoparams.1 DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT Manual)
     install(FILES tools/completion/videoparams.bash RENAME videoparams
         DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT Tool)
 endif()

@@ -2,6 +2,7 @@
 # Sees to it that what the named purposes need is installed: installs it where it may, else names what is missing.
 #
 #   scripts/setup.sh build tests        PURPOSE: build tool tests clang fuzz format tidy bench ffmpeg abi docs
+#                                       packages aarch64 i386 windows
 set -euo pipefail
 
 hasCommand() { command -v "$1" >/dev/null; }
@@ -15,6 +16,10 @@ hasHeader() {
 }
 
 hasClangRuntime() { compgen -G "$(clang -print-resource-dir)/lib/*/libclang_rt.fuzzer*" >/dev/null; }
+
+hasGoogleTestSources() { [ -e /usr/src/googletest/CMakeLists.txt ]; }
+
+hasWine64() { [ -e /usr/lib/wine/wine64 ]; }
 
 # What a purpose needs, a line each: the Debian package and the question whether it is there.
 requirementsOf() {
@@ -51,6 +56,26 @@ requirementsOf() {
         echo "python3 hasCommand python3"
         ;;
     abi) echo "abigail-tools hasCommand abidiff" ;;
+    packages)
+        echo "dpkg-dev hasCommand dpkg-shlibdeps"
+        echo "file hasCommand file"
+        echo "lintian hasCommand lintian"
+        ;;
+    aarch64)
+        echo "g++-aarch64-linux-gnu hasCommand aarch64-linux-gnu-g++"
+        echo "qemu-user hasCommand qemu-aarch64"
+        echo "googletest hasGoogleTestSources"
+        ;;
+    i386)
+        echo "g++-i686-linux-gnu hasCommand i686-linux-gnu-g++"
+        echo "qemu-user hasCommand qemu-i386"
+        echo "googletest hasGoogleTestSources"
+        ;;
+    windows)
+        echo "g++-mingw-w64-x86-64-posix hasCommand x86_64-w64-mingw32-g++-posix"
+        echo "wine hasCommand wine"
+        echo "wine64 hasWine64"
+        ;;
     docs) echo "doxygen hasCommand doxygen" ;;
     *)
         echo "setup.sh: unknown purpose: $1" >&2

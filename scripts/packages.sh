@@ -1,0 +1,59 @@
+#!/usr/bin/env bash
+# Makes the Debian packages and tries them: lintian, and a host and the tool from a scratch root.
+#
+#   scripts/packages.sh [FOLDER]               FOLDER gets the packages
+#   scripts/packages.sh --install [FOLDER]     tries them installed on this machine, too, and removes them again (root)
+set -euo pipefail
+. "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+isInstalling=
+if [ "${1:-}" = --install ]; then
+    isInstalling=yes
+    shift
+fi
+"$projectDir/scripts/setup.sh" build tool packages
+
+# With the prefix /usr, libraries go to the folder of their architecture; there the tool needs no search path.
+folder=$buildRoot/packages
+build release packages -DCMAKE_INSTALL_PREFIX=/usr -DCMAKE_SKIP_INSTALL_RPATH=ON -DVIDEOPARAMS_BUILD_TESTS=OFF \
+    -DVIDEOPARAMS_BUILD_EXAMPLES=OFF
+rm -rf "$folder/out"
+(umask 022 && cd "$folder" && quietly "$folder.log" cpack -G DEB -B "$folder/out")
+packages=("$folder"/out/*.deb)
+
+# Not for the archive: no request for a package (ITP) is closed by a changelog written here.
+quietly "$buildRoot/lintian.log" lintian --fail-on error --allow-root --suppress-tags initial-upload-closes-no-bugs \
+    "${packages[@]}"
+
+# tryPackages ROOT: builds a host with what lies in ROOT, runs it and the tool.
+tryPackages() {
+    local root=$1 library
+    library=$root/usr/lib/$(g++ -print-multiarch)
+    quietly "$buildRoot/packages-host.log" gcc "$projectDir/tests/package/Host.c" "-I$root/usr/include" "-L$library" \
+        -lVideoParams -o "$folder/host"
+    quietly "$buildRoot/packages-host.log" env LD_LIBRARY_PATH="${root:+$library}" "$folder/host"
+    quietly "$buildRoot/packages-tool.log" env LD_LIBRARY_PATH="${root:+$library}" "$root/usr/bin/videoparams" info \
+        "$projectDir/tests/streams/avc-bframes.h264"
+}
+
+root=$folder/root
+rm -rf "$root"
+for package in "${packages[@]}"; do
+    dpkg-deb --extract "$package" "$root"
+done
+tryPackages "$root"
+
+if [ -n "$isInstalling" ]; then
+    names=()
+    for package in "${packages[@]}"; do
+        names+=("$(dpkg-deb --field "$package" Package)")
+    done
+    trap 'quietly "$buildRoot/dpkg-remove.log" dpkg --purge "${names[@]}"' EXIT
+    quietly "$buildRoot/dpkg-install.log" dpkg --install "${packages[@]}"
+    tryPackages ""
+fi
+
+if [ $# -gt 0 ]; then
+    mkdir -p "$1"
+    cp "${packages[@]}" "$1"
+fi
