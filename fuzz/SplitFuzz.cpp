@@ -18,6 +18,11 @@ void CheckKernels(const CHeapCopy& stream)
         for (const unsigned char* at = stream.Data(); at < end; at += 1 + stream.Size() / 64) {
             REQUIRE((*kernel)->findStartCodePrefix(at, end) == plainKernel.findStartCodePrefix(at, end));
             REQUIRE((*kernel)->findZeroPair(at, end) == plainKernel.findZeroPair(at, end));
+            const CHeapCopy room(at, static_cast<size_t>(end - at));
+            std::fill_n(room.Data(), room.Size(), static_cast<unsigned char>(0xA5));
+            const unsigned char* const copied = (*kernel)->copyToStartCodePrefix(at, end, room.Data());
+            REQUIRE(copied == plainKernel.findStartCodePrefix(at, end));
+            REQUIRE(std::equal(at, copied, static_cast<const unsigned char*>(room.Data())));
         }
     }
 }

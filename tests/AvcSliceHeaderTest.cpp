@@ -31,7 +31,8 @@ public:
     {
         const PageBytes page = AtPageEnd(unit);
         SetData(page.data(), page.size());
-        EXPECT_EQ(OpenNextUnit(avcRules), ResultOk);
+        EXPECT_EQ(BeginNextUnit(avcRules), ResultOk);
+        EXPECT_EQ(OpenHead(avcRules), ResultOk);
         newPicture = 7;
         const Result result = ReadSliceHeaderData(nullptr, openUnit.header.nal_unit_type,
                                                   openUnit.header.nal_ref_idc, &newPicture);

@@ -11,6 +11,7 @@ namespace videoparams::test {
 namespace {
 
 constexpr size_t MaxLength = 300;
+constexpr size_t MaxRoom = 700;
 
 const unsigned char* LoopStartCodePrefix(const unsigned char* begin, const unsigned char* end)
 {
@@ -33,7 +34,8 @@ const unsigned char* LoopZeroPair(const unsigned char* begin, const unsigned cha
 // Every kernel that this machine can run, and the choice among them.
 std::vector<ByteScanKernel> Kernels()
 {
-    std::vector<ByteScanKernel> kernels = {{"chosen", nullptr, FindStartCodePrefix, FindZeroPair}};
+    std::vector<ByteScanKernel> kernels = {
+        {"chosen", nullptr, FindStartCodePrefix, FindZeroPair, CopyToStartCodePrefix}};
     for (const ByteScanKernel* const* kernel = byteScanKernels; *kernel != nullptr; ++kernel) {
         if ((*kernel)->supported())
             kernels.push_back(**kernel);
@@ -50,11 +52,23 @@ protected:
         const unsigned char* const prefix = LoopStartCodePrefix(begin, end);
         const unsigned char* const pair = LoopZeroPair(begin, end);
         for (const ByteScanKernel& kernel : kernels) {
-            if (kernel.findStartCodePrefix(begin, end) != prefix || kernel.findZeroPair(begin, end) != pair)
+            if (kernel.findStartCodePrefix(begin, end) != prefix || kernel.findZeroPair(begin, end) != pair ||
+                !CopiesUpTo(prefix, kernel, begin, end))
                 FAIL() << kernel.name << Hex(Bytes(begin, end));
         }
     }
 
+    // Into room of exactly the size, so that its alignment changes with it.
+    bool CopiesUpTo(const unsigned char* prefix, const ByteScanKernel& kernel, const unsigned char* begin,
+                    const unsigned char* end) const
+    {
+        unsigned char* const destination = room.data() + room.size() - (end - begin);
+        std::fill(destination, room.data() + room.size(), static_cast<unsigned char>(0xA5));
+        return kernel.copyToStartCodePrefix(begin, end, destination) == prefix &&
+               std::equal(begin, prefix, destination);
+    }
+
+    const PageBytes room = AtPageEnd(Bytes(MaxRoom));
     const std::vector<ByteScanKernel> kernels = Kernels();
 };
 
@@ -97,7 +111,7 @@ TEST_F(ByteScan, FindsAMatchAtEveryPlaceOfEveryLengthBetweenPagesThatMayNotBeTou
 TEST_F(ByteScan, AgreesOnRandomBytesAtEveryAlignment)
 {
     std::minstd_rand random(1);
-    Bytes bytes(700);
+    Bytes bytes(MaxRoom);
     for (unsigned round = 0; round < 2000 && !HasFatalFailure(); ++round) {
         const unsigned zerosIn = 2 + round % 60;
         for (unsigned char& byte : bytes)

@@ -59,7 +59,7 @@ Result CAccessUnitAssembly::ReadVideoParams(const unsigned char* data, uint32_t 
 Result CAccessUnitAssembly::ReadUnits(VideoInfo* info)
 {
     while (true) {
-        const Result result = parser.OpenNextUnit(rules);
+        const Result result = parser.BeginNextUnit(rules);
         if (parser.openUnit.IsEmpty())
             return result;
         if (parser.openUnit.header.forbidden_zero_bit == 1 || TakeUnit(info) != ResultOk)
@@ -85,7 +85,8 @@ Result CAccessUnitAssembly::TakeUnit(VideoInfo* info)
 
 Result CAccessUnitAssembly::TakeLeadingUnit()
 {
-    if (rules.isReadWhole(parser.openUnit.header.nal_unit_type) && parser.OpenWhole(rules) != ResultOk)
+    parser.EndUnit();
+    if (rules.isRead(parser.openUnit.header.nal_unit_type) && parser.OpenWhole(rules) != ResultOk)
         return ResultFailed;
     if (currentUnit == nullptr) {
         BeginCurrentUnit();
@@ -103,6 +104,8 @@ Result CAccessUnitAssembly::TakeLeadingUnit()
 Result CAccessUnitAssembly::TakeSlice(VideoInfo* info)
 {
     bool newPicture = false;
+    if (parser.OpenHead(rules) != ResultOk)
+        return ResultFailed;
     if (hooks.ReadSlice(newPicture) != ResultOk)
         return parser.rbspBuffer != nullptr ? ResultOk : ResultFailed;  // dropped, or no memory to read it
 
@@ -143,6 +146,10 @@ void CAccessUnitAssembly::StoreLeadingUnit(VideoQueueInfo& entry)
 // A unit for which there is no memory is missing from the access unit; the call does not fail for it.
 bool CAccessUnitAssembly::StoreUnit(VideoQueueInfo& entry)
 {
+    if (parser.EndUnitInto(entry.data + entry.length, entry.capacity - entry.length)) {
+        entry.length += parser.openUnit.size;
+        return true;
+    }
     return parser.videoQueue->StoreVideoData(&entry, parser.openUnit.data, parser.openUnit.size) == ResultOk;
 }
 

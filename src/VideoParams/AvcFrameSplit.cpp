@@ -25,22 +25,27 @@ Result CParseAVCParams::GetNalFromFrame(unsigned char* frame, uint32_t size, uin
     return result;
 }
 
+// The scanner's walk without its stops: all that is done with a unit is to note it down.
 Result CParseAVCParams::CollectUnits(uint32_t& unitCount)
 {
-    while (true) {
-        const unsigned char* unit = nullptr;
-        uint32_t unitSize = 0;
-        const Result result = GetNalDataEx(&unit, &unitSize);
-        if (unitSize == 0)
-            return result;
+    const Result result = BeginUnit();
+    const unsigned char* unit = openUnit.data;
+    uint32_t remaining = scanRemaining;
+    uint32_t count = 0;
+    while (unit != nullptr) {
+        const unsigned char* const next = FindUnitEnd(unit, remaining);
         uint32_t pointerCapacity = nalArrayCapacity;
-        if (!MakeRoom(nalPointers, pointerCapacity, unitCount + 1, unitCount + 1) ||
-            !MakeRoom(nalSizes, nalArrayCapacity, unitCount + 1, unitCount + 1))
+        if (!MakeRoom(nalPointers, pointerCapacity, count + 1, count + 1) ||
+            !MakeRoom(nalSizes, nalArrayCapacity, count + 1, count + 1))
             return ResultFailed;
-        nalPointers[unitCount] = const_cast<unsigned char*>(unit);  // the caller's own, not const there
-        nalSizes[unitCount] = unitSize;
-        ++unitCount;
+        nalPointers[count] = const_cast<unsigned char*>(unit);  // the caller's own, not const there
+        nalSizes[count] = next != nullptr ? static_cast<uint32_t>(next - unit) : remaining;
+        remaining -= nalSizes[count];
+        ++count;
+        unit = next;
     }
+    unitCount = count;
+    return result;
 }
 
 Result CParseAVCParams::SetVideoData(unsigned char* data, uint32_t size)
@@ -60,11 +65,13 @@ Result CParseAVCParams::GetNalUnit(unsigned char** unit, uint32_t* unitSize, boo
     *isSlice = false;
     *sliceHeaderLength = 0;
 
-    Result result = OpenNextUnit(avcRules);
+    Result result = BeginNextUnit(avcRules);
     if (openUnit.IsEmpty() || openUnit.header.forbidden_zero_bit == 1)
         return ResultFailed;
     const NalHeader header = openUnit.header;
     if (avcRules.classOf(header.nal_unit_type) == UnitClass::Slice) {
+        if (OpenHead(avcRules) != ResultOk)
+            return ResultFailed;
         int32_t newPicture = 0;
         ReadSliceHeaderData(nullptr, header.nal_unit_type, header.nal_ref_idc, &newPicture);
         if (rbspBuffer == nullptr)
@@ -79,8 +86,11 @@ Result CParseAVCParams::GetNalUnit(unsigned char** unit, uint32_t* unitSize, boo
         VideoInfo scratch{};
         result = ReadSequenceParameterSetData(&scratch);
     } else if (header.nal_unit_type == AvcUnitPps) {
+        if (OpenWhole(avcRules) != ResultOk)
+            return ResultFailed;
         result = ReadPictureParameterSetData(nullptr);
     }
+    EndUnit();
     *unit = const_cast<unsigned char*>(openUnit.data);
     *unitSize = openUnit.size;
     return result;

@@ -100,13 +100,12 @@ Result CParseAVCParams::GetParameterSetData(unsigned char* data, uint32_t size, 
 Result CParseAVCParams::CopyParameterSets(bool& copied)
 {
     while (true) {
-        uint32_t nal_unit_type = NoType;
-        const Result result = LocateNextUnit(avcRules, nal_unit_type);
-        if (openUnit.size == 0)
+        const Result result = BeginNextUnit(avcRules);
+        if (openUnit.data == nullptr)
             return result;
-        if (nal_unit_type == AvcUnitSps)
+        if (openUnit.header.nal_unit_type == AvcUnitSps)
             copied = CopyUnitTo({parameterSets.sps, spsBlockSize, parameterSets.spsSize});
-        else if (nal_unit_type == AvcUnitPps)
+        else if (openUnit.header.nal_unit_type == AvcUnitPps)
             copied = CopyUnitTo({parameterSets.pps, ppsBlockSize, parameterSets.ppsSize});
         if (!copied)
             return ResultFailed;
@@ -115,6 +114,7 @@ Result CParseAVCParams::CopyParameterSets(bool& copied)
 
 bool CParseAVCParams::CopyUnitTo(HeldParameterSet block)
 {
+    EndUnit();
     if (!MakeRoom(block.data, block.capacity, openUnit.size, openUnit.size))
         return false;
     block.length = 0;

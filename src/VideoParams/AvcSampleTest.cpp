@@ -19,14 +19,15 @@ Result CParseAVCParams::QuerySliceType(const unsigned char* data, uint32_t size,
     SetData(data, size);
     Result result = ResultFailed;
     while (true) {
-        const Result scanResult = OpenNextUnit(avcRules);
+        BeginNextUnit(avcRules);
         if (openUnit.IsEmpty() || openUnit.header.forbidden_zero_bit == 1)
             break;
         if (openUnit.header.nal_unit_type == AvcUnitSlice ||
             openUnit.header.nal_unit_type == AvcUnitIdrSlice) {
+            result = OpenHead(avcRules);
             GetUE();  // first_mb_in_slice
-            type = static_cast<VideoPicType>(GetUE());
-            result = scanResult;
+            if (result == ResultOk)
+                type = static_cast<VideoPicType>(GetUE());
             break;
         }
     }
@@ -63,10 +64,9 @@ Result CParseAVCParams::OpenFirstSlice(uint32_t size, bool& found)
     uint32_t remaining = size;
     Result result = ResultOk;
     while (remaining != 0) {
-        result = OpenNextUnit(avcRules);
+        result = BeginNextUnit(avcRules);
         if (openUnit.IsEmpty())
             return result;
-        remaining -= openUnit.size;
         switch (openUnit.header.nal_unit_type) {
         case AvcUnitSps:
             if (OpenWhole(avcRules) != ResultOk)
@@ -74,16 +74,21 @@ Result CParseAVCParams::OpenFirstSlice(uint32_t size, bool& found)
             result = ReadSequenceParameterSetData(&scratch);
             break;
         case AvcUnitPps:
+            if (OpenWhole(avcRules) != ResultOk)
+                return ResultFailed;
             result = ReadPictureParameterSetData(&scratch);
             break;
         case AvcUnitSlice:
         case AvcUnitPartitionA:
         case AvcUnitIdrSlice:
-            found = true;
+            result = OpenHead(avcRules);
+            found = result == ResultOk;
             return result;
         default:
             break;
         }
+        EndUnit();
+        remaining -= openUnit.size;
     }
     return result;
 }

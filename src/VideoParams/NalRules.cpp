@@ -24,9 +24,9 @@ bool IsAvcKeySlice(uint32_t nal_unit_type)
     return nal_unit_type == AvcUnitIdrSlice;
 }
 
-bool IsAvcReadWhole(uint32_t nal_unit_type)
+bool IsReadAvc(uint32_t nal_unit_type)
 {
-    return nal_unit_type == AvcUnitSps;
+    return nal_unit_type == AvcUnitSps || nal_unit_type == AvcUnitPps;
 }
 
 // Slices and slice data partitions; a coded slice extension (type 20) never comes first.
@@ -50,7 +50,7 @@ bool IsHevcKeySlice(uint32_t nal_unit_type)
     return IsBetween(nal_unit_type, HevcUnitFirstIrap, HevcUnitLastIrap);
 }
 
-bool IsHevcReadWhole(uint32_t nal_unit_type)
+bool IsReadHevc(uint32_t nal_unit_type)
 {
     return nal_unit_type == HevcUnitVps || nal_unit_type == HevcUnitSps;
 }
@@ -69,7 +69,7 @@ const NalRules avcRules = {
     .typeMask = 0x1F,
     .classOf = AvcClassOf,
     .isKeySlice = IsAvcKeySlice,
-    .isReadWhole = IsAvcReadWhole,
+    .isRead = IsReadAvc,
     .delimiterType = AvcUnitDelimiter,
     .mergeTakesKeyFrame = true,
     .seiType = AvcUnitSei,
@@ -83,27 +83,12 @@ const NalRules hevcRules = {
     .typeMask = 0x3F,
     .classOf = HevcClassOf,
     .isKeySlice = IsHevcKeySlice,
-    .isReadWhole = IsHevcReadWhole,
+    .isRead = IsReadHevc,
     .delimiterType = NoType,
     .mergeTakesKeyFrame = false,
     .seiType = HevcUnitPrefixSei,
     .seiHeader = {0x4E, 0x01},
     .takesSeiInFront = TakesSeiInFrontHevc,
 };
-
-uint32_t StartCodeLength(const unsigned char* unit)
-{
-    return unit[2] == 1 ? 3 : 4;
-}
-
-bool IsBareStartCode(const unsigned char* unit, uint32_t unitSize)
-{
-    return unitSize == StartCodeLength(unit);
-}
-
-uint32_t UnitType(const NalRules& rules, unsigned char firstHeaderByte)
-{
-    return (firstHeaderByte >> rules.typeShift) & rules.typeMask;
-}
 
 }  // namespace videoparams

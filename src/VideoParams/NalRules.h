@@ -29,7 +29,7 @@ struct NalRules
     uint32_t typeMask;
     UnitClass (*classOf)(uint32_t nal_unit_type);
     bool (*isKeySlice)(uint32_t nal_unit_type);
-    bool (*isReadWhole)(uint32_t nal_unit_type);  // leading units that are read beyond their first elements
+    bool (*isRead)(uint32_t nal_unit_type);  // leading units that are more than stored
     uint32_t delimiterType;   // the access unit delimiter, where its place is recorded; else NoType
     bool mergeTakesKeyFrame;  // a merge overwrites the key-frame flag of the current unit
     uint32_t seiType;         // the SEI units that are edited and searched
@@ -46,9 +46,20 @@ extern const NalRules hevcRules;
 constexpr unsigned char LongStartCode[] = {0, 0, 0, 1};
 
 // Units as the scanner delivers them.
-uint32_t StartCodeLength(const unsigned char* unit);
-bool IsBareStartCode(const unsigned char* unit, uint32_t unitSize);
-uint32_t UnitType(const NalRules& rules, unsigned char firstHeaderByte);
+inline uint32_t StartCodeLength(const unsigned char* unit)
+{
+    return unit[2] == 1 ? 3 : 4;
+}
+
+inline bool IsBareStartCode(const unsigned char* unit, uint32_t unitSize)
+{
+    return unitSize == StartCodeLength(unit);
+}
+
+inline uint32_t UnitType(const NalRules& rules, unsigned char firstHeaderByte)
+{
+    return (firstHeaderByte >> rules.typeShift) & rules.typeMask;
+}
 
 // nal_unit_type values, H.264 Table 7-1.
 enum AvcUnitType : uint32_t

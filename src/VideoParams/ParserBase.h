@@ -18,16 +18,18 @@ enum class HandleFamily
     UserData,
 };
 
-// A unit opened for reading: the bit reader stands behind its header.
+// A unit being read. Once it is opened, the bit reader stands behind its header.
 struct OpenedUnit
 {
     const unsigned char* data = nullptr;
-    uint32_t size = 0;
-    const unsigned char* rbsp = nullptr;  // its first bytes at least
-    uint32_t rbspSize = 0;
+    uint32_t size = 0;  // 0 until the unit is ended
     NalHeader header{};
+    const unsigned char* rbsp = nullptr;  // null until the unit is opened
+    uint32_t rbspSize = 0;
+    bool rbspIsCut = false;  // these are its first bytes, and there are more
 
-    bool IsEmpty() const { return size == 0 || rbspSize == 0; }
+    bool IsEnded() const { return data == nullptr || size != 0; }
+    bool IsEmpty() const { return data == nullptr || IsBareStartCode(data, size); }
 };
 
 // The object behind a handle: every buffer that both codecs use, one scanner, one RBSP, one bit reader.
@@ -76,18 +78,26 @@ protected:
     Result SetData(const unsigned char* data, uint32_t size);
     void Reset();
     static const unsigned char* GetStartCode(const unsigned char* position, uint32_t count);
+    static const unsigned char* FindUnitEnd(const unsigned char* unit, uint32_t count);
     Result GetNalData(const unsigned char** unit, uint32_t* unitSize, const unsigned char** rbsp,
                       uint32_t* rbspSize);
     Result GetNalDataEx(const unsigned char** unit, uint32_t* unitSize);
     void EndScan();
 
-    // Locates the next unit; a start code alone has no type.
-    Result LocateNextUnit(const NalRules& rules, uint32_t& nal_unit_type);
+    // The two steps of a delivery. EndUnitInto copies the unit on the way; false: it is larger than the room,
+    // all of which may have been written to.
+    Result BeginUnit();
+    void EndUnit();
+    void EndUnitAt(const unsigned char* startCode);
+    uint32_t EndShortUnit();
+    [[nodiscard]] bool EndUnitInto(unsigned char* destination, uint32_t room);
 
-    // Opens the next unit, with as much of its RBSP as a slice header takes; OpenWhole gets the rest for
-    // those who read on, and goes back to the first bit behind the header. A unit that cannot be read is
-    // empty.
-    Result OpenNextUnit(const NalRules& rules);
+    // Begins the next unit and looks at its header; a start code alone has no type.
+    Result BeginNextUnit(const NalRules& rules);
+
+    // Open it for reading: as much of its RBSP as a slice header takes, or all. For those who read on in all
+    // of it after all, OpenWhole goes back to the first bit behind the header.
+    [[nodiscard]] Result OpenHead(const NalRules& rules);
     [[nodiscard]] Result OpenWhole(const NalRules& rules);
     bool HeadIsUsedUp() const;
 

@@ -75,11 +75,11 @@ Result CParserBase::InsertUserData(const NalRules& rules, const unsigned char* s
 Result CParserBase::CopyWithMessage(const NalRules& rules, ByteSink& edited, bool& placed)
 {
     while (true) {
-        uint32_t nal_unit_type = NoType;
-        LocateNextUnit(rules, nal_unit_type);  // a stream without units shows in `placed`
-        if (openUnit.size == 0)
+        BeginNextUnit(rules);  // a stream without units shows in `placed`
+        if (openUnit.data == nullptr)
             return ResultOk;
-        if (nal_unit_type == rules.seiType) {
+        if (openUnit.header.nal_unit_type == rules.seiType) {
+            EndUnit();
             const unsigned char* const trailingByte = FindTrailingByte(rules, openUnit.data, openUnit.size);
             if (trailingByte == nullptr)
                 return ResultFailed;
@@ -91,11 +91,13 @@ Result CParserBase::CopyWithMessage(const NalRules& rules, ByteSink& edited, boo
             placed = true;
             continue;
         }
-        if (!placed && rules.takesSeiInFront(nal_unit_type)) {
+        if (!placed && rules.takesSeiInFront(openUnit.header.nal_unit_type)) {
             AppendSeiUnit(edited, rules, userDataBuffer, userDataLength);
             placed = true;
         }
-        edited.Append(openUnit.data, openUnit.size);
+        if (!EndUnitInto(edited.data + edited.length, edited.size - edited.length))
+            return ResultFailed;  // cannot be: there is room for all of the stream
+        edited.length += openUnit.size;
     }
 }
 
@@ -122,11 +124,10 @@ Result CParserBase::ExtractUserData(const NalRules& rules, const unsigned char* 
 Result CParserBase::CopyLastMessage(const NalRules& rules, bool& found)
 {
     while (true) {
-        uint32_t nal_unit_type = NoType;
-        const Result result = LocateNextUnit(rules, nal_unit_type);
-        if (openUnit.size == 0)
+        const Result result = BeginNextUnit(rules);
+        if (openUnit.data == nullptr)
             return result;
-        if (nal_unit_type != rules.seiType)
+        if (openUnit.header.nal_unit_type != rules.seiType)
             continue;
         if (OpenWhole(rules) != ResultOk)
             return ResultFailed;
@@ -168,13 +169,12 @@ Result CParserBase::StripUserData(const NalRules& rules, const unsigned char* st
 Result CParserBase::CopyWithoutMessages(const NalRules& rules, bool& copied)
 {
     while (true) {
-        uint32_t nal_unit_type = NoType;
-        const Result result = LocateNextUnit(rules, nal_unit_type);
-        if (openUnit.size == 0)
+        const Result result = BeginNextUnit(rules);
+        if (openUnit.data == nullptr)
             return result;
-        if (nal_unit_type == NoType)
+        if (openUnit.header.nal_unit_type == NoType)
             continue;
-        copied = nal_unit_type == rules.seiType ? RebuildSeiUnit(rules) : CopyUnit();
+        copied = openUnit.header.nal_unit_type == rules.seiType ? RebuildSeiUnit(rules) : CopyUnit();
         if (!copied)
             return ResultFailed;
     }
@@ -188,6 +188,10 @@ bool CParserBase::MakeRoomInRemoveOutput(uint64_t length)
 
 bool CParserBase::CopyUnit()
 {
+    if (EndUnitInto(removeOutput + removeOutputLength, removeOutputSize - removeOutputLength)) {
+        removeOutputLength += openUnit.size;
+        return true;
+    }
     if (!MakeRoomInRemoveOutput(openUnit.size))
         return false;
     ByteSink{removeOutput, removeOutputSize, removeOutputLength}.Append(openUnit.data, openUnit.size);

@@ -14,6 +14,7 @@ class ParserProbe : public Parser
 {
 public:
     using Parser::AddEscape;
+    using Parser::BeginNextUnit;
     using Parser::CountEscapes;
     using Parser::GetDataPtr;
     using Parser::GetNalData;
@@ -23,7 +24,7 @@ public:
     using Parser::GetSE;
     using Parser::GetUE;
     using Parser::InitReadData;
-    using Parser::OpenNextUnit;
+    using Parser::OpenHead;
     using Parser::openUnit;
     using Parser::ReadData;
     using Parser::SetData;

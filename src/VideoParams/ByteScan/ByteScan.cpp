@@ -46,4 +46,10 @@ const unsigned char* FindZeroPair(const unsigned char* begin, const unsigned cha
     return BestKernel().findZeroPair(begin, end);
 }
 
+const unsigned char* CopyToStartCodePrefix(const unsigned char* begin, const unsigned char* end,
+                                           unsigned char* destination)
+{
+    return BestKernel().copyToStartCodePrefix(begin, end, destination);
+}
+
 }  // namespace videoparams

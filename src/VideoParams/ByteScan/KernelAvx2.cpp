@@ -2,9 +2,9 @@
 
 #if defined(__x86_64__) || defined(__i386__)
 
-#include <immintrin.h>
-
+#include <algorithm>
 #include <cstdint>
+#include <immintrin.h>
 
 #define TARGET_AVX2 __attribute__((target("avx2")))
 
@@ -25,10 +25,9 @@ TARGET_AVX2 inline __m256i Load(const unsigned char* at)
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(at));
 }
 
-// Zero where two zero bytes begin.
-TARGET_AVX2 inline __m256i Pairs(const unsigned char* at)
+TARGET_AVX2 inline void Store(unsigned char* at, __m256i block)
 {
-    return _mm256_or_si256(Load(at), Load(at + 1));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(at), block);
 }
 
 // A bit a byte: the bytes of `block` that equal `value`.
@@ -37,45 +36,88 @@ TARGET_AVX2 inline uint32_t Equal(__m256i block, char value)
     return static_cast<uint32_t>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(block, _mm256_set1_epi8(value))));
 }
 
-// Whether two zero bytes begin anywhere in the four blocks from `at` on.
-TARGET_AVX2 inline bool AnyPair(const unsigned char* at)
+// A bit a byte: where 00 00 begins, or 00 00 01.
+template <ptrdiff_t MatchLength>
+TARGET_AVX2 inline uint32_t Matches(const unsigned char* at)
 {
-    const __m256i left = _mm256_min_epu8(Pairs(at), Pairs(at + Width));
-    const __m256i right = _mm256_min_epu8(Pairs(at + 2 * Width), Pairs(at + 3 * Width));
+    const uint32_t pairs = Equal(_mm256_or_si256(Load(at), Load(at + 1)), 0);
+    return MatchLength == 3 ? pairs & Equal(Load(at + 2), 1) : pairs;
+}
+
+// Whether two zero bytes begin anywhere in the four blocks from `at` on; they are copied all the same.
+template <bool Copying>
+TARGET_AVX2 inline bool AnyPair(const unsigned char* at, unsigned char* to)
+{
+    const __m256i first = Load(at);
+    const __m256i second = Load(at + Width);
+    const __m256i third = Load(at + 2 * Width);
+    const __m256i fourth = Load(at + 3 * Width);
+    // Zero where two zero bytes begin.
+    const __m256i left =
+        _mm256_min_epu8(_mm256_or_si256(first, Load(at + 1)), _mm256_or_si256(second, Load(at + Width + 1)));
+    const __m256i right = _mm256_min_epu8(_mm256_or_si256(third, Load(at + 2 * Width + 1)),
+                                          _mm256_or_si256(fourth, Load(at + 3 * Width + 1)));
+    if constexpr (Copying) {
+        Store(to, first);
+        Store(to + Width, second);
+        Store(to + 2 * Width, third);
+        Store(to + 3 * Width, fourth);
+    }
     return Equal(_mm256_min_epu8(left, right), 0) != 0;
 }
 
-TARGET_AVX2 const unsigned char* Avx2StartCodePrefix(const unsigned char* begin, const unsigned char* end)
+// Takes at least a block and what a match reaches beyond it. Loads are aligned, or stores where there are
+// some. The last block overlaps the one in front of it.
+template <ptrdiff_t MatchLength, bool Copying>
+TARGET_AVX2 const unsigned char* Search(const unsigned char* begin, const unsigned char* end,
+                                        unsigned char* destination)
 {
+    constexpr ptrdiff_t Overlap = MatchLength - 1;
+    const unsigned char* const last = end - Width - Overlap;
     const unsigned char* at = begin;
-    while (end - at >= Width + 2) {
-        const uint32_t found = Equal(Pairs(at), 0) & Equal(Load(at + 2), 1);
+    const auto address = reinterpret_cast<uintptr_t>(Copying ? destination : begin);
+    ptrdiff_t step = Width - static_cast<ptrdiff_t>(address % Width);
+    while (true) {
+        if constexpr (Copying)
+            Store(destination + (at - begin), Load(at));
+        const uint32_t found = Matches<MatchLength>(at);
         if (found != 0)
             return at + __builtin_ctz(found);
-        at += Width;
-        while (end - at >= 4 * Width + 2 && !AnyPair(at))
+        if (at == last)
+            break;
+        at += std::min(step, last - at);
+        while (last - at >= 4 * Width && !AnyPair<Copying>(at, destination + (Copying ? at - begin : 0)))
             at += 4 * Width;
+        step = Width;
     }
-    return plainKernel.findStartCodePrefix(at, end);
+    if constexpr (Copying)
+        Store(destination + (last - begin) + Overlap, Load(last + Overlap));
+    return end;
 }
 
-TARGET_AVX2 const unsigned char* Avx2ZeroPair(const unsigned char* begin, const unsigned char* end)
+const unsigned char* Avx2StartCodePrefix(const unsigned char* begin, const unsigned char* end)
 {
-    const unsigned char* at = begin;
-    while (end - at >= Width + 1) {
-        const uint32_t found = Equal(Pairs(at), 0);
-        if (found != 0)
-            return at + __builtin_ctz(found);
-        at += Width;
-        while (end - at >= 4 * Width + 1 && !AnyPair(at))
-            at += 4 * Width;
-    }
-    return plainKernel.findZeroPair(at, end);
+    return end - begin < Width + 2 ? sse2Kernel.findStartCodePrefix(begin, end)
+                                   : Search<3, false>(begin, end, nullptr);
+}
+
+const unsigned char* Avx2ZeroPair(const unsigned char* begin, const unsigned char* end)
+{
+    return end - begin < Width + 1 ? sse2Kernel.findZeroPair(begin, end)
+                                   : Search<2, false>(begin, end, nullptr);
+}
+
+const unsigned char* Avx2CopyToStartCodePrefix(const unsigned char* begin, const unsigned char* end,
+                                               unsigned char* destination)
+{
+    return end - begin < Width + 2 ? sse2Kernel.copyToStartCodePrefix(begin, end, destination)
+                                   : Search<3, true>(begin, end, destination);
 }
 
 }  // namespace
 
-const ByteScanKernel avx2Kernel = {"avx2", Supported, Avx2StartCodePrefix, Avx2ZeroPair};
+const ByteScanKernel avx2Kernel = {"avx2", Supported, Avx2StartCodePrefix, Avx2ZeroPair,
+                                   Avx2CopyToStartCodePrefix};
 
 }  // namespace videoparams
 

@@ -1,5 +1,7 @@
 #include "VideoParams/ByteScan/Kernels.h"
 
+#include <cstring>
+
 namespace videoparams {
 
 namespace {
@@ -40,8 +42,18 @@ const unsigned char* PlainZeroPair(const unsigned char* begin, const unsigned ch
     return end;
 }
 
+const unsigned char* PlainCopyToStartCodePrefix(const unsigned char* begin, const unsigned char* end,
+                                                unsigned char* destination)
+{
+    const unsigned char* const prefix = PlainStartCodePrefix(begin, end);
+    if (prefix != begin)
+        std::memcpy(destination, begin, static_cast<size_t>(prefix - begin));
+    return prefix;
+}
+
 }  // namespace
 
-const ByteScanKernel plainKernel = {"plain", Supported, PlainStartCodePrefix, PlainZeroPair};
+const ByteScanKernel plainKernel = {"plain", Supported, PlainStartCodePrefix, PlainZeroPair,
+                                    PlainCopyToStartCodePrefix};
 
 }  // namespace videoparams

@@ -8,11 +8,14 @@ namespace videoparams {
 struct ByteScanKernel
 {
     using Search = const unsigned char* (*)(const unsigned char* begin, const unsigned char* end);
+    using CopyingSearch = const unsigned char* (*)(const unsigned char* begin, const unsigned char* end,
+                                                   unsigned char* destination);
 
     const char* name;
     bool (*supported)();
     Search findStartCodePrefix;
     Search findZeroPair;
+    CopyingSearch copyToStartCodePrefix;
 };
 
 extern const ByteScanKernel plainKernel;
