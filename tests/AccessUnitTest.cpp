@@ -373,4 +373,17 @@ TEST(AvcAccessUnits, SlicesWithoutTheirParameterSetsAreDropped)
     EXPECT_EQ(host.Reports()[0].bytes, sps + pps + key + AvcSliceOf(0, Key, false));
 }
 
+// The sample test reads slices of the same handle: a picture may start where no access unit is open.
+TEST(AvcAccessUnits, ASliceThatFollowsATestedOneBeginsAnAccessUnit)
+{
+    Analysis host(VideoCodecAVC);
+    VideoInfoEx test;
+    const Bytes sample = sps + pps + AvcSliceOf(1, Plain, true);
+    EXPECT_EQ(VideoSampleTest(host.Handle(), sample.data(), Size(sample), &test), 0);
+    EXPECT_EQ(host.Feed(AvcSliceOf(2, Plain, true)), 0);
+    host.Flush();
+    ASSERT_EQ(host.Reports().size(), 1u);
+    EXPECT_EQ(host.Reports()[0].bytes, AvcSliceOf(2, Plain, true));
+}
+
 }  // namespace videoparams::test
