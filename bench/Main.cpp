@@ -1,0 +1,30 @@
+// Names are codec/access-unit size/residence/operation. A run over everything needs memory for all streams at
+// once; scripts/bench.sh runs stream by stream.
+
+#include "Measure.h"
+
+int main(int argc, char** argv)
+{
+    using namespace bench;
+    for (const VideoCodecType codec : {VideoCodecAVC, VideoCodecHEVC}) {
+        for (const UnitSize unitSize : {UnitSize::Small, UnitSize::Medium, UnitSize::Large}) {
+            for (const Residence residence : {Residence::Cache, Residence::Memory}) {
+                const StreamKey key{codec, unitSize, residence};
+                RegisterBaselines(key);
+                RegisterParseOperations(key);
+                RegisterUserDataOperations(key);
+                RegisterLibavcodec(key);
+                RegisterGstreamer(key);
+            }
+        }
+    }
+    RegisterHostileShapes();
+    RegisterScale();
+
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+        return 1;
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
