@@ -56,6 +56,7 @@ requirementsOf() {
         echo "python3 hasCommand python3"
         ;;
     abi) echo "abigail-tools hasCommand abidiff" ;;
+    coverage) echo "gcovr hasCommand gcovr" ;;
     packages)
         echo "dpkg-dev hasCommand dpkg-shlibdeps"
         echo "file hasCommand file"
@@ -73,6 +74,7 @@ requirementsOf() {
         ;;
     windows)
         echo "g++-mingw-w64-x86-64-posix hasCommand x86_64-w64-mingw32-g++-posix"
+        echo "googletest hasGoogleTestSources"
         echo "wine hasCommand wine"
         echo "wine64 hasWine64"
         ;;

@@ -2,6 +2,7 @@
 #include "support/TestStream.h"
 
 #include <array>
+#include <cinttypes>
 #include <cstdio>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -83,7 +84,7 @@ protected:
             access.height = sequence["height"];
             access.frameRate = {};
             if (sequence["frameRate"].is_string())
-                std::sscanf(sequence["frameRate"].get<std::string>().c_str(), "%lu/%lu",
+                std::sscanf(sequence["frameRate"].get<std::string>().c_str(), "%" SCNu64 "/%" SCNu64,
                             &access.frameRate.numerator, &access.frameRate.denominator);
         }
     }

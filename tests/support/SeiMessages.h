@@ -11,7 +11,7 @@ inline const Bytes userDataIdentifier = {0x99, 0xAE, 0xD3, 0x1B, 0xB8, 0x94, 0x4
 // A type or size of an SEI message.
 inline Bytes SeiSum(uint64_t value)
 {
-    return Bytes(value / 255, 0xFF) + Bytes{static_cast<unsigned char>(value % 255)};
+    return Bytes(static_cast<size_t>(value / 255), 0xFF) + Bytes{static_cast<unsigned char>(value % 255)};
 }
 
 // sei_message()

@@ -1,0 +1,32 @@
+# For the scripts of platforms, to be sourced: the tests, built by a cross compiler and run by an emulator.
+
+. "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+# buildGoogleTest NAME CMAKE_ARGUMENT...: from Debian's sources into $buildRoot/NAME-googletest.
+buildGoogleTest() {
+    local folder=$buildRoot/$1-googletest
+    shift
+    [ -e "$folder/complete" ] && return
+    quietly "$folder.log" cmake --fresh -G Ninja -S /usr/src/googletest -B "$folder-build" "$@" \
+        -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$folder" -DCMAKE_INSTALL_LIBDIR=lib -DBUILD_GMOCK=OFF
+    quietly "$folder.log" cmake --build "$folder-build" --target install
+    touch "$folder/complete"
+}
+
+# crossTest NAME CMAKE_ARGUMENT...: fails with the tests' output, says one line when all is well.
+crossTest() {
+    local name=$1
+    shift
+    buildGoogleTest "$name" "$@"
+    build release "$name" "$@" "-DGTest_DIR=$buildRoot/$name-googletest/lib/cmake/GTest" -DVIDEOPARAMS_BUILD_TOOL=OFF
+    quietly "$buildRoot/$name.tests.log" ctest --test-dir "$buildRoot/$name" --no-tests=error --output-on-failure
+    echo "$name: $(grep 'tests passed' "$buildRoot/$name.tests.log")"
+}
+
+# crossTestLinux TRIPLET PROCESSOR EMULATOR...
+crossTestLinux() {
+    local emulator
+    emulator=$(IFS=';' && echo "${*:3};-L;/usr/$1")
+    crossTest "$1" -DCMAKE_SYSTEM_NAME=Linux "-DCMAKE_SYSTEM_PROCESSOR=$2" "-DCMAKE_C_COMPILER=$1-gcc" \
+        "-DCMAKE_CXX_COMPILER=$1-g++" "-DCMAKE_CROSSCOMPILING_EMULATOR=$emulator"
+}
