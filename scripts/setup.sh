@@ -56,6 +56,7 @@ requirementsOf() {
         echo "python3 hasCommand python3"
         ;;
     abi) echo "abigail-tools hasCommand abidiff" ;;
+    instructions) echo "valgrind hasCommand valgrind" ;;
     coverage) echo "gcovr hasCommand gcovr" ;;
     packages)
         echo "dpkg-dev hasCommand dpkg-shlibdeps"
