@@ -1,39 +1,90 @@
-// What the worst streams cost, a byte.
+// What the worst streams cost, a byte. Each is one call's buffer.
 
 #include "Handles.h"
 #include "Measure.h"
+#include "Pictures.h"
 
-#include <algorithm>
+#include <functional>
 
 namespace bench {
 
 namespace {
 
-constexpr size_t ShapeSize = 5000000;
+constexpr size_t Million = 1000000;
+
+// Each of them has grown when all have been through it: six in the ring and the spare one.
+constexpr int QueueBlocks = 7;
+
+Bytes Repeat(const Bytes& unit, size_t count)
+{
+    Bytes bytes;
+    bytes.reserve(unit.size() * count);
+    for (size_t i = 0; i < count; ++i)
+        bytes.insert(bytes.end(), unit.begin(), unit.end());
+    return bytes;
+}
+
+Bytes Behind(const Bytes& front, const Bytes& repeated)
+{
+    Bytes bytes = front;
+    bytes.insert(bytes.end(), repeated.begin(), repeated.end());
+    return bytes;
+}
+
+// One access unit of two megabytes: slices that can be read, all of one picture.
+Bytes SlicesOfOnePicture()
+{
+    Bytes bytes;
+    avcPictures.WriteParameterSets(bytes);
+    return Behind(bytes, Repeat({0, 0, 1, 0x65, 0x88}, 2 * Million / 5));
+}
 
 struct Shape
 {
     const char* name;
-    std::vector<unsigned char> unit;  // over and over, behind `front`
-    std::vector<unsigned char> front;
+    std::function<Bytes()> make;
 };
 
 const Shape shapes[] = {
-    {"zeros", {0}, {}},
-    {"zeros in a SEI unit", {0}, {0, 0, 1, 6}},
-    {"00 00 03 in a SEI unit", {0, 0, 3}, {0, 0, 1, 6}},
-    {"FF in a SEI unit", {0xFF}, {0, 0, 1, 6}},
-    {"units of 5 bytes", {0, 0, 1, 9, 16}, {}},
-    {"empty units", {0, 0, 1}, {}},
+    {"zeros", [] { return Bytes(5 * Million); }},
+    {"zeros in a SEI unit",
+     [] {
+         return Behind({0, 0, 1, 6}, Bytes(5 * Million));
+     }},
+    {"zeros in a slice",
+     [] {
+         return Behind({0, 0, 1, 0x65}, Bytes(5 * Million));
+     }},
+    {"00 00 03 in a SEI unit",
+     [] {
+         return Behind({0, 0, 1, 6}, Repeat({0, 0, 3}, 2 * Million));
+     }},
+    {"00 00 03 in a slice",
+     [] {
+         return Behind({0, 0, 1, 0x65}, Repeat({0, 0, 3}, 2 * Million));
+     }},
+    {"FF in a SEI unit",
+     [] {
+         return Behind({0, 0, 1, 6}, Repeat({0xFF}, 5 * Million));
+     }},
+    {"a million delimiters of 5 bytes",
+     [] {
+         return Repeat({0, 0, 1, 9, 0x10}, Million);
+     }},
+    {"a million SEI units of 5 bytes",
+     [] {
+         return Repeat({0, 0, 1, 6, 0x80}, Million);
+     }},
+    {"a million slices of 5 bytes",
+     [] {
+         return Repeat({0, 0, 1, 0x65, 0x88}, Million);
+     }},
+    {"a million empty units",
+     [] {
+         return Repeat({0, 0, 1}, Million);
+     }},
+    {"an access unit of 400000 slices", SlicesOfOnePicture},
 };
-
-std::vector<unsigned char> Make(const Shape& shape)
-{
-    std::vector<unsigned char> bytes = shape.front;
-    while (bytes.size() < ShapeSize)
-        bytes.insert(bytes.end(), shape.unit.begin(), shape.unit.end());
-    return bytes;
-}
 
 using Call = void (*)(void* handle, unsigned char* data, unsigned int size);
 
@@ -45,11 +96,42 @@ void Split(void* handle, unsigned char* data, unsigned int size)
     GetNalFromFrame(handle, data, size, &count, &units, &sizes);
 }
 
+// A unit that is skipped answers like the end, and the call behind it goes on.
+void Iterate(void* handle, unsigned char* data, unsigned int size)
+{
+    SetVideoData(handle, data, size);
+    for (bool isLast = false; !isLast;) {
+        unsigned char* unit = nullptr;
+        unsigned int unitSize = 0;
+        bool isSlice = false;
+        unsigned int headerLength = 0;
+        isLast = GetNalUnit(handle, &unit, &unitSize, &isSlice, &headerLength) != 0;
+    }
+}
+
 void Analyse(void* handle, unsigned char* data, unsigned int size)
 {
     VideoInfo info;
     ParseVideoParams(handle, data, size, &info);
     ParseVideoParams(handle, nullptr, 0, &info);
+}
+
+void Query(void* handle, unsigned char* data, unsigned int size)
+{
+    VideoPicType type;
+    QueryType(handle, data, size, type);
+}
+
+void Test(void* handle, unsigned char* data, unsigned int size)
+{
+    VideoInfoEx test;
+    VideoSampleTest(handle, data, size, &test);
+}
+
+void GetSets(void* handle, unsigned char* data, unsigned int size)
+{
+    ParameterSetData sets;
+    GetParameterSetData(handle, data, size, &sets);
 }
 
 void Add(void* handle, unsigned char* data, unsigned int size)
@@ -76,37 +158,43 @@ void Remove(void* handle, unsigned char* data, unsigned int size)
 const struct
 {
     const char* name;
-    bool needsUserDataHandle;
     Call call;
-} operations[] = {
-    {"GetNalFromFrame", false, Split}, {"ParseVideoParams", false, Analyse}, {"AddUserData", true, Add},
-    {"GetUserData", true, Get},        {"RemoveUserData", true, Remove},
+} parseOperations[] =
+    {
+        {"GetNalFromFrame", Split},    {"SetVideoData + GetNalUnit", Iterate},
+        {"ParseVideoParams", Analyse}, {"QueryType", Query},
+        {"VideoSampleTest", Test},     {"GetParameterSetData", GetSets},
+},
+  userDataOperations[] = {
+      {"AddUserData", Add},
+      {"GetUserData", Get},
+      {"RemoveUserData", Remove},
 };
+
+template <typename Handle>
+void RegisterShape(const Shape& shape, const char* operation, Call call)
+{
+    const std::string name = std::string("hostile/") + shape.name + "/" + operation;
+    benchmark::RegisterBenchmark(name.c_str(), [&shape, call](benchmark::State& state) {
+        Bytes bytes = shape.make();
+        const Handle handle(VideoCodecAVC);
+        const auto pass = [&] {
+            call(handle, bytes.data(), static_cast<unsigned int>(bytes.size()));
+            return true;
+        };
+        Measure(state, bytes.size(), 1, pass, QueueBlocks);
+    });
+}
 
 }  // namespace
 
 void RegisterHostileShapes()
 {
     for (const Shape& shape : shapes) {
-        for (const auto& operation : operations) {
-            const std::string name = std::string("hostile/") + shape.name + "/" + operation.name;
-            benchmark::RegisterBenchmark(name.c_str(), [&shape, &operation](benchmark::State& state) {
-                std::vector<unsigned char> bytes = Make(shape);
-                void* handle = nullptr;
-                if (operation.needsUserDataHandle)
-                    UserDataCreate(&handle, VideoCodecAVC);
-                else
-                    ParseCreate(&handle, VideoCodecAVC, 0, 0);
-                Measure(state, bytes.size(), 1, [&] {
-                    operation.call(handle, bytes.data(), static_cast<unsigned int>(bytes.size()));
-                    return true;
-                });
-                if (operation.needsUserDataHandle)
-                    UserDataRelease(handle);
-                else
-                    ParseRelease(handle);
-            });
-        }
+        for (const auto& operation : parseOperations)
+            RegisterShape<CParseHandle>(shape, operation.name, operation.call);
+        for (const auto& operation : userDataOperations)
+            RegisterShape<CUserDataHandle>(shape, operation.name, operation.call);
     }
 }
 

@@ -12,10 +12,9 @@ namespace bench {
 // Measures `pass`, which goes once over a stream of `bytes` bytes in `calls` calls and says whether all went
 // well. The passes in front let blocks grow to their size.
 template <typename Pass>
-void Measure(benchmark::State& state, size_t bytes, size_t calls, Pass&& pass)
+void Measure(benchmark::State& state, size_t bytes, size_t calls, Pass&& pass, int warmUpPasses = 3)
 {
-    constexpr int WarmUpPasses = 3;
-    for (int i = 0; i < WarmUpPasses; ++i) {
+    for (int i = 0; i < warmUpPasses; ++i) {
         if (!pass()) {
             state.SkipWithError("a call failed");
             return;

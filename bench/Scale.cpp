@@ -1,6 +1,9 @@
-// Time a byte from 1 MB to 1 GB, and what a second thread brings.
+// Time a byte and memory of a handle from 1 MB to 1 GB, and what a second thread brings.
 
+#include "Handles.h"
 #include "Measure.h"
+
+#include <cstring>
 
 namespace bench {
 
@@ -9,23 +12,59 @@ namespace {
 constexpr size_t AccessUnitSize = 60000;
 constexpr size_t Megabyte = 1000000;
 
-void AnalyseAll(benchmark::State& state, const Stream& stream)
+// Into one block; what the time is measured against.
+void Copy(benchmark::State& state, const Stream& stream)
 {
-    void* handle = nullptr;
-    if (ParseCreate(&handle, VideoCodecAVC, 0, 0) != 0) {
-        state.SkipWithError("no memory");
-        return;
-    }
+    const PageBytes block = AllocatePages(2 * AccessUnitSize);
     Measure(state, stream.size, stream.accessUnits.size(), [&] {
-        VideoInfo info;
         for (const AccessUnit& unit : stream.accessUnits) {
-            if (ParseVideoParams(handle, unit.data, unit.size, &info) != 0)
-                return false;
+            std::memcpy(block.get(), unit.data, unit.size);
+            benchmark::ClobberMemory();
         }
         return true;
     });
-    ParseRelease(handle);
-    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * stream.size));
+}
+
+// An access unit a call.
+void Analyse(benchmark::State& state, const Stream& stream)
+{
+    const int64_t before = HeapBytesInUse();
+    const CParseHandle handle(VideoCodecAVC);
+    Measure(state, stream.size, stream.accessUnits.size(), [&] {
+        VideoInfo info;
+        bool ok = true;
+        for (const AccessUnit& unit : stream.accessUnits)
+            ok = ParseVideoParams(handle, unit.data, unit.size, &info) == 0 && ok;
+        return ok;
+    });
+    state.counters["handle"] =
+        benchmark::Counter(static_cast<double>(HeapBytesInUse() - before), benchmark::Counter::kAvgThreads);
+    state.SetBytesProcessed(static_cast<int64_t>(stream.size) * state.iterations());
+}
+
+// The stream in one call.
+void AnalyseAtOnce(benchmark::State& state, const Stream& stream)
+{
+    const int64_t before = HeapBytesInUse();
+    const CParseHandle handle(VideoCodecAVC);
+    Measure(state, stream.size, 1, [&] {
+        VideoInfo info;
+        return ParseVideoParams(handle, stream.bytes.get(), static_cast<unsigned int>(stream.size), &info) ==
+               0;
+    });
+    state.counters["handle"] = static_cast<double>(HeapBytesInUse() - before);
+}
+
+void SplitAtOnce(benchmark::State& state, const Stream& stream)
+{
+    const CParseHandle handle(VideoCodecAVC);
+    Measure(state, stream.size, 1, [&] {
+        unsigned int count = 0;
+        unsigned char** units = nullptr;
+        unsigned int* sizes = nullptr;
+        return GetNalFromFrame(handle, stream.bytes.get(), static_cast<unsigned int>(stream.size), &count,
+                               &units, &sizes) == 0;
+    });
 }
 
 }  // namespace
@@ -33,16 +72,22 @@ void AnalyseAll(benchmark::State& state, const Stream& stream)
 void RegisterScale()
 {
     for (const size_t megabytes : {1, 10, 100, 1000}) {
-        const std::string name = "scale/" + std::to_string(megabytes) + " MB";
-        benchmark::RegisterBenchmark(name.c_str(), [megabytes](benchmark::State& state) {
-            AnalyseAll(state, MakeStream(VideoCodecAVC, AccessUnitSize, megabytes * Megabyte));
-        });
+        const std::string stream = "scale/" + std::to_string(megabytes) + " MB/";
+        const auto registerRun = [&](const char* name, auto run) {
+            benchmark::RegisterBenchmark((stream + name).c_str(), [megabytes, run](benchmark::State& state) {
+                run(state, MakeStream(VideoCodecAVC, AccessUnitSize, megabytes * Megabyte));
+            });
+        };
+        registerRun("memcpy by unit", Copy);
+        registerRun("ParseVideoParams", Analyse);
+        registerRun("ParseVideoParams, one call", AnalyseAtOnce);
+        registerRun("GetNalFromFrame, one call", SplitAtOnce);
     }
     for (const int threads : {1, 2}) {
         const auto run = [](benchmark::State& state) {
-            AnalyseAll(state, MakeStream(VideoCodecAVC, AccessUnitSize, 2 * AccessUnitSize));
+            Analyse(state, MakeStream(VideoCodecAVC, AccessUnitSize, 2 * AccessUnitSize));
         };
-        benchmark::RegisterBenchmark("scale/in cache", run)->Threads(threads)->UseRealTime();
+        benchmark::RegisterBenchmark("threads/in cache", run)->Threads(threads)->UseRealTime();
     }
 }
 

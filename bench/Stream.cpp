@@ -21,6 +21,8 @@ constexpr size_t MemoryStreamSize = size_t{200} << 20;
 constexpr size_t PeriodSize = size_t{40} << 20;
 constexpr uint32_t GroupLength = 60;
 
+constexpr size_t SmallestPayload = 100;
+
 using Random = std::mt19937_64;
 
 Bytes RandomPayload(size_t size, Random& random)
@@ -51,7 +53,7 @@ void WriteAccessUnit(Bytes& stream, const CPictureWriter& writer, uint32_t index
     if (index == 0)
         writer.WriteParameterSets(stream);
     writer.WriteSei(stream, UserDataMessage());
-    const size_t payloadSize = size - std::min(size, stream.size() - begin);
+    const size_t payloadSize = std::max(SmallestPayload, size - std::min(size, stream.size() - begin));
     writer.WritePicture(stream, index, RandomPayload(payloadSize, random));
 }
 

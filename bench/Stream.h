@@ -14,7 +14,7 @@ enum class UnitSize
 {
     Small,   // 1.5 KB an access unit
     Medium,  // 60 KB
-    Large,   // 1 MB; in the cache, one that fills it and an empty one
+    Large,   // 1 MB; in the cache, one that fills it and one of a few bytes
 };
 
 enum class Residence

@@ -63,9 +63,9 @@ class Medians:
         return above["cpu_time"] / below["cpu_time"] if above and below else None
 
     def groups(self, first):
-        """The second parts of the names that begin with `first`, sorted, numbers by their value."""
+        """The second parts of the names that begin with `first`, sorted, sizes by their value."""
         names = {name.split("/")[1] for name in self.entries if name.startswith(first + "/")}
-        return sorted(names, key=lambda name: (int(name.split()[0]) if name[0].isdigit() and name.endswith("MB") else 0, name))
+        return sorted(names, key=lambda name: (int(name[:-3]) if name.endswith(" MB") else 0, name))
 
 
 def number(value, digits=3):
@@ -184,8 +184,8 @@ def scale_table(medians):
     table(*rows)
     one, two = (medians.get("threads", "in cache", "real_time", f"threads:{count}") for count in (1, 2))
     if one and two:
-        print(f"Two handles on two threads, in the cache: {two['bytes_per_second'] / one['bytes_per_second']:.2f} times "
-              "the speed of one.\n")
+        print("Two handles on two threads, in the cache: "
+              f"{two['bytes_per_second'] / one['bytes_per_second']:.2f} times the speed of one.\n")
 
 
 # The rows of the chart: name, kind.
@@ -219,7 +219,8 @@ def chart(medians, path):
                 f"<title>{title}</title></circle>")
 
     parts = [
-        f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {width} {height}" font-family="sans-serif" font-size="13">',
+        f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {width} {height}" font-family="sans-serif" '
+        'font-size="13">',
         "<style>text{fill:#222}@media(prefers-color-scheme:dark){text{fill:#ddd}}</style>",
         '<text x="10" y="22" font-size="16" font-weight="bold">Time for the same access units, memcpy = 1</text>',
         '<text x="10" y="42">H.264, 60 KB each, one thread; left is faster; logarithmic</text>',
