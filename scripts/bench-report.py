@@ -138,8 +138,9 @@ def calls_table(medians):
                             if medians.get(codec, *stream, operation)]
         rows.append([f"`{operation}`", *cells, number(max(allocations, default=None))])
     setting = medians.get("H264", "small", "cache", "SetParameterSetData")
-    rows.append(["`SetParameterSetData`", number(setting["cpu_time"] / 1000), "–", "–", "–",
-                 number(setting["allocations"])])
+    if setting:
+        rows.append(["`SetParameterSetData`", number(setting["cpu_time"] / 1000), "–", "–", "–",
+                     number(setting["allocations"])])
     table(*rows)
 
 
