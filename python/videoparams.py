@@ -28,7 +28,7 @@ import pathlib
 import sys
 from contextlib import contextmanager
 from dataclasses import dataclass
-from typing import Iterable, Iterator, Optional, Union
+from typing import Iterable, Iterator, Optional, TypeVar, Union
 
 __version__ = "1.0.0"
 __all__ = [
@@ -127,32 +127,47 @@ class NalUnit:
 
 
 def units(pieces: Iterable[BytesLike]) -> Iterator[bytes]:
-    """Cuts a stream that comes in pieces of any size into whole NAL units, start codes included."""
-    held = bytearray()
+    """Cuts a stream that comes in pieces of any size into whole NAL units, start codes included.
+
+    A unit of 3 or 4 bytes (such as an end of sequence) comes at the end of the unit in front of it: Parser.parse passes
+    over a buffer so short.
+    """
+    held = bytearray()  # from the present unit on, once one has begun
     begun = False
+    cut = 0  # where the present unit ends, unless the one behind it is too short; 0: not known
     scanned = 0
     for piece in pieces:
         held += piece
         begin = 0
         while True:
             at = held.find(b"\0\0\1", scanned)
-            if at < 0 or len(held) - at < 4:  # a start code counts with two bytes behind it, or one and a zero in front
-                scanned = max(begin, len(held) - 3 if at < 0 else at)
+            start = at - 1 if at > 0 and held[at - 1] == 0 else at
+            if at < 0 or len(held) - start < 5:  # a start code counts with five bytes from its first zero on
+                scanned = max(scanned, len(held) - 3 if at < 0 else at)
                 break
-            start = at - 1 if at > begin + (3 if begun else 0) and held[at - 1] == 0 else at
-            if len(held) - start < 5:
-                scanned = at
-                break
-            if begun:
-                yield bytes(held[begin:start])
-            begun = True
-            begin = start
             scanned = at + 3
-        if begun:
-            del held[:begin]
-            scanned -= begin
+            if not begun:
+                begun = True
+                begin = start
+            elif cut and start - cut < 5:
+                cut = start
+            else:
+                if cut:
+                    yield bytes(held[begin:cut])
+                    begin = cut
+                cut = start
+        if cut and scanned > cut + 5:  # the next start code is not before the one in front of `scanned`
+            yield bytes(held[begin:cut])
+            begin, cut = cut, 0
+        if not begun:
+            begin = max(scanned - 1, 0)
+        del held[:begin]
+        scanned -= begin
+        cut = max(cut - begin, 0)
+    if cut:
+        yield bytes(held[:cut])
     if begun and held:
-        yield bytes(held)
+        yield bytes(held[cut:])
 
 
 class _VideoInfo(ctypes.Structure):
@@ -240,7 +255,10 @@ def _load() -> ctypes.CDLL:
     name = "VideoParams.dll" if sys.platform == "win32" else "libVideoParams.so.1"
     beside = pathlib.Path(__file__).parent / name
     named = os.environ.get("VIDEOPARAMS_LIBRARY")
-    candidates = [named] if named else [str(beside)] if beside.exists() else [name, ctypes.util.find_library("VideoParams")]
+    if named or beside.exists():
+        candidates = [named or str(beside)]
+    else:
+        candidates = [name, ctypes.util.find_library("VideoParams")]
     for candidate in filter(None, candidates):
         try:
             library = ctypes.CDLL(candidate)
@@ -262,6 +280,9 @@ def _check(result: int, call: str) -> None:
         raise Error(f"{call} failed")
 
 
+_Own = TypeVar("_Own", bound="_Handle")
+
+
 class _Handle:
     """A handle of the library; released by close(), at the end of a with block, or with the object."""
 
@@ -276,10 +297,10 @@ class _Handle:
             getattr(_library, self._release)(self._handle)
             self._handle = ctypes.c_void_p()
 
-    def __enter__(self):
+    def __enter__(self: _Own) -> _Own:
         return self
 
-    def __exit__(self, *_unused) -> None:
+    def __exit__(self, *_unused: object) -> None:
         self.close()
 
     def __del__(self) -> None:
@@ -322,7 +343,7 @@ class Parser(_Handle):
 
     def test_sample(self, sample: BytesLike) -> Optional[SampleTest]:
         """Tells whether an H.264 sample continues the sequence of reference pictures; give every sample in decoding
-        order. None for H.265."""
+        order, to a parser of its own beside parse. None for H.265."""
         test = _VideoInfoEx(2, 2, 2)
         with _address(sample) as (address, size):
             result = _library.VideoSampleTest(self._handle, address, size, ctypes.byref(test))
@@ -341,13 +362,13 @@ class Parser(_Handle):
         return PictureType(value.value) if 0 <= value.value <= 9 else None
 
     def set_parameter_sets(self, sps: BytesLike, pps: BytesLike) -> None:
-        """Gives an H.264 parser the parameter sets of a stream that carries none, each with its start code or without."""
+        """Gives an H.264 parser the parameter sets of a stream that carries none, with start codes or without."""
         with _address(sps) as (spsAddress, spsSize), _address(pps) as (ppsAddress, ppsSize):
             result = _library.SetParameterSetData(self._handle, spsAddress, spsSize, ppsAddress, ppsSize)
         _check(result, "SetParameterSetData")
 
     def parameter_sets(self, data: BytesLike) -> ParameterSets:
-        """The last SPS and the last PPS of a piece of H.264 stream."""
+        """The last SPS and the last PPS of a piece of H.264 stream; none of H.265."""
         sets = _ParameterSetData()
         with _address(data) as (address, size):
             _check(_library.GetParameterSetData(self._handle, address, size, ctypes.byref(sets)), "GetParameterSetData")
@@ -357,8 +378,8 @@ class Parser(_Handle):
         )
 
     def nal_units(self, data: BytesLike) -> list[NalUnit]:
-        """The NAL units of an H.264 buffer, slice headers measured. Units with forbidden_zero_bit 1 and start codes
-        alone are left out. Reads the parameter sets on the way."""
+        """The NAL units of an H.264 buffer, slice headers measured; none of H.265. Units with forbidden_zero_bit 1 and
+        start codes alone are left out. Reads the parameter sets on the way, so use a parser of its own beside parse."""
         tries = len(self.split(data))
         view = memoryview(data).cast("B")
         found = []
@@ -376,7 +397,7 @@ class Parser(_Handle):
         return found
 
     def split(self, data: BytesLike) -> list[memoryview]:
-        """The NAL units of an H.264 buffer as views of it."""
+        """The NAL units of an H.264 buffer as views of it; none of H.265."""
         count, addresses, sizes = ctypes.c_uint(), ctypes.POINTER(ctypes.c_void_p)(), ctypes.POINTER(ctypes.c_uint)()
         view = memoryview(data).cast("B")
         with _address(data) as (address, size):

@@ -1,12 +1,18 @@
 """Tests of the Python module on the streams of the library's own tests."""
 
 import json
+import os
 import pathlib
+import re
+import subprocess
+import sys
+import tempfile
 import unittest
 
 import videoparams as vp
 
-STREAMS = pathlib.Path(__file__).resolve().parents[2] / "tests" / "streams"
+PROJECT = pathlib.Path(__file__).resolve().parents[2]
+STREAMS = PROJECT / "tests" / "streams"
 
 
 def streams():
@@ -47,6 +53,12 @@ class AnalysisTest(unittest.TestCase):
                 if size > 3 or len(stream) < 20000:
                     self.assertEqual(list(vp.units(pieces(stream, size))), whole, (name, size))
 
+    def test_short_units_are_not_lost(self):
+        stream = (STREAMS / "avc-bframes.h264").read_bytes()
+        withEnd = stream + b"\0\0\1\x0a" + stream
+        reports = analyse(vp.Codec.AVC, vp.units([withEnd]))
+        self.assertEqual(b"".join(report.data for report in reports), withEnd)
+
     def test_units_at_the_edges(self):
         cases = {
             b"": [],
@@ -54,6 +66,10 @@ class AnalysisTest(unittest.TestCase):
             b"\0\0\1\x09\x10": [b"\0\0\1\x09\x10"],
             b"\0\0\0\0\1\x09": [b"\0\0\0\1\x09"],
             b"\0\0\1\0\0\1\x65\xab": [b"\0\0\1", b"\0\0\1\x65\xab"],
+            b"\0\0\1\x65\xab\0\0\1\x0a\0\0\1\x0b\0\0\1\x68\xee":
+                [b"\0\0\1\x65\xab\0\0\1\x0a\0\0\1\x0b", b"\0\0\1\x68\xee"],
+            b"\0\0\1\x65\xab\0\0\1\x41\x9a\0\0\0\1\x67\x42":
+                [b"\0\0\1\x65\xab", b"\0\0\1\x41\x9a", b"\0\0\0\1\x67\x42"],
             b"x\0\0\1\x65\xab\0\0\0\0\1\x41\0\0\1\xaa": [b"\0\0\1\x65\xab\0", b"\0\0\0\1\x41\0\0\1\xaa"],
         }
         for stream, wanted in cases.items():
@@ -122,6 +138,23 @@ class UserDataTest(unittest.TestCase):
                     self.assertEqual(editor.remove(edited), plain, name)
                 self.assertIsNone(editor.get(plain))
                 self.assertRaises(vp.Error, editor.add, b"\0\0\1\x68\x10", b"no place")
+
+
+class PackageTest(unittest.TestCase):
+    def test_version_is_the_librarys(self):
+        header = (PROJECT / "include" / "VideoParams.h").read_text()
+        self.assertEqual(".".join(re.findall(r"define VIDEOPARAMS_VERSION_\w+ (\d+)", header)), vp.__version__)
+
+    def test_wheel_works(self):
+        build = "import build_backend, sys; print(build_backend.build_wheel(sys.argv[1]))"
+        with tempfile.TemporaryDirectory() as folder:
+            wheel = subprocess.check_output([sys.executable, "-c", build, folder], cwd=PROJECT / "python", text=True)
+            self.assertEqual(wheel.strip(), f"videoparams-{vp.__version__}-py3-none-any.whl")
+            path = os.path.join(folder, wheel.strip())
+            use = "import videoparams as vp; vp.Parser(vp.Codec.AVC).close(); print(vp.__file__)"
+            printed = subprocess.check_output([sys.executable, "-c", use], cwd=folder, text=True,
+                                              env={**os.environ, "PYTHONPATH": path})
+            self.assertTrue(printed.startswith(path), printed)
 
 
 if __name__ == "__main__":
