@@ -135,7 +135,8 @@ typedef enum VideoPicType VIDEOPARAMS_ENUM_BASE
 ///
 /// The fields from `width` on describe the sequence. They are filled when the access unit carries a sequence
 /// parameter set, and for an H.264 key frame also when it carries none but the handle holds one;
-/// `sequenceInfoValid` tells. A host that needs them all the time keeps the last valid ones.
+/// `sequenceInfoValid` tells. A host that needs them all the time keeps the last valid ones. What stands
+/// behind the timing information of the VUI is not read.
 typedef struct VideoInfo
 {
     /// 1: this call completed an access unit, and the other fields describe it. 0: none.
@@ -157,10 +158,11 @@ typedef struct VideoInfo
     const unsigned char* accessUnitData;
     /// Bytes at `accessUnitData`.
     uint32_t accessUnitSize;
-    /// Luma samples after cropping (H.264) or the conformance window (H.265). Cropping larger than the
-    /// picture wraps modulo 2^32: **check before you allocate.**
+    /// Luma samples after cropping (H.264) or the conformance window (H.265, whose default display window is
+    /// not applied). Cropping larger than the picture wraps modulo 2^32: **check before you allocate.**
     uint32_t width;
-    /// Luma samples after cropping; of a frame also where the stream codes fields. Wraps like `width`.
+    /// Luma samples after cropping. H.264: of a frame, also where the stream codes fields; H.265: of a
+    /// picture, which may be a field. Wraps like `width`.
     uint32_t height;
     /// Frame rate = `frameRateNumerator` / `frameRateDenominator` frames a second; both 0 when the stream
     /// does not say. H.264: `time_scale`. H.265: `vui_time_scale`, or `vps_time_scale` where the VUI has
@@ -168,7 +170,7 @@ typedef struct VideoInfo
     /// stays as the ones before left it, here and in the colour fields.
     uint32_t frameRateNumerator;
     /// H.264: **2 ×** `num_units_in_tick`, since a frame lasts two ticks. H.265: `vui_num_units_in_tick` or
-    /// `vps_num_units_in_tick`, **not** doubled.
+    /// `vps_num_units_in_tick`, **not** doubled: a tick is a picture, also where pictures code one field.
     uint32_t frameRateDenominator;
     /// The seven colour fields hold the VUI elements of these names (ITU-T H.264 E.2.1, H.265 E.3.1). All are
     /// 0 when there is no VUI. 1: the next three elements are coded.
@@ -242,13 +244,16 @@ VIDEOPARAMS_API int64_t ParseRelease(void* handle);
 /// delimiter, or at its front where it has none. An H.265 handle holds and inserts none.
 ///
 /// Where a picture begins is told by its slice headers: **a broken `frame_num` splits an H.264 picture**.
-/// **H.265 layers above 0 are not told apart**: each of their pictures is an access unit of its own.
+/// **H.265 layers above 0 are not told apart**: each of their pictures is an access unit of its own. Other
+/// units that are not read (H.264 data partitions B and C, slice extensions, auxiliary pictures) go with the
+/// access unit at hand, which is kept whole in memory, however large the stream makes it.
 ///
 /// @param handle  A parse handle.
-/// @param data    NAL units, start codes included; read during the call, never kept. Null: flush.
+/// @param data    **Whole NAL units**, start codes included, one a call or an access unit a call: a unit that
+///                goes on in the next buffer is cut in two. Read during the call, never kept. Null: flush.
 /// @param size    Bytes at `data`; 0: flush.
 /// @param info    Cleared, then filled when the call completes an access unit. When it completes several, the
-///                last one is described. The bytes it points at are the handle's; see
+///                last one is described and the others are lost. The bytes it points at are the handle's; see
 ///                `VideoInfo::accessUnitData`.
 /// @return 0: taken in, whether or not `info` reports. A start code alone, with the next one at its heels,
 ///         ends the call here: the rest of the buffer is not looked at. -1: a null handle or `info`
@@ -265,11 +270,11 @@ VIDEOPARAMS_API int64_t ParseVideoParams(void* handle, const unsigned char* data
 /// against that of the last reference picture (ITU-T H.264, 7.4.3). It does not test IDR pictures, streams
 /// that allow gaps (`gaps_in_frame_num_value_allowed_flag`), and the second field of a pair.
 ///
-/// **A splice flags the samples behind it up to the first reference picture**; the next ones are tested
-/// against that. A missing picture that was no reference leaves no trace. **Fields of a sound stream are
-/// flagged** behind a picture of two intra fields and, where top fields come first, behind an intra frame:
-/// second fields are tested like first ones, until a picture comes of which only the first field is intra; so
-/// they are where the order of the fields changes. Samples behind a picture with
+/// **A gap flags the samples behind it, up to and including the next reference picture**, against which the
+/// ones behind are tested. A missing picture that was no reference leaves no trace. **Fields of a sound
+/// stream are flagged** behind a picture of two intra fields and, where top fields come first, behind an
+/// intra frame: second fields are tested like first ones, until a picture comes of which only the first field
+/// is intra; so they are where the order of the fields changes. Samples behind a picture with
 /// `memory_management_control_operation` 5, which is not read, are flagged too, and a first sample that is no
 /// IDR picture is tested as if a `frame_num` of 0 had been before it.
 ///
@@ -321,8 +326,8 @@ VIDEOPARAMS_API int64_t QueryType(void* handle, const unsigned char* data, unsig
 /// keeps copies, which the analysis inserts into key frames that have none, and slices can be read from then
 /// on. The copies stay until the next call; those of the stream do not replace them. A handle that was given
 /// none holds **the first ones of the stream**, also when the stream changes them:
-/// `examples/refresh-parameter-sets.cpp` shows how to keep up. What the SPS does not code (frame rate,
-/// colour) stays as the sets held before left it.
+/// `examples/refresh-parameter-sets.cpp` shows how to keep up. One of each kind is held, whatever its
+/// identifier. What the SPS does not code (frame rate, colour) stays as the sets held before left it.
 ///
 /// @code
 /// SetParameterSetData(handle, avcc.sps, avcc.spsSize, avcc.pps, avcc.ppsSize);
@@ -377,7 +382,8 @@ VIDEOPARAMS_API int64_t SetVideoData(void* handle, unsigned char* data, unsigned
 /// **`sliceHeaderLength` counts the bytes that hold the elements read, up to the picture order count: less
 /// than the whole slice header.** They are the bytes of the unit from (start code length + 1) on, emulation
 /// prevention included, up to the byte with the next unread bit. A slice whose parameter sets are unknown is
-/// measured up to `pic_parameter_set_id`. Parameter sets met on the way are read into the handle's tables.
+/// measured up to `pic_parameter_set_id`. Parameter sets met on the way are read into the handle's tables:
+/// use a handle of its own beside `ParseVideoParams`, or the analysis may split or join pictures.
 ///
 /// @code
 /// SetVideoData(handle, data, size);

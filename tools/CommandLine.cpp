@@ -123,7 +123,7 @@ void CCommandLine::AddCheck()
         "check", "Look for missing pictures and units in the wrong order; status 1 when there are any");
     command->footer(
         "Missing pictures are told by frame_num (H.264), so those that were no reference leave no trace.\n"
-        "After a splice one access unit is flagged, the first that does not follow.");
+        "A gap flags the access units behind it, up to and including the next reference picture.");
     AddInput(command, check);
     SetAction(command, RunCheck, check);
 }
