@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
-# Makes the Debian packages and tries them: lintian, and a host and the tool from a scratch root.
+# Makes the Debian packages, tries them (lintian, and a host and the tool from a scratch root) and says where they lie.
 #
 #   scripts/packages.sh [FOLDER]               FOLDER gets the packages
 #   scripts/packages.sh --install [FOLDER]     tries them installed on this machine, too, and removes them again (root)
+#
+# VIDEOPARAMS_PACKAGER="Name <address>" names their maintainer.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -16,7 +18,7 @@ fi
 # With the prefix /usr, libraries go to the folder of their architecture; there the tool needs no search path.
 folder=$buildRoot/packages
 build release packages -DCMAKE_INSTALL_PREFIX=/usr -DCMAKE_SKIP_INSTALL_RPATH=ON -DVIDEOPARAMS_BUILD_TESTS=OFF \
-    -DVIDEOPARAMS_BUILD_EXAMPLES=OFF
+    -DVIDEOPARAMS_BUILD_EXAMPLES=OFF ${VIDEOPARAMS_PACKAGER:+"-DVIDEOPARAMS_PACKAGER=$VIDEOPARAMS_PACKAGER"}
 rm -rf "$folder/out"
 (umask 022 && cd "$folder" && quietly "$folder.log" cpack -G DEB -B "$folder/out")
 packages=("$folder"/out/*.deb)
@@ -56,4 +58,6 @@ fi
 if [ $# -gt 0 ]; then
     mkdir -p "$1"
     cp "${packages[@]}" "$1"
+    packages=("${packages[@]/#*\//$1/}")
 fi
+printf '%s\n' "${packages[@]}"
