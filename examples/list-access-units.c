@@ -7,12 +7,6 @@
 
 static unsigned char stream[16 << 20];
 
-static void Report(const VideoInfo* info)
-{
-    if (info->accessUnitFound)
-        printf("%u bytes%s\n", info->accessUnitSize, info->keyFrame ? ", key frame" : "");
-}
-
 int main(int argc, char** argv)
 {
     FILE* file = argc > 1 ? fopen(argv[1], "rb") : NULL;
@@ -21,14 +15,14 @@ int main(int argc, char** argv)
     unsigned char** units;
     VideoInfo info;
     void* parser;
-    if (size == 0 || ParseCreate(&parser, VideoCodecAVC, 0, 0) != 0)
+    if (size == 0 || ParseCreate(&parser, VideoCodecAVC, 0, 0) != 0 ||
+        GetNalFromFrame(parser, stream, size, &count, &units, &sizes) != 0)
         return 1;
-    if (GetNalFromFrame(parser, stream, size, &count, &units, &sizes) == 0)
-        for (unsigned int i = 0; i < count; ++i) {
-            ParseVideoParams(parser, units[i], sizes[i], &info);
-            Report(&info);  // the picture before: reports are one picture late
-        }
-    ParseVideoParams(parser, NULL, 0, &info);  // flush: the last one
-    Report(&info);
+    // Reports are one picture late: an empty call at the end asks for the last.
+    for (unsigned int i = 0; i <= count; ++i) {
+        ParseVideoParams(parser, i < count ? units[i] : NULL, i < count ? sizes[i] : 0, &info);
+        if (info.accessUnitFound)
+            printf("%u bytes%s\n", info.accessUnitSize, info.keyFrame ? ", key frame" : "");
+    }
     return (int)ParseRelease(parser);
 }
