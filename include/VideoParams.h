@@ -45,13 +45,19 @@
 ///
 /// @par Memory
 /// A pointer that comes back addresses the host's own input or a block of the handle. The host never frees
-/// it; the library never frees what the host passes, and apart from `SetVideoData` never keeps it. A handle
-/// owns its configured buffers, grown to the largest unit and access unit that it has met (and at most twice
-/// that; of user data four times), and 12 bytes for each unit of a frame that it split; its memory does not
-/// depend on the length of the stream. When memory runs out, the call says -1, what is held stays as it was
-/// and a later call works again; `ParseVideoParams` tells of one exception. Input must not lie in a block of
-/// the same handle, with one exception: the results of `AddUserData` and `RemoveUserData` may be given to
-/// `GetUserData`, and that of one of the two to the other.
+/// it; the library never frees what the host passes, and apart from `SetVideoData` never keeps it. Input must
+/// not lie in a block of the same handle, with one exception: the results of `AddUserData` and
+/// `RemoveUserData` may be given to `GetUserData`, and that of one of the two to the other.
+///
+/// What a handle holds depends on its configuration and on the largest unit and access unit that it has met,
+/// not on the length of the stream; without slices, or a flush, a stream is one access unit. A parse handle
+/// holds at most `queueCount` + 2 blocks of 1.5 times the largest access unit (or of `queueSize` bytes, if
+/// that is more), five of 1.5 times the largest unit, 18 bytes for each unit of a frame that it split, and
+/// 100 KB. A user-data handle holds at most 11 times the largest access unit that it took or gave, 5 times
+/// the largest user data, and 3.2 MB.
+///
+/// When memory runs out, the call says -1, what is held stays as it was and a later call works again;
+/// `ParseVideoParams` tells of two exceptions.
 ///
 /// @par Threads
 /// The library has no global state and starts no threads. A handle is used by one thread at a time; different
@@ -259,8 +265,10 @@ VIDEOPARAMS_API int64_t ParseRelease(void* handle);
 ///         ends the call here: the rest of the buffer is not looked at. -1: a null handle or `info`
 ///         (untouched); more than 4 bytes without a start code (nothing changed); a unit with
 ///         `forbidden_zero_bit` 1, or one for which there is no memory to read it (the units before it are
-///         taken in and may be reported in `info`, the rest of the buffer is not looked at). A unit for which
-///         there is no memory to store it is missing from its access unit; the result does not tell.
+///         taken in and may be reported in `info`, the rest of the buffer is not looked at). The result does
+///         not tell of memory that runs out behind that: **a unit that cannot be stored is missing from its
+///         access unit**; an H.264 parameter set that cannot be kept stays unknown, so that slices which need
+///         it are dropped, or is not put into key frames.
 VIDEOPARAMS_API int64_t ParseVideoParams(void* handle, const unsigned char* data, unsigned int size,
                                          VideoInfo* info);
 
