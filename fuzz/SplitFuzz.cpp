@@ -73,23 +73,32 @@ void CheckHevcAnswersNothing(const CHeapCopy& stream)
     unsigned int unitSize = 7;
     bool isSlice = true;
     unsigned int headerLength = 9;
+    unsigned char** units = &unit;
+    unsigned int* sizes = &unitSize;
     REQUIRE(SetVideoData(handle.handle, stream.Data(), stream.Size()) == 0);
     REQUIRE(GetNalUnit(handle.handle, &unit, &unitSize, &isSlice, &headerLength) == 0);
     REQUIRE(unit == stream.Data() && unitSize == 7 && isSlice && headerLength == 9);
+    REQUIRE(GetNalFromFrame(handle.handle, stream.Data(), stream.Size(), &headerLength, &units, &sizes) == 0);
+    REQUIRE(headerLength == 9 && units == &unit && sizes == &unitSize);
 }
 
 }  // namespace
 
+// The tail decides how often the handle does which of the two.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    const CFuzzInput input(data, size);
+    CFuzzInput input(data, size);
     const CHeapCopy stream(input.Stream());
     const std::vector<Bytes> units = SplitPlainly(input.Stream());
     CheckKernels(stream);
     const CParseHandle handle(VideoCodecAVC, 1, 1);
-    for (int round = 0; round < 2; ++round) {
-        CheckIteration(handle.handle, stream, units);
-        CheckSplit(handle.handle, stream, units);
+    CheckIteration(handle.handle, stream, units);
+    CheckSplit(handle.handle, stream, units);
+    for (int round = 0; round < 3; ++round) {
+        if (input.Choose(2) == 0)
+            CheckIteration(handle.handle, stream, units);
+        else
+            CheckSplit(handle.handle, stream, units);
     }
     CheckHevcAnswersNothing(stream);
     return 0;

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Writes seeds for the fuzzers: the heads of the test streams, and hand-built corner cases.
 
-    make-seeds.py FOLDER        then fuzz FOLDER, and merge what is worth keeping into corpus/<target>/
+    make-seeds.py FOLDER        then fuzz FOLDER, and merge what is worth keeping into corpus/<target>/;
+                                all targets replay the corner cases, corpus/Corners/
 """
 
 import pathlib
@@ -35,6 +36,7 @@ CORNERS = {
     "emulation": AVC_IDR + bytes.fromhex("000003") * 50,
     "sets-and-slices": AVC_SPS + AVC_PPS + AVC_IDR + AVC_P * 3,
     "delimiters": (bytes.fromhex("0000000109 10") + AVC_IDR) * 3,
+    "one-byte-units": b"".join(b"\0\0\0\1" + bytes([header]) for header in range(128)) + AVC_IDR,
     "forbidden": AVC_SPS + AVC_PPS + bytes.fromhex("000001e5000000") + AVC_IDR,
     "golomb-zeros": bytes.fromhex("0000016742001e") + bytes(20) + b"\xff",
     "golomb-largest": bytes.fromhex("0000016742001e 80000000ffffffff") * 2,

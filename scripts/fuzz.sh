@@ -27,8 +27,8 @@ fi
 for name in "${names[@]}"; do
     corpus=$buildRoot/fuzz-corpus/$name
     mkdir -p "$corpus"
-    seeds=()
-    [ -d "$projectDir/fuzz/corpus/$name" ] && seeds=("$projectDir/fuzz/corpus/$name")
+    seeds=("$projectDir/fuzz/corpus/Corners")
+    [ -d "$projectDir/fuzz/corpus/$name" ] && seeds+=("$projectDir/fuzz/corpus/$name")
     if ! quietly "$buildRoot/fuzz-$name.log" "$buildRoot/fuzz/fuzz/fuzz_$name" "$corpus" "${seeds[@]}" \
         -max_total_time=$(((seconds + ${#names[@]} - 1) / ${#names[@]})) -timeout=10 -print_final_stats=1 \
         "${dictionary[@]}" "-artifact_prefix=$findings/$name-"; then
