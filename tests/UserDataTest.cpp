@@ -6,6 +6,7 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <map>
+#include <numeric>
 #include <optional>
 #include <random>
 
@@ -175,22 +176,36 @@ TEST_P(UserData, AnyBytesComeBackAndLeaveNoTrace)
         [](size_t i) { return i % 3 == 2 ? 3 : 0; },
         [&random](size_t) { return random(); },
     };
-    std::vector<size_t> sizes = {0, 1, 2, 3, 5000, 3500000};
+    const Bytes plain = Of("DPPSs");
+    const auto expectRoundTrip = [&](const Bytes& userData) {
+        const Bytes unit = Escaped(codec.seiHeader + UserDataMessage(userData)) + Bytes{0x80};
+        const Bytes added = Add(plain, userData).Read();
+        ASSERT_TRUE(added == Of("DPP") + startCode + unit + Of("Ss")) << userData.size();
+        const Answer got = Get(added);
+        ASSERT_TRUE(got.output != nullptr && got.Read() == userData) << userData.size();
+        ASSERT_TRUE(Remove(added).Read() == plain) << userData.size();
+    };
+    std::vector<size_t> sizes = {5000, 3500000};
     for (size_t multiple = 255; multiple <= 3060; multiple += 255)
         sizes.insert(sizes.end(), {multiple - 17, multiple - 16, multiple - 15});
-    const Bytes plain = Of("DPPSs");
     for (const size_t size : sizes) {
         for (const auto& content : contents) {
             Bytes userData(size);
             for (size_t i = 0; i < size; ++i)
                 userData[i] = static_cast<unsigned char>(content(i));
-            const Bytes unit = Escaped(codec.seiHeader + UserDataMessage(userData)) + Bytes{0x80};
-            const Bytes added = Add(plain, userData).Read();
-            ASSERT_TRUE(added == Of("DPP") + startCode + unit + Of("Ss")) << size;
-            const Answer got = Get(added);
-            ASSERT_TRUE(got.output != nullptr && got.Read() == userData) << size;
-            ASSERT_TRUE(Remove(added).Read() == plain) << size;
+            expectRoundTrip(userData);
         }
+    }
+    // Zeros take the most room beside their number, and a fresh handle has the least: around what its blocks
+    // hold at first, before and after emulation prevention.
+    std::vector<size_t> counts(601);
+    std::iota(counts.begin(), counts.end(), 0);
+    for (const size_t more : {0, 1, 2, 3, 4, 5})
+        counts.insert(counts.end(), {1994740 + 5 * more, 2999960 + 10 * more});
+    for (const size_t count : counts) {
+        EXPECT_EQ(UserDataRelease(handle), 0);
+        EXPECT_EQ(UserDataCreate(&handle, codec.type), 0);
+        expectRoundTrip(Bytes(count));
     }
 }
 

@@ -1,7 +1,9 @@
 #include "support/FailingHeap.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdlib>
+#include <malloc.h>
 #include <new>
 
 namespace videoparams::test {
@@ -34,15 +36,33 @@ bool FailingHeap::Refuses()
     return refuses;
 }
 
-void FailingHeap::CountBlocks(int64_t change)
+void FailingHeap::CountBlocks(int64_t change, int64_t bytes)
 {
-    if (watching != nullptr)
-        watching->blocksLeft += change;
+    if (watching == nullptr)
+        return;
+    watching->blocksLeft += change;
+    watching->bytesLeft += bytes;
+    watching->mostBytes = std::max(watching->mostBytes, watching->bytesLeft);
 }
 
 }  // namespace videoparams::test
 
 using videoparams::test::FailingHeap;
+
+namespace {
+
+int64_t SizeOf(void* block)
+{
+    return static_cast<int64_t>(malloc_usable_size(block));
+}
+
+void* Counted(void* block)
+{
+    FailingHeap::CountBlocks(1, SizeOf(block));
+    return block;
+}
+
+}  // namespace
 
 // The names that the linker gives to the wrapped functions and to what they take the place of.
 extern "C" {
@@ -54,33 +74,28 @@ void __real_free(void* block);
 
 void* __wrap_malloc(size_t size)
 {
-    if (FailingHeap::Refuses())
-        return nullptr;
-    FailingHeap::CountBlocks(1);
-    return __real_malloc(size);
+    return FailingHeap::Refuses() ? nullptr : Counted(__real_malloc(size));
 }
 
 void* __wrap_calloc(size_t count, size_t size)
 {
-    if (FailingHeap::Refuses())
-        return nullptr;
-    FailingHeap::CountBlocks(1);
-    return __real_calloc(count, size);
+    return FailingHeap::Refuses() ? nullptr : Counted(__real_calloc(count, size));
 }
 
 void* __wrap_realloc(void* block, size_t size)
 {
     if (FailingHeap::Refuses())
         return nullptr;
-    if (block == nullptr)
-        FailingHeap::CountBlocks(1);
-    return __real_realloc(block, size);
+    const int64_t before = SizeOf(block);
+    void* const grown = __real_realloc(block, size);
+    FailingHeap::CountBlocks(block == nullptr ? 1 : 0, SizeOf(grown) - before);
+    return grown;
 }
 
 void __wrap_free(void* block)
 {
     if (block != nullptr)
-        FailingHeap::CountBlocks(-1);
+        FailingHeap::CountBlocks(-1, -SizeOf(block));
     __real_free(block);
 }
 

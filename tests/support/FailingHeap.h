@@ -29,10 +29,12 @@ public:
     bool HasFailed() const { return hasFailed; }
     void Recover() { allocationToFail = 0; }           // fails no more
     int64_t BlocksLeft() const { return blocksLeft; }  // allocated and not freed
+    int64_t BytesLeft() const { return bytesLeft; }
+    int64_t MostBytes() const { return mostBytes; }  // at any time
 
     // For the replaced allocation functions.
     static bool Refuses();
-    static void CountBlocks(int64_t change);
+    static void CountBlocks(int64_t change, int64_t bytes);
 
 private:
     class Watch
@@ -49,6 +51,8 @@ private:
     uint64_t allocations = 0;
     bool hasFailed = false;
     int64_t blocksLeft = 0;
+    int64_t bytesLeft = 0;
+    int64_t mostBytes = 0;
 };
 
 }  // namespace videoparams::test
