@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Sees to it that what the named purposes need is installed: installs it where it may, else names what is missing.
 #
-#   scripts/setup.sh build tests        PURPOSE: build tool tests clang fuzz format tidy bench ffmpeg abi docs
+#   scripts/setup.sh build tests        PURPOSE: build tool tests clang fuzz format tidy bench ffmpeg streams abi docs
 #                                       packages aarch64 i386 windows
 set -euo pipefail
 
@@ -54,6 +54,10 @@ requirementsOf() {
     ffmpeg)
         echo "ffmpeg hasCommand ffmpeg"
         echo "python3 hasCommand python3"
+        ;;
+    streams)
+        echo "x264 hasCommand x264"
+        echo "x265 hasCommand x265"
         ;;
     abi) echo "abigail-tools hasCommand abidiff" ;;
     instructions) echo "valgrind hasCommand valgrind" ;;
