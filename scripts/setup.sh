@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Sees to it that what the named purposes need is installed: installs it where it may, else names what is missing.
 #
-#   scripts/setup.sh build tests        PURPOSE: build tool tests clang fuzz format tidy bench ffmpeg streams abi docs
-#                                       packages aarch64 i386 windows
+#   scripts/setup.sh build tests        PURPOSE: build tool tests clang fuzz format tidy bench ffmpeg streams abi
+#                                       instructions coverage docs packages aarch64 i386 windows
 set -euo pipefail
 
 hasCommand() { command -v "$1" >/dev/null; }
@@ -18,6 +18,8 @@ hasHeader() {
 hasClangRuntime() { compgen -G "$(clang -print-resource-dir)/lib/*/libclang_rt.fuzzer*" >/dev/null; }
 
 hasGoogleTestSources() { [ -e /usr/src/googletest/CMakeLists.txt ]; }
+
+hasPython() { python3 -c 'import ctypes, json, unittest'; }  # more than python3-minimal
 
 hasWine64() { [ -e /usr/lib/wine/wine64 ]; }
 
@@ -37,6 +39,7 @@ requirementsOf() {
     tests)
         echo "libgtest-dev hasHeader gtest/gtest.h"
         echo "pkg-config hasCommand pkg-config"
+        echo "python3 hasPython"
         ;;
     clang) echo "clang hasCommand clang++" ;;
     fuzz)
