@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Gives every picture of the test streams user data of its own and asks ffmpeg what it makes of that.
 
-The decoded pictures must be the same, every message must come out with the very picture that it was given to, and
-removal must give the stream back. Ends with 77 where ffmpeg or ffprobe is not installed.
+The decoded pictures must be the same, and every message must come out with the very picture that it was given to.
+Ends with 77 where ffmpeg or ffprobe is not installed.
 
     ffmpeg-round-trip.py LIBRARY
 """
@@ -22,9 +22,7 @@ from pathlib import Path
 
 HERE = Path(__file__).resolve().parent
 sys.dont_write_bytecode = True
-sys.path[:0] = [str(HERE / "streams"), str(HERE.parent / "python")]
-
-import annexb  # noqa: E402
+sys.path.insert(0, str(HERE.parent / "python"))
 
 SKIPPED = 77
 IDENTIFIER = "99aed31b-b894-4b97-ad39-fb4ed5902ba1"
@@ -89,27 +87,15 @@ def check_placement(path, edited, structures, copy):
             yield f"of {len(messages)} messages of access unit {i} ffprobe shows {count}"
 
 
-def check_removal(units, edited, codec, editor):
-    for i, (unit, with_message) in enumerate(zip(units, edited)):
-        removed = editor.remove(with_message)
-        has_sei = any(nal.type == {"h264": 6, "hevc": 39}[codec] for nal in annexb.nal_units(unit, codec))
-        if editor.get(with_message) != message(i):
-            yield f"access unit {i}: the message is not found again"
-        if removed != (editor.remove(unit) if has_sei else unit):
-            yield f"access unit {i}: removal does not give back what was there"
-
-
 def check(path, library, work):
-    codec = annexb.codec_of(path)
     description = json.loads(path.with_suffix(".json").read_text())["accessUnits"]
     stream = io.BytesIO(path.read_bytes())
     units = [stream.read(size) for size in description["sizes"]]
     copy = work / path.name
-    with library.UserDataEditor(library.Codec.AVC if codec == "h264" else library.Codec.HEVC) as editor:
+    with library.UserDataEditor(library.Codec.AVC if path.suffix == ".h264" else library.Codec.HEVC) as editor:
         edited = [editor.add(unit, message(i)) for i, unit in enumerate(units)]
         copy.write_bytes(b"".join(edited))
         yield from check_placement(path, edited, description["structures"], copy)
-        yield from check_removal(units, edited, codec, editor)
 
 
 def main():

@@ -2,7 +2,7 @@
 """Write NAME.json beside a stream: what ffprobe and a plain walk of its NAL units say of it.
 
 Access units are those of the standards: of a field pair each field is one, and a key frame holds an IDR (H.264) or
-IRAP (H.265) slice. What ffprobe counts differently is kept under "ffprobe".
+IRAP (H.265) slice.
 """
 
 import json
@@ -16,6 +16,15 @@ from pathlib import Path
 import annexb
 
 SPS_TYPE = {"h264": 7, "hevc": 33}
+COLOUR_DEFAULTS = {
+    "video_signal_type_present_flag": 0,
+    "video_format": 5,
+    "video_full_range_flag": 0,
+    "colour_description_present_flag": 0,
+    "colour_primaries": 2,
+    "transfer_characteristics": 2,
+    "matrix_coefficients": 2,
+}
 TRACE_FIELD = re.compile(r"\[trace_headers @ [^]]*\] \d+ +([a-z0-9_\[\]]+) .*= (-?\d+)$")
 TRACE_PACKET = re.compile(r"\[trace_headers @ [^]]*\] Packet: ")
 
@@ -77,45 +86,13 @@ def structure_letter(unit):
     return "B" if unit.syntax["bottom_field_flag"] else "T"
 
 
-def colour(sps, video):
-    """The standard's numbers as the first SPS has them (2: unspecified), with ffprobe's names."""
-
-    def entry(number_name, ffprobe_name):
-        return {"name": video.get(ffprobe_name, "unknown"), "number": sps.get(number_name, 2)}
-
-    return {
-        "colourDescriptionPresent": sps.get("colour_description_present_flag", 0),
-        "matrix": entry("matrix_coefficients", "color_space"),
-        "primaries": entry("colour_primaries", "color_primaries"),
-        "range": {"fullRange": sps.get("video_full_range_flag", 0), "name": video.get("color_range", "unknown")},
-        "transfer": entry("transfer_characteristics", "color_transfer"),
-        "videoFormat": sps.get("video_format", 5),
-        "videoSignalTypePresent": sps.get("video_signal_type_present_flag", 0),
-    }
-
-
-def timing(first_of_type, codec):
-    """Tick and time scale where the stream gives them; an H.264 frame is two ticks, an H.265 picture one."""
-    if codec == "h264":
-        sources = {"sps": (7, "num_units_in_tick", "time_scale")}
-        ticks = 2
-    else:
-        sources = {
-            "sps": (33, "vui_num_units_in_tick", "vui_time_scale"),
-            "vps": (32, "vps_num_units_in_tick", "vps_time_scale"),
-        }
-        ticks = 1
-    result = {}
-    for source, (unit_type, tick_name, scale_name) in sources.items():
-        syntax = first_of_type.get(unit_type, {})
-        if tick_name in syntax:
-            rate = Fraction(syntax[scale_name], ticks * syntax[tick_name])
-            result[source] = {
-                "frameRate": f"{rate.numerator}/{rate.denominator}",
-                "numUnitsInTick": syntax[tick_name],
-                "timeScale": syntax[scale_name],
-            }
-    return result
+def frame_rate(sps, codec):
+    """An H.264 frame is two ticks, an H.265 picture one. None where the SPS gives no timing."""
+    prefix, ticks = ("", 2) if codec == "h264" else ("vui_", 1)
+    if prefix + "time_scale" not in sps:
+        return None
+    rate = Fraction(sps[prefix + "time_scale"], ticks * sps[prefix + "num_units_in_tick"])
+    return f"{rate.numerator}/{rate.denominator}"
 
 
 def describe(path):
@@ -125,12 +102,8 @@ def describe(path):
     traced = traced_units(path)
     if [unit.type for unit in units] != [syntax["nal_unit_type"] for syntax in traced]:
         raise ValueError("ffmpeg sees other NAL units than the walk of the start codes")
-    first_of_type = {}
-    first_sizes = {}
     for unit, syntax in zip(units, traced):
         unit.syntax = syntax
-        first_of_type.setdefault(unit.type, syntax)
-        first_sizes.setdefault(unit.type, len(unit.data))
     groups = annexb.access_units(units, avc_starts_picture if codec == "h264" else hevc_starts_picture)
     slices = [[unit for unit in group if unit.is_slice] for group in groups]
     sizes = [sum(len(unit.data) for unit in group) for group in groups]
@@ -143,8 +116,7 @@ def describe(path):
     video = document["streams"][0]
     packets = document["packets"]
     check_packets([int(packet["size"]) for packet in packets], sizes)
-    sps = first_of_type[SPS_TYPE[codec]]
-    named = {7: "sps", 8: "pps"} if codec == "h264" else {32: "vps", 33: "sps", 34: "pps"}
+    sps = next(unit.syntax for unit in units if unit.type == SPS_TYPE[codec])
     return {
         "accessUnits": {
             "keyFrames": [i for i, group in enumerate(slices) if any(unit.is_key_slice for unit in group)],
@@ -154,29 +126,10 @@ def describe(path):
             "sliceTypes": "".join(slice_letter(group[0]) for group in slices),
             "structures": "".join(structure_letter(group[0]) for group in slices),
         },
-        "bitDepth": 8 + sps.get("bit_depth_luma_minus8", 0),
-        "chromaFormatIdc": sps.get("chroma_format_idc", 1),
-        "codec": codec,
-        "colour": colour(sps, video),
-        "ffprobe": {
-            "avgFrameRate": video["avg_frame_rate"],
-            "fieldOrder": video.get("field_order", "unknown"),
-            "frames": int(video["nb_read_frames"]),
-            "hasBFrames": video["has_b_frames"],
-            "keyPackets": [i for i, packet in enumerate(packets) if packet["flags"].startswith("K")],
-            "level": video["level"],
-            "packetSizes": [int(packet["size"]) for packet in packets],
-            "packets": len(packets),
-            "pixelFormat": video["pix_fmt"],
-            "profile": video["profile"],
-            "rFrameRate": video["r_frame_rate"],
-            "timeBase": video["time_base"],
-        },
+        "colour": {name: sps.get(name, default) for name, default in COLOUR_DEFAULTS.items()},
         "fileSize": len(data),
-        "firstParameterSetSizes": {name: first_sizes[number] for number, name in named.items()},
         "height": video["height"],
         "sequences": sequences(groups),
-        "timing": timing(first_of_type, codec),
         "width": video["width"],
     }
 
@@ -196,7 +149,7 @@ def sequences(groups):
         for unit in group:
             if unit.type == SPS_TYPE[unit.codec]:
                 width, height = cropped_size(unit)
-                rate = timing({unit.type: unit.syntax}, unit.codec).get("sps", {}).get("frameRate")
+                rate = frame_rate(unit.syntax, unit.codec)
                 if (width, height, rate) != previous:
                     previous = (width, height, rate)
                     changes.append({"accessUnit": index, "frameRate": rate, "height": height, "width": width})

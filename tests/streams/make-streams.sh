@@ -1,8 +1,6 @@
 #!/usr/bin/env bash
-# Makes the test streams of this folder and what is recorded beside them.
-#
-#   make-streams.sh              remake every NAME.h264, NAME.h265 and NAME.json here
-#   make-streams.sh --large DIR  write four streams of 30 to 40 MB for measurements into DIR
+# Makes the test streams of this folder anew, and what is recorded beside them: every NAME.h264, NAME.h265 and
+# NAME.json.
 set -Eeuo pipefail
 
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
@@ -12,23 +10,7 @@ trap 'rm -rf "$work"' EXIT
 trap '[[ ! -s $log ]] || cat "$log" >&2' ERR
 export PYTHONDONTWRITEBYTECODE=1
 
-install_missing() {
-    local missing=() program
-    for program in ffmpeg x264 x265 python3; do
-        command -v "$program" >/dev/null || missing+=("$program")
-    done
-    [[ ${#missing[@]} -eq 0 ]] && return
-    local as_root=()
-    if [[ $EUID -ne 0 ]]; then
-        if ! sudo -n true 2>/dev/null; then
-            echo "make-streams.sh: please install: ${missing[*]}" >&2
-            exit 1
-        fi
-        as_root=(sudo -n)
-    fi
-    "${as_root[@]}" apt-get update -qq
-    "${as_root[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
-}
+"$here/../../scripts/setup.sh" ffmpeg streams
 
 # picture SOURCE FRAMES PIXEL_FORMAT: the synthetic video to encode, in $work/source.y4m
 picture() {
@@ -169,42 +151,7 @@ make_hevc() {
     hevc hevc-user-data "$(bars 128x96)" 12 yuv420p --info --repeat-headers --no-open-gop --keyint 6
 }
 
-# repeated FILE TIMES OUTPUT: every file begins with an IDR picture, so copies can follow one another
-repeated() {
-    for ((i = 0; i < $2; i++)); do cat "$1"; done >"$3"
-}
-
-make_large() {
-    # Access units of about 60 KB and 1 MB.
-    local out=$1 avc=(--quiet --no-progress --preset ultrafast --aud --keyint 25)
-    local hevc=(--log-level error --no-progress --preset ultrafast --aud --repeat-headers --no-open-gop --keyint 25)
-    mkdir -p "$out"
-    noise() { echo "testsrc2=size=1920x1080:rate=25,noise=all_seed=1:alls=$1:allf=t"; }
-    picture "$(noise 12)" 40 yuv420p
-    x264 "${avc[@]}" --qp 32 --output "$work/a" "$work/source.y4m" 2>"$log"
-    timeout 300 x265 "${hevc[@]}" --qp 30 --input "$work/source.y4m" --output "$work/c" 2>"$log"
-    picture "$(noise 50)" 40 yuv420p
-    x264 "${avc[@]}" --qp 33 --slices 8 --output "$work/b" "$work/source.y4m" 2>"$log"
-    timeout 300 x265 "${hevc[@]}" --qp 29 --input "$work/source.y4m" --output "$work/d" 2>"$log"
-    repeated "$work/a" 12 "$out/avc-60k.h264"
-    mv "$work/b" "$out/avc-1m.h264"
-    repeated "$work/c" 12 "$out/hevc-60k.h265"
-    mv "$work/d" "$out/hevc-1m.h265"
-}
-
-install_missing
-case ${1:-} in
---large)
-    make_large "${2:?make-streams.sh --large DIR}"
-    ;;
-"")
-    rm -f "$here"/*.h264 "$here"/*.h265 "$here"/*.json
-    make_avc
-    make_hevc
-    "$here/describe_stream.py" "$here"/*.h264 "$here"/*.h265
-    ;;
-*)
-    sed -n '2,5s/^# \{0,1\}//p' "$0"
-    exit 1
-    ;;
-esac
+rm -f "$here"/*.h264 "$here"/*.h265 "$here"/*.json
+make_avc
+make_hevc
+"$here/describe_stream.py" "$here"/*.h264 "$here"/*.h265

@@ -41,13 +41,14 @@ class BitWriter:
 
     def u(self, count, value):
         self.bits += [(value >> shift) & 1 for shift in range(count - 1, -1, -1)]
+        return self
 
     def ue(self, value):
         length = (value + 1).bit_length()
-        self.u(2 * length - 1, value + 1)
+        return self.u(2 * length - 1, value + 1)
 
     def se(self, value):
-        self.ue(2 * value - 1 if value > 0 else -2 * value)
+        return self.ue(2 * value - 1 if value > 0 else -2 * value)
 
     def align(self):
         self.u(-len(self.bits) % 8, 0)
@@ -68,56 +69,30 @@ def nal_unit(nal_ref_idc, nal_unit_type, rbsp):
 
 
 def sequence_parameter_set(poc_type):
-    w = BitWriter()
-    w.u(8, 77)  # Main profile
-    w.u(8, 0)
-    w.u(8, 30)  # level 3
-    w.ue(0)  # seq_parameter_set_id
-    w.ue(MAX_FRAME_NUM_BITS - 4)
-    w.ue(poc_type)
+    w = BitWriter().u(8, 77).u(8, 0).u(8, 30)  # Main profile, level 3
+    w.ue(0).ue(MAX_FRAME_NUM_BITS - 4).ue(poc_type)
     if poc_type == 0:
         w.ue(POC_LSB_BITS - 4)
     else:
         w.u(1, 0)  # delta_pic_order_always_zero_flag
-        w.se(POC_PER_FRAME // 2)  # offset_for_non_ref_pic
-        w.se(1)  # offset_for_top_to_bottom_field
-        w.ue(1)  # num_ref_frames_in_pic_order_cnt_cycle
-        w.se(POC_PER_FRAME)  # offset_for_ref_frame
-    w.ue(2)  # max_num_ref_frames
-    w.u(1, 0)  # gaps_in_frame_num_value_allowed_flag
-    w.ue(WIDTH_MBS - 1)
-    w.ue(FRAME_HEIGHT_MBS // 2 - 1)  # map units are pairs of rows
-    w.u(1, 0)  # frame_mbs_only_flag
-    w.u(1, 0)  # mb_adaptive_frame_field_flag
-    w.u(1, 1)  # direct_8x8_inference_flag
-    w.u(1, 1)  # frame_cropping_flag
-    for offset in (0, 1, 0, 1):  # left, right, top, bottom: 2 columns and 4 rows
-        w.ue(offset)
-    w.u(1, 1)  # vui_parameters_present_flag
-    w.u(4, 0)  # no aspect ratio, overscan, video signal type, chroma location
-    w.u(1, 1)  # timing_info_present_flag
-    w.u(32, 1)
-    w.u(32, 50)
-    w.u(1, 1)  # fixed_frame_rate_flag
+        w.se(POC_PER_FRAME // 2).se(1)  # offset_for_non_ref_pic, offset_for_top_to_bottom_field
+        w.ue(1).se(POC_PER_FRAME)  # a cycle of one offset_for_ref_frame
+    w.ue(2).u(1, 0)  # max_num_ref_frames, gaps_in_frame_num_value_allowed_flag
+    w.ue(WIDTH_MBS - 1).ue(FRAME_HEIGHT_MBS // 2 - 1)  # map units are pairs of rows
+    w.u(1, 0).u(1, 0).u(1, 1)  # frame_mbs_only_flag, mb_adaptive_frame_field_flag, direct_8x8_inference_flag
+    w.u(1, 1).ue(0).ue(1).ue(0).ue(1)  # cropping left, right, top, bottom: 2 columns and 4 rows
+    w.u(1, 1).u(4, 0)  # VUI: no aspect ratio, overscan, video signal type, chroma location
+    w.u(1, 1).u(32, 1).u(32, 50).u(1, 1)  # timing, fixed_frame_rate_flag
     w.u(4, 0)  # no HRD (two), pic_struct, bitstream restriction
     return nal_unit(3, 7, w.rbsp())
 
 
 def picture_parameter_set():
-    w = BitWriter()
-    w.ue(0)  # pic_parameter_set_id
-    w.ue(0)  # seq_parameter_set_id
-    w.u(1, 0)  # entropy_coding_mode_flag: CAVLC
-    w.u(1, 1)  # bottom_field_pic_order_in_frame_present_flag
-    w.ue(0)  # num_slice_groups_minus1
-    w.ue(0)  # num_ref_idx_l0_default_active_minus1
-    w.ue(0)  # num_ref_idx_l1_default_active_minus1
-    w.u(3, 0)  # no weighted prediction
-    w.se(0)  # pic_init_qp_minus26
-    w.se(0)  # pic_init_qs_minus26
-    w.se(0)  # chroma_qp_index_offset
-    w.u(1, 1)  # deblocking_filter_control_present_flag
-    w.u(2, 0)  # constrained_intra_pred_flag, redundant_pic_cnt_present_flag
+    w = BitWriter().ue(0).ue(0)
+    w.u(1, 0).u(1, 1)  # CAVLC, bottom_field_pic_order_in_frame_present_flag
+    w.ue(0).ue(0).ue(0)  # num_slice_groups_minus1, num_ref_idx_l0_default_active_minus1, the same of l1
+    w.u(3, 0).se(0).se(0).se(0)  # no weighted prediction; pic_init_qp, pic_init_qs, chroma_qp_index_offset
+    w.u(1, 1).u(2, 0)  # deblocking_filter_control_present_flag; no constrained intra, redundant pictures
     return nal_unit(3, 8, w.rbsp())
 
 
@@ -142,12 +117,8 @@ def picture(poc_type, structure, coding, is_reference, slices, frame_num, idr_pi
     for index in range(slices):
         first = macroblocks * index // slices
         end = macroblocks * (index + 1) // slices
-        w = BitWriter()
-        w.ue(first)  # first_mb_in_slice
-        w.ue(5 if coding == "p" else 7)  # slice_type
-        w.ue(0)  # pic_parameter_set_id
-        w.u(MAX_FRAME_NUM_BITS, frame_num)
-        w.u(1, is_field)
+        w = BitWriter().ue(first).ue(5 if coding == "p" else 7).ue(0)  # slice_type, pic_parameter_set_id
+        w.u(MAX_FRAME_NUM_BITS, frame_num).u(1, is_field)
         if is_field:
             w.u(1, structure == "bottom")
         if coding == "idr":
@@ -164,8 +135,7 @@ def picture(poc_type, structure, coding, is_reference, slices, frame_num, idr_pi
             w.u(2, 0)  # num_ref_idx_active_override_flag, ref_pic_list_modification_flag_l0
         if is_reference:
             w.u(2 if coding == "idr" else 1, 0)  # dec_ref_pic_marking: sliding window
-        w.se(0)  # slice_qp_delta
-        w.ue(1)  # disable_deblocking_filter_idc
+        w.se(0).ue(1)  # slice_qp_delta, disable_deblocking_filter_idc
         if coding == "p":
             w.ue(end - first)  # mb_skip_run
         else:

@@ -39,10 +39,9 @@ void ExpectSequences(const json& info, const json& described)
     }
     const json& found = info["sequences"][0]["colour"];
     const json& expected = described["colour"];
-    EXPECT_EQ(found["video_full_range_flag"], expected["range"]["fullRange"]);
-    EXPECT_EQ(found["colour_primaries"]["value"], expected["primaries"]["number"]);
-    EXPECT_EQ(found["transfer_characteristics"]["value"], expected["transfer"]["number"]);
-    EXPECT_EQ(found["matrix_coefficients"]["value"], expected["matrix"]["number"]);
+    EXPECT_EQ(found["video_full_range_flag"], expected["video_full_range_flag"]);
+    for (const char* name : {"colour_primaries", "transfer_characteristics", "matrix_coefficients"})
+        EXPECT_EQ(found[name]["value"], expected[name]) << name;
 }
 
 void ExpectAccessUnits(const json& info, const json& described)
