@@ -1,5 +1,4 @@
 #include "support/AvcStream.h"
-#include "support/FailingHeap.h"
 #include "support/PageBytes.h"
 #include "support/Probes.h"
 
@@ -132,19 +131,6 @@ const Described described[] = {
      96 - 7},
     {"unknown format", {.profile_idc = 100, .chroma_format_idc = 4, .cropping = cropping}},
     {"huge format", {.profile_idc = 100, .chroma_format_idc = Huge, .cropping = cropping}},
-    {"1080",
-     {.pic_width_in_mbs_minus1 = 119,
-      .pic_height_in_map_units_minus1 = 67,
-      .cropping = AvcCropping{.bottom = 4}},
-     1920,
-     1080},
-    {"1080 fields",
-     {.pic_width_in_mbs_minus1 = 119,
-      .pic_height_in_map_units_minus1 = 33,
-      .frame_mbs_only_flag = 0,
-      .cropping = AvcCropping{.bottom = 2}},
-     1920,
-     1080},
     // Modulo 2^32: 160 - 2 x (2^32 - 2) and 96 - 400; 16 x (2^32 - 1).
     {"cropped away", {.cropping = AvcCropping{.right = Huge, .bottom = 200}}, 164, 4294966992},
     {"huge", {.pic_width_in_mbs_minus1 = Huge}, 4294967280, 96},
@@ -281,21 +267,6 @@ TEST(AvcPictureParameterSet, CutShortOrOutOfRangeIsNotStored)
         EXPECT_EQ(ReadFirst(bits, pps, parser, &AvcProbe::ReadPictureParameterSetData, nullptr), ResultOk);
     }
     EXPECT_NE(parser.ppsTable[9], nullptr);
-}
-
-TEST(AvcParameterSets, WithoutMemoryTheSlotStaysEmptyAndTheDescriptionIsWritten)
-{
-    Parser parser;
-    VideoInfo info{};
-    const Bytes sps = Write(AvcSps{}).Written();
-    parser.InitReadData(sps.data(), Size(sps));
-    FailingHeap heap(1, FailingHeap::Failure::ForGood);
-    EXPECT_EQ(heap.During([&] { return parser.ReadSequenceParameterSetData(&info); }), ResultFailed);
-    EXPECT_TRUE(info.sequenceInfoValid == 1 && info.width == 160);
-    const Bytes pps = Write(AvcPps{}).Written();
-    parser.InitReadData(pps.data(), Size(pps));
-    EXPECT_EQ(heap.During([&] { return parser.ReadPictureParameterSetData(nullptr); }), ResultFailed);
-    EXPECT_TRUE(parser.spsTable[0] == nullptr && parser.ppsTable[0] == nullptr);
 }
 
 }  // namespace videoparams::test

@@ -1,5 +1,3 @@
-#include "support/BitWriter.h"
-#include "support/FailingHeap.h"
 #include "support/PageBytes.h"
 #include "support/Probes.h"
 
@@ -39,40 +37,29 @@ std::vector<Bytes> TakeAll(Parser& parser, const unsigned char* data, size_t siz
     }
 }
 
-}  // namespace
-
-TEST(NalScanner, DeliversUnitsWithTheirStartCodes)
+// The same by the copies that are made on the way, into room that may be too small.
+std::vector<Bytes> CopyAll(Parser& parser, const unsigned char* data, size_t size, size_t roomSize)
 {
-    const struct
-    {
-        Bytes stream;
-        std::vector<Bytes> units;
-        Result lastResult;
-    } cases[] = {
-        {{}, {}, 0},
-        {{0, 0, 1, 9}, {}, 0},
-        {{7, 0, 0, 1, 9}, {}, -1},  // only the last four bytes would do
-        {{0, 0, 1, 9, 0x10}, {{0, 0, 1, 9, 0x10}}, 0},
-        {{0, 0, 0, 1, 7, 8, 0, 0, 1, 5, 6}, {{0, 0, 0, 1, 7, 8}, {0, 0, 1, 5, 6}}, 0},
-        {{0, 0, 1, 1, 5, 0, 0, 1, 0xAA}, {{0, 0, 1, 1, 5, 0, 0, 1, 0xAA}}, 0},
-        {{8, 0, 0, 1, 5, 0, 0, 0, 0, 1, 4}, {{0, 0, 1, 5, 0}, {0, 0, 0, 1, 4}}, 0},
-        {{0, 0, 1, 0, 0, 1, 5, 0xAB}, {{0, 0, 1}, {0, 0, 1, 5, 0xAB}}, 0},
-    };
-    Parser parser;
-    for (const auto& c : cases) {
-        const PageBytes stream = AtPageEnd(c.stream);
-        EXPECT_EQ(TakeAll(parser, stream.data(), stream.size(), c.lastResult), c.units) << Hex(c.stream);
+    std::vector<Bytes> units;
+    Bytes room(roomSize);
+    parser.SetData(data, static_cast<uint32_t>(size));
+    while (parser.BeginUnit(), parser.openUnit.data != nullptr) {
+        const bool isCopied = parser.EndUnitInto(room.data(), Size(room));
+        EXPECT_EQ(isCopied, parser.openUnit.size <= roomSize);
+        units.push_back(CopyOf(isCopied ? room.data() : parser.openUnit.data, parser.openUnit.size));
     }
+    return units;
 }
 
-TEST(NalScanner, FollowsTheRuleOnAllShortStrings)
+}  // namespace
+
+TEST(NalScanner, DeliversUnitsByTheRuleOfAllShortStrings)
 {
     constexpr size_t MaxLength = 11;
     const PageBytes page = AtPageEnd(Bytes(MaxLength));
     Parser parser;
     size_t strings = 1;
-    for (size_t length = 1; length <= MaxLength; ++length) {
-        strings *= 3;
+    for (size_t length = 0; length <= MaxLength; ++length, strings *= 3) {
         unsigned char* const begin = page.data() + MaxLength - length;
         for (size_t number = 0; number < strings; ++number) {
             for (size_t i = 0, rest = number; i < length; ++i, rest /= 3)
@@ -88,31 +75,9 @@ TEST(NalScanner, FollowsTheRuleOnAllShortStrings)
             }
             ASSERT_EQ(TakeAll(parser, begin, length, lastResult), expected)
                 << Hex(Bytes(begin, begin + length));
+            ASSERT_EQ(CopyAll(parser, begin, length, number % (MaxLength + 2)), expected)
+                << Hex(Bytes(begin, begin + length));
         }
-    }
-}
-
-TEST(NalScanner, DeliversPayloadsAndMovesOnWhenThereIsNoMemoryForOne)
-{
-    const Bytes payloads[] = {{0x67, 0, 0, 1}, {}, Bytes(3000, 0x41), {0x68, 5}};
-    Bytes stream;
-    for (const Bytes& payload : payloads)
-        stream +=
-            PrefixOf(&payload == payloads ? StartCode::FourBytes : StartCode::ThreeBytes) + Escaped(payload);
-    Parser parser;
-    parser.SetData(stream.data(), Size(stream));
-    for (const Bytes& payload : payloads) {
-        const unsigned char* unit = nullptr;
-        const unsigned char* rbsp = nullptr;
-        uint32_t unitSize = 0;
-        uint32_t rbspSize = 0;
-        const bool isShort = payload.size() == 3000;
-        FailingHeap heap(isShort ? 1 : 0, FailingHeap::Failure::Once);
-        EXPECT_EQ(heap.During([&] { return parser.GetNalData(&unit, &unitSize, &rbsp, &rbspSize); }),
-                  isShort ? ResultFailed : ResultOk);
-        EXPECT_GE(unitSize, payload.size() + 3);
-        EXPECT_EQ(CopyOf(rbsp, rbspSize), isShort ? Bytes{} : payload);
-        EXPECT_EQ(parser.rbspBuffer == nullptr && parser.rbspBufferSize == 0, isShort);
     }
 }
 

@@ -1,7 +1,9 @@
 // QueryType and VideoSampleTest.
 
+#include "VideoQueue/HeapBuffer.h"
 #include "support/Analysis.h"
 #include "support/AvcStream.h"
+#include "support/FailingHeap.h"
 #include "support/PageBytes.h"
 #include "support/Probes.h"
 #include "support/TestStream.h"
@@ -58,6 +60,22 @@ TEST(PictureType, IsThatOfTheFirstSliceOfTypeOneOrFive)
     EXPECT_EQ(parser.accessUnits.firstSlice, 1u);
 }
 
+// The buffer went when there was no memory for a larger one.
+TEST(PictureType, IsUnknownWithoutMemoryForTheFirstBytesOfASlice)
+{
+    Created<AvcProbe> parser;
+    FreeBuffer(parser.rbspBuffer);
+    parser.rbspBufferSize = 0;
+    const Bytes slice = SliceOf(1, 5);
+    auto type = static_cast<VideoPicType>(77);
+    FailingHeap heap(1, FailingHeap::Failure::Once);
+    const auto query = [&] { return parser.QuerySliceType(slice.data(), Size(slice), type); };
+    EXPECT_EQ(heap.During(query), -1);
+    EXPECT_EQ(type, VideoPicUnknown);
+    EXPECT_EQ(heap.During(query), 0);
+    EXPECT_EQ(type, VideoPicAllP);
+}
+
 // A sample in a few letters: D an IDR picture, I P B reference pictures, b no reference; frame_num; t or f
 // for a top or bottom field; ! when the test is to flag it.
 struct Sample
@@ -107,6 +125,7 @@ TEST(SampleTest, FlagsWhatBreaksTheSequence)
     const AvcSps fields = {.frame_mbs_only_flag = 0};
     const AvcSps gaps = {.gaps_in_frame_num_value_allowed_flag = 1, .frame_mbs_only_flag = 0};
     const AvcSps unlimited = {.log2_max_frame_num_minus4 = 28};
+    const AvcSps unlimitedFields = {.log2_max_frame_num_minus4 = 28, .frame_mbs_only_flag = 0};
     const AvcSps nearlyUnlimited = {.log2_max_frame_num_minus4 = 27};
     struct
     {
@@ -126,6 +145,7 @@ TEST(SampleTest, FlagsWhatBreaksTheSequence)
         {"begins in the middle", frames, "I7! P8 P9"},
         {"gaps are allowed", gaps, "D0 P7 P3 b9 P9t P12b P1t"},
         {"no MaxFrameNum", unlimited, "D0 P9 P3 P3"},
+        {"no MaxFrameNum, fields", unlimitedFields, "D0t P0b P9t P9b P3t P3b"},
         {"the largest MaxFrameNum", nearlyUnlimited, "D0 I2147483647! P0 P2!"},
         {"field pairs", fields, "D0t P0b P1t P1b b2t b2b P2t P2b"},
         {"field pairs, bottom first", fields, "D0b P0t P1b P1t P2b P2t"},
@@ -239,6 +259,7 @@ TEST(SampleTest, SharesTablesAndSliceRecordsWithTheAnalysis)
 {
     const Bytes first = AvcSlice{.nal_unit_type = 5}.Write();
     const Bytes second = AvcSlice{.frame_num = 1}.Write();
+    const Bytes third = AvcSlice{.frame_num = 2}.Write();
     struct
     {
         const char* name;
@@ -253,6 +274,7 @@ TEST(SampleTest, SharesTablesAndSliceRecordsWithTheAnalysis)
          first,
          second,
          {AvcSps{}.Write(), AvcPps{}.Write() + second}},
+        {"a picture starts where none is open", {}, sets + second, third, {third}},
     };
     for (const auto& row : cases) {
         Analysis analysis(VideoCodecAVC);

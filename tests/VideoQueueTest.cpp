@@ -89,33 +89,6 @@ TEST_F(VideoQueue, GrowsToTheNeedWhereTheHeapCannotGiveMore)
     EXPECT_EQ(Contents(entry), slice);
 }
 
-TEST_F(VideoQueue, InsertsParameterSetsBehindTheDelimiter)
-{
-    const Bytes sei = {0, 0, 1, 6, 0x80};
-    const struct
-    {
-        Bytes stored;
-        uint32_t delimiterOffset;
-        uint32_t delimiterSize;
-        Bytes expected;
-    } cases[] = {
-        {slice, 0, 0, sps + pps + slice},
-        {delimiter + slice, 0, 6, delimiter + sps + pps + slice},
-        {sei + delimiter + slice, 5, 6, sei + delimiter + sps + pps + slice},
-        {delimiter, 0, 6, delimiter + sps + pps},
-    };
-    for (const auto& c : cases) {
-        VideoQueueInfo* const entry = NextEntry();
-        ASSERT_EQ(Store(entry, c.stored), ResultOk);
-        *entry = {entry->data, entry->length, entry->capacity, c.delimiterOffset, c.delimiterSize, 1};
-        ASSERT_EQ(Insert(entry), ResultOk);
-        EXPECT_EQ(Contents(entry), c.expected);
-        EXPECT_TRUE(entry->delimiterOffset == c.delimiterOffset && entry->delimiterSize == c.delimiterSize);
-        EXPECT_EQ(entry->keyFrame, 1u);
-    }
-    EXPECT_EQ(queue.scratchCapacity, slice.size()) << "the longest tail moved";
-}
-
 TEST_F(VideoQueue, FailingGrowthLeavesTheEntryAsItWas)
 {
     VideoQueueInfo* const entry = NextEntry();

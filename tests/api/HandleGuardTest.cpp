@@ -211,21 +211,4 @@ TEST(HandleGuard, HevcHandleAnswersZeroAndWritesNothingWhereItHasNoOperation)
     Release(Parse, handle);
 }
 
-TEST(HandleGuard, EveryAnalysisCallClearsTheWholeRecord)
-{
-    static const VideoInfo zeros{};
-    for (const VideoCodecType codec : {VideoCodecAVC, VideoCodecHEVC}) {
-        void* const handle = Make(Parse, codec);
-        for (const unsigned int size : {0u, 4u, 7u, 28u}) {
-            Arguments arguments;
-            VideoInfo& info = arguments.results.info;
-            EXPECT_EQ(ParseVideoParams(handle, stream, size, &info), 0) << size;
-            EXPECT_EQ(std::memcmp(&info, &zeros, sizeof info), 0) << size;
-            EXPECT_EQ(ParseVideoParams(handle, stream + 4, 8, &info), -1) << "no start code";
-            EXPECT_EQ(std::memcmp(&info, &zeros, sizeof info), 0) << size;
-        }
-        Release(Parse, handle);
-    }
-}
-
 }  // namespace

@@ -1,4 +1,4 @@
-#include "VideoParams.h"
+#include "support/Analysis.h"
 #include "support/TestStream.h"
 
 #include <gtest/gtest.h>
@@ -14,32 +14,23 @@ constexpr size_t ThreadCount = 16;
 std::vector<Bytes> Results(VideoCodecType codec, const Bytes& stream)
 {
     std::vector<Bytes> results;
-    void* parser = nullptr;
-    EXPECT_EQ(ParseCreate(&parser, codec, 0, 0), 0);
-    VideoInfo info;
-    const auto keepReport = [&] {
-        if (info.accessUnitFound) {
-            results.push_back(CopyOf(info.accessUnitData, info.accessUnitSize));
-            info.accessUnitData = nullptr;
-            results.push_back(CopyOf(reinterpret_cast<const unsigned char*>(&info), sizeof info));
-        }
-    };
-    for (const Bytes& unit : SplitUnits(stream)) {
-        ParseVideoParams(parser, unit.data(), static_cast<unsigned int>(unit.size()), &info);
-        keepReport();
+    Analysis host(codec);
+    for (const Bytes& unit : SplitUnits(stream))
+        host.Feed(unit);
+    host.Flush();
+    for (Analysis::Report report : host.Reports()) {
+        report.info.accessUnitData = nullptr;
+        results.push_back(report.bytes);
+        results.push_back(CopyOf(reinterpret_cast<const unsigned char*>(&report.info), sizeof report.info));
     }
-    ParseVideoParams(parser, nullptr, 0, &info);
-    keepReport();
-    EXPECT_EQ(ParseRelease(parser), 0);
 
     void* editor = nullptr;
     EXPECT_EQ(UserDataCreate(&editor, codec), 0);
     const unsigned char* output = nullptr;
     unsigned int size = 0;
-    const auto streamSize = static_cast<unsigned int>(stream.size());
-    AddUserData(editor, stream.data(), streamSize, stream.data(), 1000, &output, &size);
+    AddUserData(editor, stream.data(), Size(stream), stream.data(), 1000, &output, &size);
     results.push_back(CopyOf(output, size));
-    RemoveUserData(editor, stream.data(), streamSize, &output, &size);
+    RemoveUserData(editor, stream.data(), Size(stream), &output, &size);
     results.push_back(CopyOf(output, size));
     EXPECT_EQ(UserDataRelease(editor), 0);
     return results;

@@ -15,7 +15,9 @@ class ParserProbe : public Parser
 public:
     using Parser::AddEscape;
     using Parser::BeginNextUnit;
+    using Parser::BeginUnit;
     using Parser::CountEscapes;
+    using Parser::EndUnitInto;
     using Parser::GetDataPtr;
     using Parser::GetNalData;
     using Parser::GetNalDataEx;
