@@ -74,8 +74,6 @@ Result CParseAVCParams::OpenHeldUnit(HeldParameterSet held)
 
 Result CParseAVCParams::GetParameterSetData(unsigned char* data, uint32_t size, ParameterSetData* sets)
 {
-    if (data == nullptr || size == 0 || sets == nullptr)
-        return ResultFailed;
     SetData(data, size);
     parameterSets.spsSize = 0;
     parameterSets.ppsSize = 0;

@@ -22,10 +22,10 @@ void FreeBlock(void* block);
 
 // Allocates `size` elements for a pointer that is null. False: it stays null.
 template <typename T>
-[[nodiscard]] bool AllocateBuffer(T*& data, uint64_t size)
+[[nodiscard]] bool AllocateBuffer(T*& data, uint32_t size)
 {
     assert(data == nullptr);
-    data = size > UINT32_MAX ? nullptr : static_cast<T*>(heap::AllocateBlock(size * sizeof(T)));
+    data = static_cast<T*>(heap::AllocateBlock(uint64_t{size} * sizeof(T)));
     return data != nullptr;
 }
 
@@ -55,7 +55,7 @@ void FreeBuffer(T*& data)
 // Where `needed` elements do not fit, makes a block of exactly that size in place of the old one. False: none
 // is left.
 template <typename T>
-[[nodiscard]] bool ReplaceBuffer(T*& data, uint32_t& size, uint64_t needed)
+[[nodiscard]] bool ReplaceBuffer(T*& data, uint32_t& size, uint32_t needed)
 {
     if (needed <= size)
         return true;
@@ -63,7 +63,7 @@ template <typename T>
     size = 0;
     if (!AllocateBuffer(data, needed))
         return false;
-    size = static_cast<uint32_t>(needed);
+    size = needed;
     return true;
 }
 

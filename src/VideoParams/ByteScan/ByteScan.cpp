@@ -19,13 +19,13 @@ const ByteScanKernel* const byteScanKernels[] = {
 
 namespace {
 
+// At the latest the plain one, which every machine supports.
 const ByteScanKernel& ChooseKernel()
 {
-    for (const ByteScanKernel* const* kernel = byteScanKernels; *kernel != nullptr; ++kernel) {
-        if ((*kernel)->supported())
-            return **kernel;
-    }
-    return plainKernel;
+    const ByteScanKernel* const* kernel = byteScanKernels;
+    while (!(*kernel)->supported())
+        ++kernel;
+    return **kernel;
 }
 
 const ByteScanKernel& BestKernel()
