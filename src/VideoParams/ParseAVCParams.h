@@ -106,7 +106,7 @@ protected:
     SpsRecord* spsTable[MaxSpsCount] = {};
     PpsRecord* ppsTable[MaxPpsCount] = {};
 
-    // The slice header read last, and the one before it.
+    // The last slice header whose parameter sets were known, and the one read last.
     SliceHeaderRecord prevSliceHeader{};
     SliceHeaderRecord sliceHeader{};
 
