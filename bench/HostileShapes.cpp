@@ -4,7 +4,7 @@
 #include "Measure.h"
 #include "Pictures.h"
 
-#include <functional>
+#include <cstdio>
 
 namespace bench {
 
@@ -15,11 +15,12 @@ constexpr size_t Million = 1000000;
 // Each of them has grown when all have been through it: six in the ring and the spare one.
 constexpr int QueueBlocks = 7;
 
-Bytes Repeat(const Bytes& unit, size_t count)
+// As many as make so many bytes.
+Bytes Repeat(const Bytes& unit, size_t size)
 {
     Bytes bytes;
-    bytes.reserve(unit.size() * count);
-    for (size_t i = 0; i < count; ++i)
+    bytes.reserve(size);
+    while (bytes.size() + unit.size() <= size)
         bytes.insert(bytes.end(), unit.begin(), unit.end());
     return bytes;
 }
@@ -31,59 +32,116 @@ Bytes Behind(const Bytes& front, const Bytes& repeated)
     return bytes;
 }
 
-// One access unit of two megabytes: slices that can be read, all of one picture.
-Bytes SlicesOfOnePicture()
+// So that slices can be read.
+Bytes BehindParameterSets(const Bytes& slices)
 {
     Bytes bytes;
     avcPictures.WriteParameterSets(bytes);
-    return Behind(bytes, Repeat({0, 0, 1, 0x65, 0x88}, 2 * Million / 5));
+    return Behind(bytes, slices);
+}
+
+constexpr uint32_t LargestCount = UINT32_MAX - 1;  // of ue(v)
+
+// Counts that promise billions of elements, one or a few bits each, and 64 bytes of them.
+Bytes WithElements(RbspWriter& rbsp)
+{
+    rbsp.Ue(LargestCount);
+    rbsp.AlignWith(1);
+    rbsp.Append(Bytes(64 - rbsp.Rbsp().size(), 0xFF));
+    return rbsp.Rbsp();
+}
+
+Bytes AvcSequenceParameterSets(size_t size)
+{
+    RbspWriter rbsp;
+    rbsp.U(24, 0x42001E);  // profile_idc … level_idc
+    rbsp.Ue(0);            // seq_parameter_set_id
+    rbsp.Ue(0);            // log2_max_frame_num_minus4
+    rbsp.Ue(1);            // pic_order_cnt_type
+    rbsp.U(1, 0);          // delta_pic_order_always_zero_flag
+    rbsp.Se(0);            // offset_for_non_ref_pic
+    rbsp.Se(0);            // offset_for_top_to_bottom_field
+    Bytes unit;
+    AppendUnit(unit, {0x67}, WithElements(rbsp));  // num_ref_frames_in_pic_order_cnt_cycle
+    return Repeat(unit, size);
+}
+
+Bytes HevcVideoParameterSets(size_t size)
+{
+    RbspWriter rbsp;
+    rbsp.U(32, 0x0C01FFFF);  // vps_video_parameter_set_id … vps_reserved_0xffff_16bits
+    rbsp.Append({1, 0x60, 0, 0, 0, 0x90, 0, 0, 0, 0, 0, 0x5D});  // profile_tier_level()
+    rbsp.U(1, 0);                                                // sub_layer_ordering_info_present_flag
+    rbsp.Ue(0);
+    rbsp.Ue(0);
+    rbsp.Ue(0);
+    rbsp.U(6, 63);  // vps_max_layer_id
+    Bytes unit;
+    AppendUnit(unit, {0x40, 0x01}, WithElements(rbsp));  // vps_num_layer_sets_minus1
+    return Repeat(unit, size);
 }
 
 struct Shape
 {
     const char* name;
-    std::function<Bytes()> make;
+    size_t size;
+    Bytes (*make)(size_t size);
+    VideoCodecType codec = VideoCodecAVC;
 };
 
 const Shape shapes[] = {
-    {"zeros", [] { return Bytes(5 * Million); }},
-    {"zeros in a SEI unit",
-     [] {
-         return Behind({0, 0, 1, 6}, Bytes(5 * Million));
+    {"zeros", 5 * Million, [](size_t size) { return Bytes(size); }},
+    {"FF", 5 * Million, [](size_t size) { return Bytes(size, 0xFF); }},
+    {"zeros in a SEI unit", 5 * Million,
+     [](size_t size) {
+         return Behind({0, 0, 1, 6}, Bytes(size));
      }},
-    {"zeros in a slice",
-     [] {
-         return Behind({0, 0, 1, 0x65}, Bytes(5 * Million));
+    {"zeros in a slice", 5 * Million,
+     [](size_t size) {
+         return Behind({0, 0, 1, 0x65}, Bytes(size));
      }},
-    {"00 00 03 in a SEI unit",
-     [] {
-         return Behind({0, 0, 1, 6}, Repeat({0, 0, 3}, 2 * Million));
+    {"00 00 03 in a SEI unit", 6 * Million,
+     [](size_t size) {
+         return Behind({0, 0, 1, 6}, Repeat({0, 0, 3}, size));
      }},
-    {"00 00 03 in a slice",
-     [] {
-         return Behind({0, 0, 1, 0x65}, Repeat({0, 0, 3}, 2 * Million));
+    {"00 00 03 in a slice", 6 * Million,
+     [](size_t size) {
+         return Behind({0, 0, 1, 0x65}, Repeat({0, 0, 3}, size));
      }},
-    {"FF in a SEI unit",
-     [] {
-         return Behind({0, 0, 1, 6}, Repeat({0xFF}, 5 * Million));
+    {"FF in a SEI unit", 5 * Million,
+     [](size_t size) {
+         return Behind({0, 0, 1, 6}, Bytes(size, 0xFF));
      }},
-    {"a million delimiters of 5 bytes",
-     [] {
-         return Repeat({0, 0, 1, 9, 0x10}, Million);
+    {"delimiters of 5 bytes", 5 * Million,
+     [](size_t size) {
+         return Repeat({0, 0, 1, 9, 0x10}, size);
      }},
-    {"a million SEI units of 5 bytes",
-     [] {
-         return Repeat({0, 0, 1, 6, 0x80}, Million);
+    {"SEI units of 5 bytes", 5 * Million,
+     [](size_t size) {
+         return Repeat({0, 0, 1, 6, 0x80}, size);
      }},
-    {"a million slices of 5 bytes",
-     [] {
-         return Repeat({0, 0, 1, 0x65, 0x88}, Million);
+    {"slices of 5 bytes", 5 * Million,
+     [](size_t size) {
+         return Repeat({0, 0, 1, 0x65, 0x88}, size);
      }},
-    {"a million empty units",
-     [] {
-         return Repeat({0, 0, 1}, Million);
+    {"empty units", 3 * Million,
+     [](size_t size) {
+         return Repeat({0, 0, 1}, size);
      }},
-    {"an access unit of 400000 slices", SlicesOfOnePicture},
+    {"an access unit of slices of 5 bytes", 2 * Million,
+     [](size_t size) {
+         return BehindParameterSets(Repeat({0, 0, 1, 0x65, 0x88}, size));
+     }},
+    {"SPS of 64 bytes with the largest count", 5 * Million, AvcSequenceParameterSets},
+    {"H.265 VPS of 64 bytes with the largest count", 5 * Million, HevcVideoParameterSets, VideoCodecHEVC},
+    {"a slice", 200 * Million,
+     [](size_t size) {
+         return BehindParameterSets(Behind({0, 0, 1, 0x65, 0x88}, Bytes(size, 0x55)));
+     }},
+    {"a SEI unit", 200 * Million,
+     [](size_t size) {
+         return Behind({0, 0, 1, 6}, Bytes(size, 0x80));
+     }},
 };
 
 using Call = void (*)(void* handle, unsigned char* data, unsigned int size);
@@ -172,12 +230,14 @@ const struct
 };
 
 template <typename Handle>
-void RegisterShape(const Shape& shape, const char* operation, Call call)
+void RegisterShape(const Shape& shape, size_t size, const char* operation, Call call)
 {
-    const std::string name = std::string("hostile/") + shape.name + "/" + operation;
-    benchmark::RegisterBenchmark(name.c_str(), [&shape, call](benchmark::State& state) {
-        Bytes bytes = shape.make();
-        const Handle handle(VideoCodecAVC);
+    char sizeName[32];
+    std::snprintf(sizeName, sizeof sizeName, "%g MB", static_cast<double>(size) / Million);
+    const std::string name = std::string("hostile/") + shape.name + ", " + sizeName + "/" + operation;
+    benchmark::RegisterBenchmark(name.c_str(), [&shape, size, call](benchmark::State& state) {
+        Bytes bytes = shape.make(size);
+        const Handle handle(shape.codec);
         const auto pass = [&] {
             call(handle, bytes.data(), static_cast<unsigned int>(bytes.size()));
             return true;
@@ -188,13 +248,18 @@ void RegisterShape(const Shape& shape, const char* operation, Call call)
 
 }  // namespace
 
+// Each in two sizes, so that a cost beyond the bytes shows.
 void RegisterHostileShapes()
 {
     for (const Shape& shape : shapes) {
-        for (const auto& operation : parseOperations)
-            RegisterShape<CParseHandle>(shape, operation.name, operation.call);
-        for (const auto& operation : userDataOperations)
-            RegisterShape<CUserDataHandle>(shape, operation.name, operation.call);
+        for (const size_t size : {shape.size / 10, shape.size}) {
+            for (const auto& operation : parseOperations) {
+                if (shape.codec == VideoCodecAVC || operation.call == Analyse)
+                    RegisterShape<CParseHandle>(shape, size, operation.name, operation.call);
+            }
+            for (const auto& operation : userDataOperations)
+                RegisterShape<CUserDataHandle>(shape, size, operation.name, operation.call);
+        }
     }
 }
 
