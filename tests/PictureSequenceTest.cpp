@@ -213,41 +213,35 @@ TEST(SampleTest, FlagsWhatWasCutOutOfRealStreamsAndNothingInWholeOnes)
         const nlohmann::json accessUnits = testStream.Description().at("accessUnits");
         const auto letters = accessUnits.at("sliceTypes").get<std::string>();
         const bool hasFields = accessUnits.at("structures").get<std::string>().find('T') != std::string::npos;
-        Bytes stream = testStream.Read();
+        const Bytes stream = testStream.Read();
         std::vector<Bytes> samples;
-        std::vector<uint32_t> headers;  // of the first slices
-        for (const nlohmann::json& size : accessUnits.at("sizes")) {
-            samples.emplace_back(stream.begin(), stream.begin() + size.get<ptrdiff_t>());
-            stream.erase(stream.begin(), stream.begin() + size.get<ptrdiff_t>());
-            Created<AvcProbe> parser;
+        std::vector<SliceHeaderRecord> headers;
+        Created<AvcProbe> whole;
+        for (auto at = stream.begin(); at != stream.end(); at += ptrdiff_t(samples.back().size())) {
+            samples.emplace_back(at, at + accessUnits.at("sizes")[samples.size()].get<ptrdiff_t>());
             VideoPicType type{};
-            parser.QuerySliceType(samples.back().data(), Size(samples.back()), type);
+            EXPECT_EQ(whole.QuerySliceType(samples.back().data(), Size(samples.back()), type), 0);
             EXPECT_EQ("PBI"[type % 5], letters[samples.size() - 1]) << testStream.name;
-            for (const Bytes& unit : SplitUnits(samples.back())) {
-                const uint32_t header = unit[unit[2] == 1 ? 3 : 4];
-                if (headers.size() < samples.size() && ((header & 31) == 1 || (header & 31) == 5))
-                    headers.push_back(header);
-            }
+            EXPECT_TRUE(Tested(whole, samples.back()).sampleError == 0 || hasFields) << testStream.name;
+            headers.push_back(whole.sliceHeader);
         }
-        headers.push_back(0);
-        for (size_t cut = 0; cut <= samples.size() && !hasFields; ++cut) {  // the last cuts nothing
-            if ((headers[cut] & 31) == 5)
+        for (size_t cut = 0; cut < samples.size() && !hasFields; ++cut) {
+            if (headers[cut].IdrPicFlag)
                 continue;
             Created<AvcProbe> parser;
             bool isOpen = false;  // nothing has closed the gap yet
             for (size_t i = 0; i < samples.size(); ++i) {
                 if (i == cut) {
-                    isOpen = headers[i] >> 5 != 0;
+                    isOpen = headers[i].nal_ref_idc != 0;
                     continue;
                 }
-                isOpen = isOpen && (headers[i] & 31) != 5;
-                const size_t kept = samples[i].size() - (i % 3 == 0 ? samples[i].size() / 100 : 0);
-                ASSERT_EQ(
-                    Tested(parser, {samples[i].begin(), samples[i].begin() + ptrdiff_t(kept)}).sampleError,
-                    isOpen)
+                isOpen = isOpen && !headers[i].IdrPicFlag;
+                Bytes sample = samples[i];
+                sample.resize(sample.size() - (i % 3 == 0 ? sample.size() / 100 : 0));
+                ASSERT_EQ(Tested(parser, sample).sampleError, isOpen)
                     << testStream.name << " without " << cut << ", at " << i;
                 flagCount += isOpen ? 1 : 0;
-                isOpen = isOpen && headers[i] >> 5 == 0;
+                isOpen = isOpen && headers[i].nal_ref_idc == 0;
             }
         }
     }

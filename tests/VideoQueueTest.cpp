@@ -66,19 +66,6 @@ TEST_F(VideoQueue, HandsOutItsEntriesInTurnAndTheSpareOneAlwaysEmptied)
     }
 }
 
-TEST_F(VideoQueue, GrowsToExactlyWhatIsStored)
-{
-    VideoQueueInfo* const entry = NextEntry();
-    Bytes all;
-    for (const size_t count : std::vector<size_t>{0, 8, 0, 1, 1, 40, 3}) {
-        const Bytes bytes(count, static_cast<unsigned char>(all.size()));
-        all += bytes;
-        ASSERT_EQ(Store(entry, bytes), ResultOk);
-        EXPECT_EQ(Contents(entry), all);
-        EXPECT_EQ(entry->capacity, all.empty() ? 8u : Size(all));
-    }
-}
-
 // Blocks are made larger than their capacity says; where the heap has no more, the need will do.
 TEST_F(VideoQueue, GrowsToTheNeedWhereTheHeapCannotGiveMore)
 {

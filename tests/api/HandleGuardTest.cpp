@@ -15,6 +15,8 @@ unsigned char stream[] = {
     0, 0, 0, 1, 0x65, 0x88, 0x86, 0x42,                          // an IDR slice, slice_type 7
 };
 
+constexpr unsigned int All = sizeof stream;
+
 // Everything that a function could write. What it leaves alone keeps its pattern.
 struct Results
 {
@@ -77,47 +79,38 @@ struct Function
 // All but the two that make a handle; the two that release one come last.
 const Function functions[] = {
     {"ParseVideoParams", Parse, 1, -1,
-     [](void* h, Arguments& a, Results& r) {
-         return ParseVideoParams(h, stream, sizeof stream, a(0, r.info));
-     }},
+     [](void* h, auto& a, auto& r) { return ParseVideoParams(h, stream, All, a(0, r.info)); }},
     {"VideoSampleTest", Parse, 1, 0,
-     [](void* h, Arguments& a, Results& r) {
-         return VideoSampleTest(h, stream, sizeof stream, a(0, r.test));
-     }},
+     [](void* h, auto& a, auto& r) { return VideoSampleTest(h, stream, All, a(0, r.test)); }},
     {"QueryType", Parse, 1, -1,
-     [](void* h, Arguments& a, Results& r) { return QueryType(h, stream, sizeof stream, a(0, r.type)); }},
+     [](void* h, auto& a, auto& r) { return QueryType(h, stream, All, a(0, r.type)); }},
     {"SetParameterSetData", Parse, 4, -1,
-     [](void* h, Arguments& a, Results&) {
+     [](void* h, auto& a, auto&) {
          return SetParameterSetData(h, a(0, stream[0]), a.Size(1, 12), a(2, stream[12]), a.Size(3, 8));
      }},
     {"GetParameterSetData", Parse, 3, -1,
-     [](void* h, Arguments& a, Results& r) {
-         return GetParameterSetData(h, a(0, stream[0]), a.Size(1, sizeof stream), a(2, r.sets));
+     [](void* h, auto& a, auto& r) {
+         return GetParameterSetData(h, a(0, stream[0]), a.Size(1, All), a(2, r.sets));
      }},
     {"GetNalFromFrame", Parse, 3, 0,
-     [](void* h, Arguments& a, Results& r) {
-         return GetNalFromFrame(h, stream, sizeof stream, a(0, r.size), a(1, r.units), a(2, r.sizes));
+     [](void* h, auto& a, auto& r) {
+         return GetNalFromFrame(h, stream, All, a(0, r.size), a(1, r.units), a(2, r.sizes));
      }},
-    {"SetVideoData", Parse, 0, 0,
-     [](void* h, Arguments&, Results&) { return SetVideoData(h, stream, sizeof stream); }},
+    {"SetVideoData", Parse, 0, 0, [](void* h, auto&, auto&) { return SetVideoData(h, stream, All); }},
     {"GetNalUnit", Parse, 4, 0,
-     [](void* h, Arguments& a, Results& r) {
+     [](void* h, auto& a, auto& r) {
          return GetNalUnit(h, a(0, r.unit), a(1, r.size), a(2, r.isSlice), a(3, r.length));
      }},
     {"AddUserData", UserData, 3, -1,
-     [](void* h, Arguments& a, Results& r) {
-         return AddUserData(h, stream, sizeof stream, a(0, stream[0]), 3, a(1, r.output), a(2, r.size));
+     [](void* h, auto& a, auto& r) {
+         return AddUserData(h, stream, All, a(0, stream[0]), 3, a(1, r.output), a(2, r.size));
      }},
     {"GetUserData", UserData, 2, -1,
-     [](void* h, Arguments& a, Results& r) {
-         return GetUserData(h, stream, sizeof stream, a(0, r.output), a(1, r.size));
-     }},
+     [](void* h, auto& a, auto& r) { return GetUserData(h, stream, All, a(0, r.output), a(1, r.size)); }},
     {"RemoveUserData", UserData, 2, -1,
-     [](void* h, Arguments& a, Results& r) {
-         return RemoveUserData(h, stream, sizeof stream, a(0, r.output), a(1, r.size));
-     }},
-    {"ParseRelease", Parse, 0, 0, [](void* h, Arguments&, Results&) { return ParseRelease(h); }},
-    {"UserDataRelease", UserData, 0, 0, [](void* h, Arguments&, Results&) { return UserDataRelease(h); }},
+     [](void* h, auto& a, auto& r) { return RemoveUserData(h, stream, All, a(0, r.output), a(1, r.size)); }},
+    {"ParseRelease", Parse, 0, 0, [](void* h, auto&, auto&) { return ParseRelease(h); }},
+    {"UserDataRelease", UserData, 0, 0, [](void* h, auto&, auto&) { return UserDataRelease(h); }},
 };
 
 void* Make(Family family, VideoCodecType codec)

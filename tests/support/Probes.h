@@ -19,7 +19,6 @@ public:
     using Parser::CountEscapes;
     using Parser::EndUnitInto;
     using Parser::GetDataPtr;
-    using Parser::GetNalData;
     using Parser::GetNalDataEx;
     using Parser::GetRbspData;
     using Parser::GetRbspHead;
