@@ -143,29 +143,6 @@ protected:
 INSTANTIATE_TEST_SUITE_P(Codecs, UserData, testing::ValuesIn(codecs),
                          [](const auto& tested) { return tested.index == 0 ? "Avc" : "Hevc"; });
 
-TEST_P(UserData, MessageIsWrittenByteForByte)
-{
-    struct
-    {
-        Bytes userData, typeAndSize, stored;
-    } const cases[] = {
-        {{}, {0x05, 0x10}, {}},
-        {{0xAB, 0xCD, 0xEF}, {0x05, 0x13}, {0xAB, 0xCD, 0xEF}},
-        {{0, 0, 1}, {0x05, 0x13}, {0, 0, 3, 1}},
-        {{0, 0, 0, 0, 1}, {0x05, 0x15}, {0, 0, 3, 0, 0, 3, 1}},
-        {{0, 0, 4, 0, 0}, {0x05, 0x15}, {0, 0, 4, 0, 0}},
-        {Bytes(238, 7), {0x05, 0xFE}, Bytes(238, 7)},
-        {Bytes(239, 7), {0x05, 0xFF, 0x00}, Bytes(239, 7)},
-        {Bytes(493, 7), {0x05, 0xFF, 0xFE}, Bytes(493, 7)},
-        {Bytes(494, 7), {0x05, 0xFF, 0xFF, 0x00}, Bytes(494, 7)},
-    };
-    for (const auto& row : cases) {
-        const Bytes message = row.typeAndSize + userDataIdentifier + row.stored;
-        const Bytes unit = startCode + codec.seiHeader + message + Bytes{0x80};
-        EXPECT_EQ(Hex(Add(Of("PPS"), row.userData).Read()), Hex(Of("PP") + unit + Of("S")));
-    }
-}
-
 TEST_P(UserData, AnyBytesComeBackAndLeaveNoTrace)
 {
     std::mt19937 random(1);

@@ -98,6 +98,9 @@ TEST_F(VideoQueue, FailingGrowthLeavesTheEntryAsItWas)
     ASSERT_EQ(Store(entry, slice), ResultOk);
     ASSERT_EQ(Insert(entry), ResultOk);
     EXPECT_EQ(Contents(entry), sps + pps + delimiter + slice);
+    VideoQueueInfo* const empty = NextEntry();
+    ASSERT_EQ(Insert(empty), ResultOk);
+    EXPECT_EQ(Contents(empty), sps + pps);
 }
 
 }  // namespace videoparams::test
