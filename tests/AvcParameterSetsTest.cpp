@@ -165,8 +165,7 @@ TEST(AvcSequenceParameterSet, GivesAfterEveryBitWhatWasReadWholeAndNoMore)
             if (bits >= whole.BitsTo("timing"))
                 SetTiming(expected, 60000, 2002);
 
-            delete record;
-            record = nullptr;
+            FreeBuffer(record);
             VideoInfo info = UnwrittenInfo();
             ASSERT_EQ(ReadFirst(bits, sps, parser, &AvcProbe::ReadSequenceParameterSetData, &info), ResultOk);
             ASSERT_TRUE(IsSame(info, expected)) << row.what << ", " << bits << " bits";

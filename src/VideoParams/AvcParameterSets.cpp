@@ -1,9 +1,9 @@
 #include "VideoParams/ParseAVCParams.h"
 #include "VideoParams/SequenceInfo.h"
+#include "VideoQueue/HeapBuffer.h"
 
 #include <algorithm>
 #include <iterator>
-#include <new>
 
 namespace videoparams {
 
@@ -21,9 +21,7 @@ bool IsHighProfile(uint32_t profile_idc)
 template <typename Record>
 Result StoreRecord(Record*& slot, const Record& record)
 {
-    if (slot == nullptr)
-        slot = new (std::nothrow) Record;
-    if (slot == nullptr)
+    if (slot == nullptr && !AllocateBuffer(slot, 1))
         return ResultFailed;
     *slot = record;
     return ResultOk;

@@ -20,14 +20,10 @@ Result CParseAVCParams::Create()
 
 Result CParseAVCParams::Release()
 {
-    for (SpsRecord*& record : spsTable) {
-        delete record;
-        record = nullptr;
-    }
-    for (PpsRecord*& record : ppsTable) {
-        delete record;
-        record = nullptr;
-    }
+    for (SpsRecord*& record : spsTable)
+        FreeBuffer(record);
+    for (PpsRecord*& record : ppsTable)
+        FreeBuffer(record);
     FreeBuffer(spsData);
     FreeBuffer(ppsData);
     return CParserBase::Release();

@@ -34,7 +34,7 @@ struct OpenedUnit
 
 // The object behind a handle: every buffer that both codecs use, one scanner, one RBSP, one bit reader.
 // Buffers are freed by Release and UserDataRelease, not by the destructor.
-class CParserBase
+class CParserBase : public HeapObject
 {
 public:
     CParserBase() = default;

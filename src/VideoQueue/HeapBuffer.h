@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <new>
 
 // The heap blocks of a handle. A block's size stands in a field beside its pointer and takes exactly the
 // values that the growth rules give; the block behind it may be larger, so that growth by a few bytes a time
@@ -66,6 +67,17 @@ template <typename T>
     size = needed;
     return true;
 }
+
+// The objects of a class that derives from it lie on the same heap: `new (std::nothrow)` makes them. The
+// global operator of that form may throw within, and a throw may end the host where no memory is left for it.
+struct HeapObject
+{
+    static void* operator new(size_t size, const std::nothrow_t&) noexcept
+    {
+        return heap::AllocateBlock(size);
+    }
+    static void operator delete(void* object) noexcept { heap::FreeBlock(object); }
+};
 
 // Appends to a block in which room has been made.
 struct ByteSink

@@ -1,9 +1,6 @@
 #include "VideoQueue/VideoQueue.h"
 
-#include "VideoQueue/HeapBuffer.h"
-
 #include <cstring>
-#include <exception>
 
 namespace videoparams {
 
@@ -30,13 +27,10 @@ bool AllocateEntry(VideoQueueInfo& entry, uint32_t size)
 
 Result CVideoQueue::Create(uint32_t count, uint32_t size)
 {
-    try {
-        entries.resize(count);
-    } catch (const std::exception&) {
+    if (!AllocateBuffer(entries, count))
         return ResultFailed;
-    }
-    for (VideoQueueInfo& entry : entries) {
-        if (!AllocateEntry(entry, size))
+    for (; entryCount < count; ++entryCount) {
+        if (!AllocateEntry(entries[entryCount], size))
             return ResultFailed;  // Close frees what stands already
     }
     return AllocateEntry(spareEntry, size) ? ResultOk : ResultFailed;
@@ -44,9 +38,9 @@ Result CVideoQueue::Create(uint32_t count, uint32_t size)
 
 void CVideoQueue::Close()
 {
-    for (VideoQueueInfo& entry : entries)
-        FreeBuffer(entry.data);
-    entries.clear();
+    for (; entryCount != 0; --entryCount)
+        FreeBuffer(entries[entryCount - 1].data);
+    FreeBuffer(entries);
     FreeBuffer(spareEntry.data);
     FreeBuffer(scratchBuffer);
 }
@@ -56,7 +50,7 @@ Result CVideoQueue::GetVideoInfo(VideoQueueInfo** entry)
     VideoQueueInfo& next = entries[nextIndex];
     EmptyEntry(next);
     *entry = &next;
-    nextIndex = (nextIndex + 1) % static_cast<uint32_t>(entries.size());
+    nextIndex = (nextIndex + 1) % entryCount;
     return ResultOk;
 }
 

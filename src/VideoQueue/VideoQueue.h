@@ -1,9 +1,9 @@
 #pragma once
 
 #include "VideoParams/Result.h"
+#include "VideoQueue/HeapBuffer.h"
 
 #include <cstdint>
-#include <vector>
 
 namespace videoparams {
 
@@ -21,7 +21,7 @@ struct VideoQueueInfo
 // A ring of reusable entries, handed out in turn, and a spare one for the units that already belong to the
 // next access unit. An entry's bytes stay until the ring comes round to it: no entry is ever marked as in
 // use.
-class CVideoQueue
+class CVideoQueue : public HeapObject
 {
 public:
     [[nodiscard]] Result Create(uint32_t count, uint32_t size);
@@ -39,7 +39,8 @@ public:
 protected:
     [[nodiscard]] Result ResizeBuffer(VideoQueueInfo* entry, uint64_t newCapacity);
 
-    std::vector<VideoQueueInfo> entries;
+    VideoQueueInfo* entries = nullptr;
+    uint32_t entryCount = 0;
     VideoQueueInfo spareEntry;
     uint32_t nextIndex = 0;
 

@@ -2,6 +2,8 @@
 
 #include "VideoParams/ByteScan/Kernels.h"
 
+#include <atomic>
+
 namespace videoparams {
 
 const ByteScanKernel* const byteScanKernels[] = {
@@ -28,10 +30,17 @@ const ByteScanKernel& ChooseKernel()
     return **kernel;
 }
 
+// Threads that choose at the same time choose the same. A static with a constructor would take a lock, and a
+// lock may take memory, which may not be there.
 const ByteScanKernel& BestKernel()
 {
-    static const ByteScanKernel& kernel = ChooseKernel();
-    return kernel;
+    static std::atomic<const ByteScanKernel*> chosen = nullptr;
+    const ByteScanKernel* kernel = chosen.load(std::memory_order_relaxed);
+    if (kernel == nullptr) {
+        kernel = &ChooseKernel();
+        chosen.store(kernel, std::memory_order_relaxed);
+    }
+    return *kernel;
 }
 
 }  // namespace
