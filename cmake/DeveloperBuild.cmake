@@ -6,6 +6,11 @@ if(PROJECT_IS_TOP_LEVEL)
         set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
     endif()
 
+    # Windows looks for a DLL where the program lies.
+    if(WIN32 AND NOT CMAKE_RUNTIME_OUTPUT_DIRECTORY)
+        set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
+    endif()
+
     if(VIDEOPARAMS_BUILD_FUZZ)
         if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
             message(FATAL_ERROR "VIDEOPARAMS_BUILD_FUZZ needs clang (use the preset \"fuzz\")")

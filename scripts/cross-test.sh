@@ -1,4 +1,5 @@
-# For the scripts of platforms, to be sourced: the tests, built by a cross compiler and run by an emulator.
+# For the scripts of platforms, to be sourced: the tests, built by a cross compiler and run there. The tool is left out:
+# its libraries are installed for this machine only.
 
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -19,14 +20,19 @@ crossTest() {
     shift
     buildGoogleTest "$name" "$@"
     build release "$name" "$@" "-DGTest_DIR=$buildRoot/$name-googletest/lib/cmake/GTest" -DVIDEOPARAMS_BUILD_TOOL=OFF
-    quietly "$buildRoot/$name.tests.log" ctest --test-dir "$buildRoot/$name" --no-tests=error --output-on-failure
-    echo "$name: $(grep 'tests passed' "$buildRoot/$name.tests.log")"
+    quietly "$buildRoot/$name.tests.log" ctest --test-dir "$buildRoot/$name" --no-tests=error --verbose
+    # The tests of an executable are run in shares, which ctest takes for one test each.
+    awk -v name="$name" '
+        /\[  PASSED  \]/ { cases += $(NF - 1); ++shares }
+        /tests passed/ { others = $NF - shares }
+        END { print name ": " cases " GoogleTest cases and " others " other tests passed" }' \
+        "$buildRoot/$name.tests.log"
 }
 
 # crossTestLinux TRIPLET PROCESSOR EMULATOR...
 crossTestLinux() {
     local emulator
-    emulator=$(IFS=';' && echo "${*:3};-L;/usr/$1")
+    emulator=$(IFS=';' && echo "${*:3}")
     crossTest "$1" -DCMAKE_SYSTEM_NAME=Linux "-DCMAKE_SYSTEM_PROCESSOR=$2" "-DCMAKE_C_COMPILER=$1-gcc" \
         "-DCMAKE_CXX_COMPILER=$1-g++" "-DCMAKE_CROSSCOMPILING_EMULATOR=$emulator"
 }

@@ -1,7 +1,10 @@
 #!/usr/bin/env bash
-# Runs the tests on 32-bit x86, emulated.
+# Runs the tests on 32-bit x86: by this machine's processor where the kernel runs such programs, else emulated.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/cross-test.sh"
 
 "$projectDir/scripts/setup.sh" build i386
-crossTestLinux i686-linux-gnu i686 qemu-i386 -cpu max
+root=/usr/i686-linux-gnu
+emulator=("$root/lib/ld-linux.so.2" --library-path "$root/lib")
+"${emulator[@]}" --version >/dev/null 2>&1 || emulator=(qemu-i386 -cpu max -L "$root")
+crossTestLinux i686-linux-gnu i686 "${emulator[@]}"

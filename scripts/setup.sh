@@ -74,15 +74,18 @@ requirementsOf() {
         echo "g++-aarch64-linux-gnu hasCommand aarch64-linux-gnu-g++"
         echo "qemu-user hasCommand qemu-aarch64"
         echo "googletest hasGoogleTestSources"
+        echo "nlohmann-json3-dev hasHeader nlohmann/json.hpp"
         ;;
     i386)
         echo "g++-i686-linux-gnu hasCommand i686-linux-gnu-g++"
         echo "qemu-user hasCommand qemu-i386"
         echo "googletest hasGoogleTestSources"
+        echo "nlohmann-json3-dev hasHeader nlohmann/json.hpp"
         ;;
     windows)
         echo "g++-mingw-w64-x86-64-posix hasCommand x86_64-w64-mingw32-g++-posix"
         echo "googletest hasGoogleTestSources"
+        echo "nlohmann-json3-dev hasHeader nlohmann/json.hpp"
         echo "wine hasCommand wine"
         echo "wine64 hasWine64"
         ;;

@@ -10,7 +10,8 @@ namespace videoparams::test {
 
 namespace {
 
-thread_local FailingHeap* watching = nullptr;
+// Not thread_local: where the compiler emulates that, its first use in a thread allocates.
+FailingHeap* watching = nullptr;
 
 }  // namespace
 
@@ -53,7 +54,11 @@ namespace {
 
 int64_t SizeOf(void* block)
 {
+#ifdef _WIN32
+    return block != nullptr ? static_cast<int64_t>(_msize(block)) : 0;
+#else
     return static_cast<int64_t>(malloc_usable_size(block));
+#endif
 }
 
 void* Counted(void* block)

@@ -4,7 +4,7 @@
 
 namespace videoparams::test {
 
-// Counts the allocations of chosen calls on this thread, and lets one of them fail.
+// Counts the allocations of chosen calls, and lets one of them fail. No other thread runs meanwhile.
 class FailingHeap
 {
 public:

@@ -30,10 +30,10 @@ std::vector<TestStream> FindStreams()
     std::vector<TestStream> streams;
     for (const auto& file : std::filesystem::directory_iterator(TEST_STREAMS_DIR)) {
         std::filesystem::path path = file.path();
-        const std::string extension = path.extension();
+        const std::string extension = path.extension().string();
         if (extension != ".h264" && extension != ".h265")
             continue;
-        const std::string name = path.filename();
+        const std::string name = path.filename().string();
         if (std::filesystem::exists(path.replace_extension(".json")))
             streams.push_back({name, extension == ".h264" ? VideoCodecAVC : VideoCodecHEVC});
     }
