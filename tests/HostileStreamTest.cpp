@@ -91,7 +91,7 @@ TEST(HostileStream, AnyValueOfAnyElementIsSurvived)
             codec.units[unit].write(counted);
             for (size_t ue = 0; ue < counted.UeCount(); ++ue) {
                 for (const uint32_t value :
-                     {UINT32_MAX - 1, 0x7FFFFFFFu, 65u, 64u, 256u, 255u, 32u, 31u, 28u}) {
+                     {UINT32_MAX - 1, 0x7FFFFFFFu, 256u, 255u, 65u, 64u, 32u, 31u, 29u, 28u, 27u, 12u, 4u}) {
                     const PageBytes stream = AtPageEnd(codec.Stream(unit, ue, value));
                     Analysis host(codec.type);
                     for (unsigned times = 0; times < (value > 256 ? 100 : 1); ++times)
@@ -123,21 +123,45 @@ TEST(HostileStream, AStreamCutAnywhereIsSurvived)
 
 TEST(HostileStream, AnyPatternIsSurvived)
 {
-    const std::pair<Bytes, int64_t> patterns[] = {{{0}, -1},
-                                                  {{0xFF}, -1},
-                                                  {{0, 0, 3}, -1},
-                                                  {{0, 0, 1}, 0},
-                                                  {{0, 0, 0, 1}, 0},
-                                                  {{0, 0, 1, 0x41}, 0},
-                                                  {{0, 0, 1, 0x67, 0}, 0},
-                                                  {{0, 0, 1, 0x42, 1}, 0},
-                                                  {{0, 0, 1, 0x40, 1, 0xFF}, 0}};
+    const struct
+    {
+        Bytes front;
+        Bytes repeated;
+        int64_t result;
+    } patterns[] = {{{}, {0}, -1},
+                    {{}, {0xFF}, -1},
+                    {{}, {0, 0, 3}, -1},
+                    {{}, {0, 0, 1}, 0},
+                    {{}, {0, 0, 0, 1}, 0},
+                    {{}, {0, 0, 1, 0x41}, 0},
+                    {{}, {0, 0, 1, 0x67, 0}, 0},
+                    {{}, {0, 0, 1, 0x42, 1}, 0},
+                    {{}, {0, 0, 1, 0x40, 1, 0xFF}, 0},
+                    {{0, 0, 1, 0x67}, {0}, 0},
+                    {{0, 0, 1, 0x65}, {0}, 0},
+                    {{0, 0, 1, 0x42, 1}, {0}, 0},
+                    {{0, 0, 1, 0x06}, {0, 0, 3}, 0},
+                    {{0, 0, 1, 0x4E, 1}, {0}, 0},
+                    {{0, 0, 1, 0x06}, {0xFF}, 0}};
     for (const Codec& codec : {Avc(), Hevc()}) {
-        for (const auto& [pattern, result] : patterns) {
-            const PageBytes stream = AtPageEnd(Repeat(pattern, 200000));
+        for (const auto& [front, repeated, result] : patterns) {
+            const PageBytes stream = AtPageEnd(front + Repeat(repeated, 200000));
+            const std::string name = Hex(front) + "and " + Hex(repeated);
             Analysis host(codec.type);
-            EXPECT_EQ(host.Feed(stream.data(), stream.size()), result) << Hex(pattern);
-            ExpectSoundStream(host, codec.Stream(), Hex(pattern));
+            EXPECT_EQ(host.Feed(stream.data(), stream.size()), result) << name;
+            ExpectSoundStream(host, codec.Stream(), name);
+
+            void* editor = nullptr;
+            const unsigned char* output = nullptr;
+            uint32_t size = 0;
+            ASSERT_EQ(UserDataCreate(&editor, codec.type), 0);
+            EXPECT_LE(AddUserData(editor, stream.data(), stream.size(), nullptr, 0, &output, &size), 0);
+            EXPECT_EQ(GetUserData(editor, stream.data(), stream.size(), &output, &size), result) << name;
+            EXPECT_EQ(RemoveUserData(editor, stream.data(), stream.size(), &output, &size), result) << name;
+            const Bytes sound = codec.Stream();
+            EXPECT_EQ(RemoveUserData(editor, sound.data(), Size(sound), &output, &size), 0);
+            EXPECT_EQ(CopyOf(output, size), sound) << name;
+            UserDataRelease(editor);
         }
     }
 }
