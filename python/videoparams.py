@@ -255,10 +255,9 @@ def _load() -> ctypes.CDLL:
     name = "VideoParams.dll" if sys.platform == "win32" else "libVideoParams.so.1"
     beside = pathlib.Path(__file__).parent / name
     named = os.environ.get("VIDEOPARAMS_LIBRARY")
+    candidates: list[Optional[str]] = [name, ctypes.util.find_library("VideoParams")]
     if named or beside.exists():
         candidates = [named or str(beside)]
-    else:
-        candidates = [name, ctypes.util.find_library("VideoParams")]
     for candidate in filter(None, candidates):
         try:
             library = ctypes.CDLL(candidate)
@@ -391,7 +390,7 @@ class Parser(_Handle):
                 _library.GetNalUnit(self._handle, ctypes.byref(unit), ctypes.byref(size), ctypes.byref(isSlice),
                                     ctypes.byref(headerLength))
                 if unit.value is not None:
-                    offset = unit.value - address
+                    offset = unit.value - (address or 0)
                     found.append(NalUnit(view[offset:offset + size.value], isSlice.value, headerLength.value))
             _library.SetVideoData(self._handle, None, 0)  # the library keeps no address
         return found
@@ -437,7 +436,7 @@ class UserDataEditor(_Handle):
         _check(result, "RemoveUserData")
         return copy or b""
 
-    def _edit(self, call: str, stream: BytesLike, *arguments) -> tuple[int, Optional[bytes]]:
+    def _edit(self, call: str, stream: BytesLike, *arguments: Optional[int]) -> tuple[int, Optional[bytes]]:
         output, size = ctypes.c_void_p(), ctypes.c_uint()
         with _address(stream) as (address, total):
             result = getattr(_library, call)(self._handle, address, total, *arguments, ctypes.byref(output),

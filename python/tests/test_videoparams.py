@@ -1,5 +1,6 @@
 """Tests of the Python module on the streams of the library's own tests."""
 
+import fractions
 import json
 import os
 import pathlib
@@ -34,6 +35,22 @@ def analyse(codec, parts):
     return [report for report in reports if report is not None]
 
 
+def sequences(reports):
+    """Each description that differs from the one before."""
+    found = []
+    for number, report in enumerate(reports):
+        sequence = report.sequence
+        if sequence is None:
+            continue
+        rate = None
+        if sequence.frame_rate_denominator:
+            rate = fractions.Fraction(sequence.frame_rate_numerator, sequence.frame_rate_denominator)
+        described = {"accessUnit": number, "frameRate": rate, "height": sequence.height, "width": sequence.width}
+        if not found or {**found[-1], "accessUnit": number} != described:
+            found.append(described)
+    return found
+
+
 class AnalysisTest(unittest.TestCase):
     def test_reports_what_other_programs_say(self):
         for name, codec, stream, wanted in streams():
@@ -42,8 +59,11 @@ class AnalysisTest(unittest.TestCase):
                 self.assertEqual(len(reports), wanted["accessUnits"]["number"])
                 keys = [i for i, report in enumerate(reports) if report.key_frame]
                 self.assertEqual(keys, wanted["accessUnits"]["keyFrames"])
-                described = [report.sequence for report in reports if report.sequence is not None]
-                self.assertIn((wanted["width"], wanted["height"]), [(each.width, each.height) for each in described])
+                for each in wanted["sequences"]:
+                    each["frameRate"] = each["frameRate"] and fractions.Fraction(each["frameRate"])
+                self.assertEqual(sequences(reports), wanted["sequences"])
+                colour = {key: getattr(reports[0].sequence, key) for key in wanted["colour"]}
+                self.assertEqual(colour, wanted["colour"])
 
     def test_pieces_of_any_size_give_the_same_units(self):
         for name, _, stream, _ in streams():
