@@ -80,15 +80,11 @@ Result CParseAVCParams::GetNalUnit(unsigned char** unit, uint32_t* unitSize, boo
         // showed.
         *isSlice = true;
         *sliceHeaderLength = MeasureSliceHeader();
-    } else if (header.nal_unit_type == AvcUnitSps) {
+    } else if (avcRules.isRead(header.nal_unit_type)) {
         if (OpenWhole(avcRules) != ResultOk)
             return ResultFailed;
         VideoInfo scratch{};
-        result = ReadSequenceParameterSetData(&scratch);
-    } else if (header.nal_unit_type == AvcUnitPps) {
-        if (OpenWhole(avcRules) != ResultOk)
-            return ResultFailed;
-        result = ReadPictureParameterSetData(nullptr);
+        result = ReadParameterSet(scratch);
     }
     EndUnit();
     *unit = const_cast<unsigned char*>(openUnit.data);

@@ -43,13 +43,13 @@ Result CParseAVCParams::ReadHeldUnits()
     return ReadPictureParameterSetData(&parameterSetInfo);
 }
 
-bool CParseAVCParams::MakeRoomToHold(HeldParameterSet held, const unsigned char* unit, uint32_t unitSize)
+bool CParseAVCParams::MakeRoomToHold(StoredUnit held, const unsigned char* unit, uint32_t unitSize)
 {
     const uint64_t needed = uint64_t{unitSize} + MissingStartCodeLength(unit, unitSize);
     return MakeRoom(held.data, held.capacity, needed, needed);
 }
 
-void CParseAVCParams::HoldUnit(HeldParameterSet held, const unsigned char* unit, uint32_t unitSize)
+void CParseAVCParams::HoldUnit(StoredUnit held, const unsigned char* unit, uint32_t unitSize)
 {
     held.length = 0;
     ByteSink copy{held.data, held.capacity, held.length};
@@ -58,7 +58,7 @@ void CParseAVCParams::HoldUnit(HeldParameterSet held, const unsigned char* unit,
 }
 
 // The bit reader then stands behind the unit header; the type is not looked at.
-Result CParseAVCParams::OpenHeldUnit(HeldParameterSet held)
+Result CParseAVCParams::OpenHeldUnit(StoredUnit held)
 {
     const unsigned char* unit = nullptr;
     uint32_t unitSize = 0;
@@ -110,7 +110,7 @@ Result CParseAVCParams::CopyParameterSets(bool& copied)
     }
 }
 
-bool CParseAVCParams::CopyUnitTo(HeldParameterSet block)
+bool CParseAVCParams::CopyUnitTo(StoredUnit block)
 {
     EndUnit();
     if (!MakeRoom(block.data, block.capacity, openUnit.size, openUnit.size))

@@ -25,9 +25,10 @@ Result CParseAVCParams::QuerySliceType(const unsigned char* data, uint32_t size,
         if (openUnit.header.nal_unit_type == AvcUnitSlice ||
             openUnit.header.nal_unit_type == AvcUnitIdrSlice) {
             result = OpenHead(avcRules);
-            GetUE();  // first_mb_in_slice
-            if (result == ResultOk)
+            if (result == ResultOk) {
+                GetUE();  // first_mb_in_slice
                 type = static_cast<VideoPicType>(GetUE());
+            }
             break;
         }
     }
@@ -43,7 +44,7 @@ Result CParseAVCParams::VideoSampleTest(const unsigned char* data, uint32_t size
     SetData(data, size);
     Reset();
     bool found = false;
-    Result result = OpenFirstSlice(scanRemaining, found);
+    Result result = OpenFirstSlice(found);
     if (found) {
         int32_t newPicture = 0;
         result = ReadSliceHeaderData(nullptr, openUnit.header.nal_unit_type, openUnit.header.nal_ref_idc,
@@ -58,39 +59,23 @@ Result CParseAVCParams::VideoSampleTest(const unsigned char* data, uint32_t size
 }
 
 // Reads the parameter sets in front of the first slice into the tables.
-Result CParseAVCParams::OpenFirstSlice(uint32_t size, bool& found)
+Result CParseAVCParams::OpenFirstSlice(bool& found)
 {
     VideoInfo scratch{};
-    uint32_t remaining = size;
-    Result result = ResultOk;
-    while (remaining != 0) {
-        result = BeginNextUnit(avcRules);
+    while (true) {
+        const Result begun = BeginNextUnit(avcRules);
         if (openUnit.IsEmpty())
-            return result;
-        switch (openUnit.header.nal_unit_type) {
-        case AvcUnitSps:
-            if (OpenWhole(avcRules) != ResultOk)
-                return ResultFailed;
-            result = ReadSequenceParameterSetData(&scratch);
-            break;
-        case AvcUnitPps:
-            if (OpenWhole(avcRules) != ResultOk)
-                return ResultFailed;
-            result = ReadPictureParameterSetData(&scratch);
-            break;
-        case AvcUnitSlice:
-        case AvcUnitPartitionA:
-        case AvcUnitIdrSlice:
-            result = OpenHead(avcRules);
-            found = result == ResultOk;
-            return result;
-        default:
-            break;
+            return begun;
+        const uint32_t nal_unit_type = openUnit.header.nal_unit_type;
+        if (avcRules.classOf(nal_unit_type) == UnitClass::Slice) {
+            const Result opened = OpenHead(avcRules);
+            found = opened == ResultOk;
+            return opened;
         }
-        EndUnit();
-        remaining -= openUnit.size;
+        if (avcRules.isRead(nal_unit_type) &&
+            (OpenWhole(avcRules) != ResultOk || ReadParameterSet(scratch) != ResultOk))
+            return ResultFailed;
     }
-    return result;
 }
 
 void CParseAVCParams::TestSlice(VideoInfoEx& test)

@@ -32,7 +32,7 @@ void CParseHEVCParams::SkipProfileTierLevel(uint32_t maxNumSubLayersMinus1)
 
     SkipProfile();
     ReadData(8);  // general_level_idc
-    for (uint32_t i = 0; i < maxNumSubLayersMinus1; ++i) {
+    for (uint32_t i = 0; i < maxNumSubLayersMinus1 && !readPastEnd; ++i) {
         sub_layer_profile_present_flag[i] = ReadData(1);
         sub_layer_level_present_flag[i] = ReadData(1);
     }
@@ -40,7 +40,7 @@ void CParseHEVCParams::SkipProfileTierLevel(uint32_t maxNumSubLayersMinus1)
         for (uint32_t i = maxNumSubLayersMinus1; i < 8; ++i)
             ReadData(2);  // reserved_zero_2bits[ i ]
     }
-    for (uint32_t i = 0; i < maxNumSubLayersMinus1; ++i) {
+    for (uint32_t i = 0; i < maxNumSubLayersMinus1 && !readPastEnd; ++i) {
         if (sub_layer_profile_present_flag[i])
             SkipProfile();
         if (sub_layer_level_present_flag[i])
@@ -67,7 +67,7 @@ void CParseHEVCParams::SkipSubLayerOrdering(uint32_t max_sub_layers_minus1)
 {
     const uint32_t sub_layer_ordering_info_present_flag = ReadData(1);
     for (uint32_t i = sub_layer_ordering_info_present_flag ? 0 : max_sub_layers_minus1;
-         i <= max_sub_layers_minus1; ++i) {
+         i <= max_sub_layers_minus1 && !readPastEnd; ++i) {
         GetUE();  // max_dec_pic_buffering_minus1[ i ]
         GetUE();  // max_num_reorder_pics[ i ]
         GetUE();  // max_latency_increase_plus1[ i ]
@@ -79,7 +79,7 @@ void CParseHEVCParams::SkipLayerSets()
     const uint32_t vps_max_layer_id = ReadData(6);
     const uint32_t vps_num_layer_sets_minus1 = GetUE();
     for (uint32_t i = 1; i <= vps_num_layer_sets_minus1 && !readPastEnd; ++i) {
-        for (uint32_t j = 0; j <= vps_max_layer_id; ++j)
+        for (uint32_t j = 0; j <= vps_max_layer_id && !readPastEnd; ++j)
             ReadData(1);  // layer_id_included_flag[ i ][ j ]
     }
 }
@@ -218,8 +218,8 @@ bool CParseHEVCParams::SkipShortTermRefPicSets()
     return true;
 }
 
-// st_ref_pic_set( stRpsIdx ), H.265 7.3.7. An inter-predicted set counts its flags, whatever deltas they
-// stand for.
+// st_ref_pic_set( stRpsIdx ), H.265 7.3.7; delta_idx_minus1 is coded in slice headers only. An
+// inter-predicted set counts its flags, whatever deltas they stand for.
 void CParseHEVCParams::SkipShortTermRefPicSet(uint32_t stRpsIdx,
                                               uint64_t (&NumDeltaPocs)[MaxShortTermRefPicSets])
 {
@@ -241,11 +241,15 @@ void CParseHEVCParams::SkipShortTermRefPicSet(uint32_t stRpsIdx,
     }
     const uint32_t num_negative_pics = GetUE();
     const uint32_t num_positive_pics = GetUE();
-    NumDeltaPocs[stRpsIdx] = uint64_t{num_negative_pics} + num_positive_pics;
-    for (uint64_t i = 0; i < NumDeltaPocs[stRpsIdx] && !readPastEnd; ++i) {
-        GetUE();      // delta_poc_s0_minus1[ i ], then delta_poc_s1_minus1[ i ]
-        ReadData(1);  // used_by_curr_pic_s0_flag[ i ], then used_by_curr_pic_s1_flag[ i ]
+    for (uint32_t i = 0; i < num_negative_pics && !readPastEnd; ++i) {
+        GetUE();      // delta_poc_s0_minus1[ i ]
+        ReadData(1);  // used_by_curr_pic_s0_flag[ i ]
     }
+    for (uint32_t i = 0; i < num_positive_pics && !readPastEnd; ++i) {
+        GetUE();      // delta_poc_s1_minus1[ i ]
+        ReadData(1);  // used_by_curr_pic_s1_flag[ i ]
+    }
+    NumDeltaPocs[stRpsIdx] = uint64_t{num_negative_pics} + num_positive_pics;
 }
 
 void CParseHEVCParams::SkipLongTermRefPics(uint32_t log2_max_pic_order_cnt_lsb_minus4)

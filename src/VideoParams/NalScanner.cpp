@@ -173,16 +173,21 @@ Result CParserBase::GetUnitRbsp(const unsigned char* unit, uint32_t unitSize, co
     return result;
 }
 
-// A first header byte of zero may belong to the start code that follows at once.
+// A first header byte of zero, as H.265 slices of type 0 have, may belong to a start code that follows at
+// once.
 Result CParserBase::BeginNextUnit(const NalRules& rules)
 {
     const Result result = BeginUnit();
     if (openUnit.data == nullptr)
         return result;
-    const unsigned char first = openUnit.data[StartCodeLength(openUnit.data)];
-    if (first == 0)
-        EndUnit();
-    openUnit.header = HeaderOf(rules, first);
+    const uint32_t startCodeLength = StartCodeLength(openUnit.data);
+    const unsigned char* const header = openUnit.data + startCodeLength;
+    if (*header == 0) {
+        const uint32_t window = std::min(scanRemaining - startCodeLength, ShortestUnit);
+        if (GetStartCode(header, window) != nullptr)
+            EndUnitAt(header);
+    }
+    openUnit.header = HeaderOf(rules, *header);
     if (IsBareStartCode(openUnit.data, openUnit.size))
         openUnit.header.nal_unit_type = NoType;
     return ResultOk;

@@ -39,13 +39,21 @@ Result CParseAVCParams::ReadVideoParams(const unsigned char* data, uint32_t size
 // decoder.
 void CParseAVCParams::ReadLeadingUnit(VideoInfo& record)
 {
-    if (openUnit.header.nal_unit_type == AvcUnitSps) {
-        ReadSequenceParameterSetData(&record);
+    ReadParameterSet(record);
+    if (openUnit.header.nal_unit_type == AvcUnitSps)
         CaptureUnit(HeldSps(), record);
-    } else if (openUnit.header.nal_unit_type == AvcUnitPps) {
-        ReadPictureParameterSetData(&record);
+    else if (openUnit.header.nal_unit_type == AvcUnitPps)
         CaptureUnit(HeldPps(), record);
-    }
+}
+
+// The opened unit, if it is one, into the tables. Fails only for want of memory for its record.
+Result CParseAVCParams::ReadParameterSet(VideoInfo& record)
+{
+    if (openUnit.header.nal_unit_type == AvcUnitSps)
+        return ReadSequenceParameterSetData(&record);
+    if (openUnit.header.nal_unit_type == AvcUnitPps)
+        return ReadPictureParameterSetData(&record);
+    return ResultOk;
 }
 
 Result CParseAVCParams::ReadSlice(bool& newPicture)
@@ -59,7 +67,7 @@ Result CParseAVCParams::ReadSlice(bool& newPicture)
 
 // A stream may begin with an SPS read into the current record and go on with a PPS whose record is the
 // pending one and empty: the description of the SPS must outlive that.
-void CParseAVCParams::CaptureUnit(HeldParameterSet held, const VideoInfo& record)
+void CParseAVCParams::CaptureUnit(StoredUnit held, const VideoInfo& record)
 {
     if (held.length != 0 || !MakeRoom(held.data, held.capacity, openUnit.size, openUnit.size))
         return;

@@ -59,8 +59,8 @@ struct AvcPictureSize
     uint32_t Height() const;
 };
 
-// A raw parameter set that is kept, start code included; the three members of the parser that hold it.
-struct HeldParameterSet
+// A parameter set that is kept as it came, start code included; the three members of the parser that hold it.
+struct StoredUnit
 {
     unsigned char*& data;
     uint32_t& capacity;
@@ -141,10 +141,11 @@ private:
     Result ReadSlice(bool& newPicture) override;
     const VideoInfo* CompleteKeyUnit(VideoQueueInfo& unit) override;
 
-    HeldParameterSet HeldSps() { return {spsData, spsCapacity, spsLength}; }
-    HeldParameterSet HeldPps() { return {ppsData, ppsCapacity, ppsLength}; }
-    void CaptureUnit(HeldParameterSet held, const VideoInfo& record);
+    StoredUnit HeldSps() { return {spsData, spsCapacity, spsLength}; }
+    StoredUnit HeldPps() { return {ppsData, ppsCapacity, ppsLength}; }
+    void CaptureUnit(StoredUnit held, const VideoInfo& record);
 
+    Result ReadParameterSet(VideoInfo& record);
     uint32_t ReadChromaFormat(SpsRecord& sps);
     void SkipScalingLists(uint32_t chroma_format_idc);
     void SkipScalingList(uint32_t sizeOfScalingList);
@@ -157,16 +158,16 @@ private:
     [[nodiscard]] Result ReadSliceHeader(uint32_t nalUnitType, uint32_t nalRefIdc);
     bool StartsNewPicture(const SpsRecord& sps) const;
 
-    [[nodiscard]] Result OpenFirstSlice(uint32_t size, bool& found);
+    [[nodiscard]] Result OpenFirstSlice(bool& found);
     void TestSlice(VideoInfoEx& test);
     bool BreaksSequence();
 
-    [[nodiscard]] bool MakeRoomToHold(HeldParameterSet held, const unsigned char* unit, uint32_t unitSize);
-    void HoldUnit(HeldParameterSet held, const unsigned char* unit, uint32_t unitSize);
+    [[nodiscard]] bool MakeRoomToHold(StoredUnit held, const unsigned char* unit, uint32_t unitSize);
+    void HoldUnit(StoredUnit held, const unsigned char* unit, uint32_t unitSize);
     Result ReadHeldUnits();
-    [[nodiscard]] Result OpenHeldUnit(HeldParameterSet held);
+    [[nodiscard]] Result OpenHeldUnit(StoredUnit held);
     Result CopyParameterSets(bool& copied);
-    [[nodiscard]] bool CopyUnitTo(HeldParameterSet block);
+    [[nodiscard]] bool CopyUnitTo(StoredUnit block);
 
     Result CollectUnits(uint32_t& unitCount);
     uint32_t MeasureSliceHeader() const;
