@@ -115,6 +115,7 @@ install() {
         hasCommand sudo && sudo -n true 2>/dev/null || return 1
         asRoot=(sudo -n)
     fi
+    echo "Installing $*" >&2
     log=$(mktemp)
     local apt=("${asRoot[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -y -o DPkg::Lock::Timeout=300)
     if ! { "${apt[@]}" update && "${apt[@]}" install --no-install-recommends "$@"; } </dev/null >"$log" 2>&1; then
