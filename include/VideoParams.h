@@ -10,7 +10,7 @@
 /// - bytes in front of the buffer's first start code (00 00 01 or 00 00 00 01) are dropped;
 /// - a start code is seen only when at least 5 bytes, counted from its first zero, are left in the buffer;
 /// - a buffer of 1 to 4 bytes is ignored;
-/// - a start code with the next one at its heels ends the call;
+/// - a start code with the next one at its heels ends `ParseVideoParams`, `VideoSampleTest` and `QueryType`;
 /// - when several access units are completed by one call, only the last of them is reported.
 ///
 /// A buffer with one whole unit of 5 bytes or more (its start code first) avoids all five; a shorter unit
@@ -57,7 +57,7 @@
 /// the largest user data, and 3.2 MB.
 ///
 /// When memory runs out, the call says -1, what is held stays as it was and a later call works again;
-/// `ParseVideoParams` tells of two exceptions.
+/// `ParseVideoParams` and `SetParameterSetData` tell of exceptions.
 ///
 /// @par Threads
 /// The library has no global state and starts no threads. A handle is used by one thread at a time; different
@@ -65,7 +65,7 @@
 ///
 /// @par Hostile input
 /// Any bytes are allowed everywhere. Values are reported as the stream codes them, **without range checks**:
-/// check `width` and `height` before you allocate by them.
+/// check `width` and `height` before you allocate by them, and `frameRateDenominator` before you divide.
 
 #ifndef VIDEO_PARAMS_H
 #define VIDEO_PARAMS_H
@@ -171,12 +171,14 @@ typedef struct VideoInfo
     /// picture, which may be a field. Wraps like `width`.
     uint32_t height;
     /// Frame rate = `frameRateNumerator` / `frameRateDenominator` frames a second; both 0 when the stream
-    /// does not say. H.264: `time_scale`. H.265: `vui_time_scale`, or `vps_time_scale` where the VUI has
-    /// none. Of several sequence parameter sets in one access unit the last counts; what it does not code
-    /// stays as the ones before left it, here and in the colour fields.
+    /// does not say. H.264: `time_scale`. H.265: `vui_time_scale` or the `vps_time_scale` of a VPS in the
+    /// same access unit, the later of the two in the stream, which in a sound one is that of the VUI. Of
+    /// several sequence parameter sets in one access unit the last counts; what it does not code may stay as
+    /// the ones before left it, here and in the colour fields.
     uint32_t frameRateNumerator;
     /// H.264: **2 ×** `num_units_in_tick`, since a frame lasts two ticks. H.265: `vui_num_units_in_tick` or
-    /// `vps_num_units_in_tick`, **not** doubled: a tick is a picture, also where pictures code one field.
+    /// `vps_num_units_in_tick`, **not** doubled: a tick is a picture, also where pictures code one field. May
+    /// be 0 and wraps modulo 2^32: **check before you divide.**
     uint32_t frameRateDenominator;
     /// The seven colour fields hold the VUI elements of these names (ITU-T H.264 E.2.1, H.265 E.3.1). All are
     /// 0 when there is no VUI. 1: the next three elements are coded.
@@ -245,8 +247,8 @@ VIDEOPARAMS_API int64_t ParseRelease(void* handle);
 /// late**. An empty call (null or size 0) flushes: it reports the last access unit, and the next call begins
 /// a new stream with the parameter sets that are known. A second flush reports nothing. Each field of an
 /// interlaced stream is an access unit of its own. H.264 slices whose parameter sets are unknown are dropped;
-/// an H.264 key frame that carries no sequence parameter set gets the held SPS and PPS (the first of the
-/// stream, or those of `SetParameterSetData`), where both are held, inserted behind its access unit
+/// an H.264 key frame that carries no readable sequence parameter set gets the held SPS and PPS (the first of
+/// the stream, or those of `SetParameterSetData`), where both are held, inserted behind its access unit
 /// delimiter, or at its front where it has none. An H.265 handle holds and inserts none.
 ///
 /// Where a picture begins is told by its slice headers: **a broken `frame_num` splits an H.264 picture**.
@@ -302,7 +304,7 @@ VIDEOPARAMS_API int64_t ParseVideoParams(void* handle, const unsigned char* data
 /// @param test    Cleared, then filled from the first slice of type 1, 2 or 5.
 /// @return 0: tested, or the sample has no slice (the record is all zero). -1: a null handle or record
 ///         (untouched), no start code in 5 bytes or more (record zero), unknown parameter sets (`sampleError`
-///         1), or memory ran out.
+///         1), or memory ran out (record zero).
 VIDEOPARAMS_API int64_t VideoSampleTest(void* handle, const unsigned char* data, unsigned int size,
                                         VideoInfoEx* test);
 
@@ -346,8 +348,9 @@ VIDEOPARAMS_API int64_t QueryType(void* handle, const unsigned char* data, unsig
 /// @param spsSize  Bytes at `sps`; 0: -1.
 /// @param pps      A picture parameter set; copied. Null: -1.
 /// @param ppsSize  Bytes at `pps`; 0: -1.
-/// @return 0: held and read. -1: a null or empty argument (nothing changed); a unit that is too short or has
-///         `forbidden_zero_bit` 1 (both are held all the same); memory ran out.
+/// @return 0: held, and as much of them is known as could be read. -1: a null or empty argument (nothing
+///         changed); a unit that is too short or has `forbidden_zero_bit` 1 (both are held all the same);
+///         memory ran out (the pair before or this one is held, never a mixture).
 VIDEOPARAMS_API int64_t SetParameterSetData(void* handle, unsigned char* sps, unsigned int spsSize,
                                             unsigned char* pps, unsigned int ppsSize);
 
@@ -388,10 +391,11 @@ VIDEOPARAMS_API int64_t SetVideoData(void* handle, unsigned char* data, unsigned
 /// slice.
 ///
 /// **`sliceHeaderLength` counts the bytes that hold the elements read, up to the picture order count: less
-/// than the whole slice header.** They are the bytes of the unit from (start code length + 1) on, emulation
-/// prevention included, up to the byte with the next unread bit. A slice whose parameter sets are unknown is
-/// measured up to `pic_parameter_set_id`. Parameter sets met on the way are read into the handle's tables:
-/// use a handle of its own beside `ParseVideoParams`, or the analysis may split or join pictures.
+/// than the whole slice header.** They are the bytes of the unit from (start code length + 1) on, with as
+/// much emulation prevention as a sound unit has, up to the byte with the next unread bit: one byte beyond
+/// the unit, where the unit ends with these elements. A slice whose parameter sets are unknown is measured up
+/// to `pic_parameter_set_id`. Parameter sets met on the way are read into the handle's tables: use a handle
+/// of its own beside `ParseVideoParams`, or the analysis may split or join pictures.
 ///
 /// @code
 /// SetVideoData(handle, data, size);
@@ -435,7 +439,7 @@ VIDEOPARAMS_API int64_t GetNalUnit(void* handle, unsigned char** unit, unsigned 
 ///                `ParseRelease`.
 /// @param sizes   Receives an array of their sizes, start codes included; as `units`.
 /// @return 0: split, also when there are no units. -1: no start code in 5 bytes or more, or memory ran out
-///         (0, null, null); or a null argument (nothing changed).
+///         (0, null, null); or a null handle or result pointer (nothing changed).
 VIDEOPARAMS_API int64_t GetNalFromFrame(void* handle, unsigned char* frame, unsigned int size,
                                         unsigned int* count, unsigned char*** units, unsigned int** sizes);
 
@@ -493,8 +497,9 @@ VIDEOPARAMS_API int64_t UserDataRelease(void* handle);
 /// @param outputSize  Receives the bytes at `output`.
 /// @return 0: the copy carries the message. -1: no place for it, since there is neither a SEI unit nor a
 ///         slice: the outputs are set, and the copy is without the message. -1 with the outputs untouched: a
-///         null argument, `data` in the handle's own result, a SEI unit without a trailing byte, a size
-///         beyond 32 bits, or memory ran out.
+///         null handle or result pointer, no `userData` for a `count`, `data` in the handle's own result, a
+///         SEI unit without a trailing byte, memory ran out, or the copy and the room that is made for it (at
+///         most twice as much) go beyond 32 bits.
 VIDEOPARAMS_API int64_t AddUserData(void* handle, const unsigned char* data, unsigned int size,
                                     const unsigned char* userData, unsigned int count,
                                     const unsigned char** output, unsigned int* outputSize);
@@ -517,7 +522,7 @@ VIDEOPARAMS_API int64_t AddUserData(void* handle, const unsigned char* data, uns
 ///                    handle and stay valid until its next `AddUserData`, GetUserData or `UserDataRelease`.
 /// @param outputSize  Receives their number; 0 with a non-null address is a message without bytes.
 /// @return 0: searched, whether or not something was found. -1: no start code in 5 bytes or more, or memory
-///         ran out (null and 0); or a null argument (nothing written).
+///         ran out (null and 0); or a null handle or result pointer (nothing written).
 VIDEOPARAMS_API int64_t GetUserData(void* handle, const unsigned char* data, unsigned int size,
                                     const unsigned char** output, unsigned int* outputSize);
 
@@ -542,8 +547,9 @@ VIDEOPARAMS_API int64_t GetUserData(void* handle, const unsigned char* data, uns
 /// @param output      Receives the copy's address, also when nothing was removed. It belongs to the handle
 ///                    and stays valid until its next RemoveUserData or `UserDataRelease`.
 /// @param outputSize  Receives the bytes at `output`.
-/// @return 0: copied. -1: no start code in 5 bytes or more (an empty copy); a size beyond 32 bits or memory
-///         ran out (null and 0); a null argument or `data` in the handle's own result (nothing written).
+/// @return 0: copied. -1: no start code in 5 bytes or more (an empty copy); memory ran out, or the copy and
+///         the room that is made for it (at most twice as much) go beyond 32 bits (null and 0); a null handle
+///         or result pointer, or `data` in the handle's own result (nothing written).
 VIDEOPARAMS_API int64_t RemoveUserData(void* handle, const unsigned char* data, unsigned int size,
                                        const unsigned char** output, unsigned int* outputSize);
 
