@@ -54,7 +54,8 @@ public:
         rbsp.TrailingBits();  // byte_alignment()
         rbsp.Append(payload);
         rbsp.TrailingBits();
-        AppendUnit(stream, Header(isIdr ? 19 : 1), rbsp.Rbsp());
+        // IDR_W_RADL, then TRAIL_R and TRAIL_N in turn: the header of the latter begins with a zero byte.
+        AppendUnit(stream, Header(isIdr ? 19 : index % 2), rbsp.Rbsp());
     }
 
 private:
