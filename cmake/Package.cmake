@@ -37,12 +37,15 @@ set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION video)
 set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS
     "${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME} (>= ${PROJECT_VERSION})")
 
+# The first line of each is its summary; one for all would come in front of them.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
+set(summary "analysis and editing of H.264 and H.265 streams")
 set(about "VideoParams tells the access units of a stream, its key frames,
 picture size, frame rate and colour description, and puts user data
 into SEI messages.\n\nThis package holds")
-set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "${about} the shared library.")
-set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "${about} what a program is built with.")
-set(CPACK_DEBIAN_TOOL_DESCRIPTION "${about} the command line tool.")
+set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "${summary} (shared library)\n${about} the shared library.")
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "${summary} (development files)\n${about} what a program is built with.")
+set(CPACK_DEBIAN_TOOL_DESCRIPTION "${summary} (command line tool)\n${about} the command line tool.")
 
 # What Debian's policy wants beside the files, and a plain install does without.
 function(compress file compressed)
