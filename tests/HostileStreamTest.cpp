@@ -104,6 +104,24 @@ TEST(HostileStream, AnyValueOfAnyElementIsSurvived)
     }
 }
 
+// Sums as well: 2^32 - 2 pictures and 3 more would be 1, and what follows would be taken for a VUI.
+TEST(HostileStream, SumsOfCountsDoNotWrap)
+{
+    const HevcSps sps = {.refPicSets = {{0, 3}}};
+    size_t ueCount = 1;
+    for (size_t ue = 0; ue < ueCount; ++ue) {
+        BitWriter writer;
+        writer.ReplaceUe(ue, UINT32_MAX - 1);
+        sps.WriteTo(writer);
+        ueCount = writer.UeCount();
+        Analysis host(VideoCodecHEVC);
+        host.Feed(HevcUnit(33, writer.Written()));
+        host.Flush();
+        ASSERT_EQ(host.Reports().size(), 1u);
+        EXPECT_EQ(host.Reports()[0].info.video_format, 0u) << ue;
+    }
+}
+
 TEST(HostileStream, AStreamCutAnywhereIsSurvived)
 {
     for (const Codec& codec : {Avc(), Hevc()}) {

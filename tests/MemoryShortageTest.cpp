@@ -97,6 +97,22 @@ std::vector<Bytes> HevcUnits()
             HevcSei(), slice(1, 1),       delimiter,   slice(20, 2), delimiter, HevcSei(),    slice(1, 3)};
 }
 
+// What is missing is missing as a whole.
+bool AreUnitsOf(const std::vector<Bytes>& units, const Bytes& stream)
+{
+    for (size_t at = 0; at < stream.size();) {
+        const auto unit = std::find_if(units.begin(), units.end(), [&](const Bytes& candidate) {
+            return std::equal(candidate.begin(), candidate.end(), stream.begin() + static_cast<ptrdiff_t>(at),
+                              stream.begin() +
+                                  static_cast<ptrdiff_t>(std::min(at + candidate.size(), stream.size())));
+        });
+        if (unit == units.end())
+            return false;
+        at += unit->size();
+    }
+    return true;
+}
+
 // All units and a flush are one step, the bytes that they report its outcome.
 TEST(MemoryShortage, AnalysisSurvivesIt)
 {
@@ -126,8 +142,10 @@ TEST(MemoryShortage, AnalysisSurvivesIt)
         normal = reported;
         EXPECT_GT(normal.size(), Join(units).size() - 1);
         EXPECT_EQ(ParseRelease(handle), 0);
-        const std::vector<Step> steps = {
-            {"ParseVideoParams", analyse, [&](bool) { return reported.size() <= normal.size(); }}};
+        const std::vector<Step> steps = {{"ParseVideoParams", analyse, [&](bool) {
+                                              return reported.size() <= normal.size() &&
+                                                     AreUnitsOf(units, reported);
+                                          }}};
         ExpectEveryShortageSurvived(create, ParseRelease, handle, steps, 15);
     }
 }
