@@ -75,7 +75,7 @@ class SequenceInfo:
     frame_rate_numerator: int
     """Frames a second = numerator / denominator; both 0 when the stream does not say."""
     frame_rate_denominator: int
-    """H.264: 2 * num_units_in_tick. H.265: num_units_in_tick."""
+    """H.264: 2 * num_units_in_tick. H.265: num_units_in_tick. May be 0: check before dividing."""
     video_signal_type_present_flag: int
     video_format: int
     video_full_range_flag: int
