@@ -169,6 +169,11 @@ TEST(MemoryShortage, UserDataSurvivesIt)
         void* handle = nullptr;
         Result got, added, addedMany, removed;
         const std::vector<Step> steps = {
+            {"RemoveUserData of few",
+             [&] {
+                 return RemoveUserData(handle, withFew.data(), Size(withFew), &removed.data, &removed.size);
+             },
+             [&](bool succeeded) { return succeeded ? removed.Is(plain) : removed.IsNone(); }},
             {"GetUserData",
              [&] { return GetUserData(handle, withMany.data(), Size(withMany), &got.data, &got.size); },
              [&](bool succeeded) { return succeeded ? got.Is(many) : got.IsNone(); }},

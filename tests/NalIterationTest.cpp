@@ -1,3 +1,4 @@
+#include "VideoQueue/HeapBuffer.h"
 #include "support/AvcStream.h"
 #include "support/FailingHeap.h"
 #include "support/PageBytes.h"
@@ -131,6 +132,17 @@ TEST_F(NalIteration, HandsOutEveryUnitAndSkipsWhatHasNoHeader)
     }
     EXPECT_TRUE(Next().IsNone());
     EXPECT_TRUE(Next().IsNone());
+}
+
+// The buffer went when there was no memory for a larger one.
+TEST_F(NalIteration, HandsOutNoSliceWithoutMemoryForItsFirstBytes)
+{
+    FreeBuffer(parser.rbspBuffer);
+    parser.rbspBufferSize = 0;
+    Bytes slice = AvcSlice{}.Write();
+    parser.SetVideoData(slice.data(), Size(slice));
+    FailingHeap heap(1, FailingHeap::Failure::Once);
+    EXPECT_TRUE(heap.During([&] { return Next(); }).IsNone());
 }
 
 TEST_F(NalIteration, IsEndedByEveryOtherOperationThatScans)

@@ -1,4 +1,3 @@
-#include "support/Analysis.h"
 #include "support/AvcStream.h"
 #include "support/FailingHeap.h"
 #include "support/PageBytes.h"
@@ -91,30 +90,6 @@ TEST(SetParameterSetData, APairStaysAPairWhenMemoryRunsOut)
         EXPECT_EQ(CopyOf(parser.spsData, parser.spsLength), plainSps.Write());
         EXPECT_EQ(CopyOf(parser.ppsData, parser.ppsLength), plainPps.Write());
         EXPECT_EQ(parser.parameterSetInfo.width, 160u);
-    }
-}
-
-// A slice stream without parameter sets, as MP4 files hold it.
-TEST(SetParameterSetData, MakesAStreamWithoutParameterSetsSelfContained)
-{
-    const Bytes key = AvcSlice{.nal_unit_type = 5}.Write();
-    const Bytes inter = AvcSlice{.frame_num = 1}.Write();
-    const Bytes ownSets = otherSps.Write() + plainPps.Write();
-    Analysis analysis(VideoCodecAVC);
-    Bytes sps = WithoutStartCode(plainSps.Write());
-    Bytes pps = WithoutStartCode(plainPps.Write());
-    ASSERT_EQ(SetParameterSetData(analysis.Handle(), sps.data(), Size(sps), pps.data(), Size(pps)), 0);
-    const Bytes next = AvcDelimiter() + inter;
-    for (const Bytes& fed : {AvcDelimiter() + key + next, ownSets + key, next, key, Bytes{}})
-        analysis.Feed(fed);
-    // Its own are neither replaced nor taken over.
-    const Bytes sets = plainSps.Write() + plainPps.Write();
-    const std::pair<Bytes, uint32_t> expected[] = {
-        {AvcDelimiter() + sets + key, 160}, {next, 0}, {ownSets + key, 320}, {next, 0}, {sets + key, 160}};
-    ASSERT_EQ(analysis.Reports().size(), std::size(expected));
-    for (size_t i = 0; i < std::size(expected); ++i) {
-        EXPECT_EQ(analysis.Reports()[i].bytes, expected[i].first) << i;
-        EXPECT_EQ(analysis.Reports()[i].info.width, expected[i].second) << i;
     }
 }
 
