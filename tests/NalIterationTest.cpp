@@ -73,7 +73,7 @@ TEST_F(NalIteration, MeasuresHeadersOfAnyLength)
             for (uint32_t i = 0; i < lsbBits; ++i)
                 writer.U(1, bit);
             const size_t read = writer.BitCount();
-            writer.U(1, 1).Align(0).Append({0x12, 0x34});
+            writer.U(1, 1).Align(0).Append({0, 0, 1, 0x34});
             const Bytes sets = sps.Write() + AvcPps{}.Write();
             const Bytes head(writer.Written().begin(), writer.Written().begin() + ptrdiff_t(read / 8));
             const Unit whole = LastOf(sets + AvcUnit(1, writer.Written()));
