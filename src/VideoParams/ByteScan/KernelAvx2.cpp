@@ -1,18 +1,13 @@
-#include "VideoParams/ByteScan/Kernels.h"
-
 #if defined(__x86_64__) || defined(__i386__)
 
-#include <algorithm>
-#include <cstdint>
-#include <immintrin.h>
+#define VECTOR_TARGET __attribute__((target("avx2")))
+#include "VideoParams/ByteScan/VectorSearch.h"
 
-#define TARGET_AVX2 __attribute__((target("avx2")))
+#include <immintrin.h>
 
 namespace videoparams {
 
 namespace {
-
-constexpr ptrdiff_t Width = 32;
 
 bool Supported()
 {
@@ -20,104 +15,36 @@ bool Supported()
     return __builtin_cpu_supports("avx2");
 }
 
-TARGET_AVX2 inline __m256i Load(const unsigned char* at)
+struct Avx2
 {
-    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(at));
-}
+    using Block = __m256i;
+    static constexpr ptrdiff_t Width = 32;
+    static constexpr ptrdiff_t MaskBitsPerByte = 1;
 
-TARGET_AVX2 inline void Store(unsigned char* at, __m256i block)
-{
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(at), block);
-}
-
-// A bit a byte: the bytes of `block` that equal `value`.
-TARGET_AVX2 inline uint32_t Equal(__m256i block, char value)
-{
-    return static_cast<uint32_t>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(block, _mm256_set1_epi8(value))));
-}
-
-// A bit a byte: where 00 00 begins, or 00 00 01.
-template <ptrdiff_t MatchLength>
-TARGET_AVX2 inline uint32_t Matches(const unsigned char* at)
-{
-    const uint32_t pairs = Equal(_mm256_or_si256(Load(at), Load(at + 1)), 0);
-    return MatchLength == 3 ? pairs & Equal(Load(at + 2), 1) : pairs;
-}
-
-// Whether two zero bytes begin anywhere in the four blocks from `at` on; they are copied all the same.
-template <bool Copying>
-TARGET_AVX2 inline bool AnyPair(const unsigned char* at, unsigned char* to)
-{
-    const __m256i first = Load(at);
-    const __m256i second = Load(at + Width);
-    const __m256i third = Load(at + 2 * Width);
-    const __m256i fourth = Load(at + 3 * Width);
-    // Zero where two zero bytes begin.
-    const __m256i left =
-        _mm256_min_epu8(_mm256_or_si256(first, Load(at + 1)), _mm256_or_si256(second, Load(at + Width + 1)));
-    const __m256i right = _mm256_min_epu8(_mm256_or_si256(third, Load(at + 2 * Width + 1)),
-                                          _mm256_or_si256(fourth, Load(at + 3 * Width + 1)));
-    if constexpr (Copying) {
-        Store(to, first);
-        Store(to + Width, second);
-        Store(to + 2 * Width, third);
-        Store(to + 3 * Width, fourth);
+    VECTOR_TARGET static Block Load(const unsigned char* at)
+    {
+        return _mm256_loadu_si256(reinterpret_cast<const Block*>(at));
     }
-    return Equal(_mm256_min_epu8(left, right), 0) != 0;
-}
 
-// Takes at least a block and what a match reaches beyond it. Loads are aligned, or stores where there are
-// some. The last block overlaps the one in front of it.
-template <ptrdiff_t MatchLength, bool Copying>
-TARGET_AVX2 const unsigned char* Search(const unsigned char* begin, const unsigned char* end,
-                                        unsigned char* destination)
-{
-    constexpr ptrdiff_t Overlap = MatchLength - 1;
-    const unsigned char* const last = end - Width - Overlap;
-    const unsigned char* at = begin;
-    const auto address = reinterpret_cast<uintptr_t>(Copying ? destination : begin);
-    ptrdiff_t step = Width - static_cast<ptrdiff_t>(address % Width);
-    while (true) {
-        if constexpr (Copying)
-            Store(destination + (at - begin), Load(at));
-        const uint32_t found = Matches<MatchLength>(at);
-        if (found != 0)
-            return at + __builtin_ctz(found);
-        if (at == last)
-            break;
-        at += std::min(step, last - at);
-        while (last - at >= 4 * Width && !AnyPair<Copying>(at, destination + (Copying ? at - begin : 0)))
-            at += 4 * Width;
-        step = Width;
+    VECTOR_TARGET static void Store(unsigned char* at, Block block)
+    {
+        _mm256_storeu_si256(reinterpret_cast<Block*>(at), block);
     }
-    if constexpr (Copying)
-        Store(destination + (last - begin) + Overlap, Load(last + Overlap));
-    return end;
-}
 
-const unsigned char* Avx2StartCodePrefix(const unsigned char* begin, const unsigned char* end)
-{
-    return end - begin < Width + 2 ? sse2Kernel.findStartCodePrefix(begin, end)
-                                   : Search<3, false>(begin, end, nullptr);
-}
+    VECTOR_TARGET static Block Or(Block a, Block b) { return _mm256_or_si256(a, b); }
+    VECTOR_TARGET static Block Min(Block a, Block b) { return _mm256_min_epu8(a, b); }
 
-const unsigned char* Avx2ZeroPair(const unsigned char* begin, const unsigned char* end)
-{
-    return end - begin < Width + 1 ? sse2Kernel.findZeroPair(begin, end)
-                                   : Search<2, false>(begin, end, nullptr);
-}
-
-const unsigned char* Avx2CopyToStartCodePrefix(const unsigned char* begin, const unsigned char* end,
-                                               unsigned char* destination)
-{
-    return end - begin < Width + 2 ? sse2Kernel.copyToStartCodePrefix(begin, end, destination)
-                                   : Search<3, true>(begin, end, destination);
-}
+    VECTOR_TARGET static uint32_t Equal(Block block, char value)
+    {
+        return static_cast<uint32_t>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(block, _mm256_set1_epi8(value))));
+    }
+};
 
 }  // namespace
 
-const ByteScanKernel avx2Kernel = {"avx2", Supported, Avx2StartCodePrefix, Avx2ZeroPair,
-                                   Avx2CopyToStartCodePrefix};
+const ByteScanKernel avx2Kernel = {"avx2", Supported, VectorStartCodePrefix<Avx2, sse2Kernel>,
+                                   VectorZeroPair<Avx2, sse2Kernel>,
+                                   VectorCopyToStartCodePrefix<Avx2, sse2Kernel>};
 
 }  // namespace videoparams
 
