@@ -169,8 +169,8 @@ TEST_P(AccessUnits, AFlushedHandleTakesUpANewStream)
     for (unsigned round = 0; round < 2; ++round) {
         host.Feed(picture);
         host.Feed(codec.delimiter + Slice(1) + codec.sei);
-        host.Feed(codec.sei.data(), 0);
-        host.Feed(nullptr, 9);
+        EXPECT_EQ(round == 0 ? host.Feed(codec.sei.data(), 0) : host.Feed(nullptr, 9), 0);
+        host.Flush();
     }
     const Bytes last = codec.delimiter + Slice(1) + codec.sei;
     ExpectReports({{picture, 1, true}, {last, 0, false}, {picture, 1, true}, {last, 0, false}});
