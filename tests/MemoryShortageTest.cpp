@@ -41,7 +41,12 @@ void ExpectEveryShortageSurvived(const Create& create, int64_t (*release)(void*)
                 continue;
             }
             for (const Step& step : steps) {
-                if (heap.During(step.call) != 0) {
+                const bool hadFailed = heap.HasFailed();
+                const int64_t result = heap.During(step.call);
+                if (failure == Failure::ForGood && !hadFailed && heap.HasFailed()) {
+                    EXPECT_EQ(result, -1) << step.name << " tells of allocation " << failAt;
+                }
+                if (result != 0) {
                     ASSERT_TRUE(heap.HasFailed()) << step.name << ", allocation " << failAt;
                     EXPECT_TRUE(step.isAsPromised(false)) << step.name << ", allocation " << failAt;
                     EXPECT_EQ(plentiful.During(step.call), 0) << step.name << ", allocation " << failAt;
@@ -273,6 +278,24 @@ TEST(MemoryShortage, QueriesAndExchangeSurviveIt)
         ExpectEveryShortageSurvived(create, ParseRelease, handle, steps, 20);
         std::rotate(steps.begin(), steps.begin() + 1, steps.end());
     }
+}
+
+// The slice does not need it, but a later sample may.
+TEST(MemoryShortage, SampleTestTellsOfAParameterSetThatItCouldNotKeep)
+{
+    const Bytes known = AvcSps{}.Write() + AvcPps{}.Write() + AvcSlice{.nal_unit_type = 5}.Write();
+    const Bytes sample = AvcSps{.seq_parameter_set_id = 7}.Write() + AvcSlice{.frame_num = 1}.Write();
+    void* handle = nullptr;
+    ASSERT_EQ(ParseCreate(&handle, VideoCodecAVC, 0, 0), 0);
+    VideoInfoEx test{};
+    EXPECT_EQ(VideoSampleTest(handle, known.data(), Size(known), &test), 0);
+    FailingHeap heap(1, FailingHeap::Failure::Once);
+    const auto testSample = [&] { return VideoSampleTest(handle, sample.data(), Size(sample), &test); };
+    EXPECT_EQ(heap.During(testSample), -1);
+    EXPECT_TRUE(test.sampleError == 0 && test.isFrame == 0);
+    EXPECT_EQ(heap.During(testSample), 0);
+    EXPECT_TRUE(test.sampleError == 0 && test.isFrame == 1);
+    EXPECT_EQ(heap.During([&] { return ParseRelease(handle); }), 0);
 }
 
 }  // namespace
