@@ -233,8 +233,8 @@ template <typename Handle>
 void RegisterShape(const Shape& shape, size_t size, const char* operation, Call call)
 {
     char sizeName[32];
-    std::snprintf(sizeName, sizeof sizeName, "%g MB", static_cast<double>(size) / Million);
-    const std::string name = std::string("hostile/") + shape.name + ", " + sizeName + "/" + operation;
+    std::snprintf(sizeName, sizeof sizeName, " (%g MB)", static_cast<double>(size) / Million);
+    const std::string name = std::string("hostile/") + shape.name + sizeName + "/" + operation;
     benchmark::RegisterBenchmark(name.c_str(), [&shape, size, call](benchmark::State& state) {
         Bytes bytes = shape.make(size);
         const Handle handle(shape.codec);
