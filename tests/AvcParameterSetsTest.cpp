@@ -91,7 +91,7 @@ struct Described
     uint32_t height = 96;
 };
 
-const AvcCropping cropping = {1, 2, 3, 4};
+const Window cropping = {1, 2, 3, 4};
 const std::vector<int32_t> sixteen = {1, -1, 2, -2, 3, -3, 4, -4, 5, -5, 6, -6, 7, -7, 0, 120};
 
 const Described described[] = {
@@ -124,7 +124,7 @@ const Described described[] = {
      96 - 7},
     {"unknown format", {.profile_idc = 100, .chroma_format_idc = Huge, .cropping = cropping}},
     // Modulo 2^32: 160 - 2 x (2^32 - 2) and 96 - 400; 16 x (2^32 - 1).
-    {"cropped away", {.cropping = AvcCropping{.right = Huge, .bottom = 200}}, 164, 4294966992},
+    {"cropped away", {.cropping = Window{.right = Huge, .bottom = 200}}, 164, 4294966992},
     {"huge", {.pic_width_in_mbs_minus1 = Huge}, 4294967280, 96},
 };
 

@@ -11,7 +11,7 @@ namespace {
 
 const Timing timing = {.num_units_in_tick = 1001, .time_scale = 60000};
 const HevcVui timedVui = {.timing = timing};
-const HevcWindow window = {.left = 1, .right = 8, .top = 2, .bottom = 4};
+const Window window = {.left = 1, .right = 8, .top = 2, .bottom = 4};
 
 // Reads a parameter set whose last `missing` bits are cut off: with some bits in front that are stepped over,
 // the data may end behind any bit.
@@ -82,8 +82,7 @@ const SpsCase spsCases[] = {
     {"4:2:2", WithWindow<2>, 398, 234},
     {"4:4:4", WithWindow<3>, 407, 234},
     {"unknown format", WithWindow<4>, 416, 240},
-    {"window too large", [](HevcSps& sps) { sps.conformanceWindow = HevcWindow{.right = 209}; },
-     UINT32_MAX - 1},
+    {"window too large", [](HevcSps& sps) { sps.conformanceWindow = Window{.right = 209}; }, UINT32_MAX - 1},
     {"sub-layers",
      [](HevcSps& sps) {
          sps.subLayers = {both, {false, true}, {true, false}, {}};

@@ -44,7 +44,7 @@ Codec Avc()
                                .scalingLists = std::vector<std::vector<int32_t>>(8, {1, -9}),
                                .pic_order_cnt_type = 1,
                                .offset_for_ref_frame = {3, 4},
-                               .cropping = AvcCropping{},
+                               .cropping = Window{},
                                .vui = AvcVui{.description = {.chroma_sample_loc_type = 1}}};
     static const AvcPps pps = {.bottom_field_pic_order_in_frame_present_flag = 1};
     return {VideoCodecAVC,
@@ -57,12 +57,12 @@ Codec Avc()
 Codec Hevc()
 {
     static const HevcVps vps = {.vps_num_layer_sets_minus1 = 1, .timing = Timing{}};
-    static const HevcSps sps = {.conformanceWindow = HevcWindow{},
+    static const HevcSps sps = {.conformanceWindow = Window{},
                                 .scalingLists = HevcScalingLists::Predicted,
                                 .pcm = true,
                                 .refPicSets = {{1, 1}, {.predicted = "ud-"}},
                                 .lt_ref_pic_poc_lsb_sps = {1, 2},
-                                .vui = HevcVui{.defaultDisplayWindow = HevcWindow{}}};
+                                .vui = HevcVui{.defaultDisplayWindow = Window{}}};
     return {VideoCodecHEVC,
             {{[](BitWriter& w) { vps.WriteTo(w); }, [](const Bytes& rbsp) { return HevcUnit(32, rbsp); }},
              {[](BitWriter& w) { sps.WriteTo(w); }, [](const Bytes& rbsp) { return HevcUnit(33, rbsp); }},

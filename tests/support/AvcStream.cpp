@@ -50,9 +50,7 @@ void AvcSps::WriteTo(BitWriter& writer) const
     if (!frame_mbs_only_flag)
         writer.U(1, 1);  // mb_adaptive_frame_field_flag
     writer.U(1, 1);      // direct_8x8_inference_flag
-    writer.U(1, cropping.has_value());
-    if (cropping)
-        writer.Ue(cropping->left).Ue(cropping->right).Ue(cropping->top).Ue(cropping->bottom);
+    WriteWindow(writer, cropping);
     writer.Mark("size");
     writer.U(1, vui.has_value());
     if (vui) {

@@ -6,14 +6,6 @@
 
 namespace videoparams::test {
 
-struct AvcCropping
-{
-    uint32_t left = 0;
-    uint32_t right = 0;
-    uint32_t top = 0;
-    uint32_t bottom = 0;
-};
-
 struct AvcVui
 {
     VideoDescription description{};
@@ -37,7 +29,7 @@ struct AvcSps
     uint32_t pic_width_in_mbs_minus1 = 9;
     uint32_t pic_height_in_map_units_minus1 = 5;
     uint32_t frame_mbs_only_flag = 1;
-    std::optional<AvcCropping> cropping{};
+    std::optional<Window> cropping{};
     std::optional<AvcVui> vui{};
 
     void WriteTo(BitWriter& writer) const;

@@ -80,13 +80,6 @@ void WriteRefPicSet(BitWriter& writer, const HevcRefPicSet& set, bool isFirst)
         writer.Ue(i).U(1, 1);
 }
 
-void WriteWindow(BitWriter& writer, const std::optional<HevcWindow>& window)
-{
-    writer.U(1, window.has_value());
-    if (window)
-        writer.Ue(window->left).Ue(window->right).Ue(window->top).Ue(window->bottom);
-}
-
 void WriteVui(BitWriter& writer, const HevcVui& vui)
 {
     vui.description.WriteTo(writer);

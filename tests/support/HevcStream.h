@@ -35,18 +35,10 @@ struct HevcRefPicSet
     std::string predicted{};  // u: used_by_curr_pic_flag; d: use_delta_flag alone; -: neither
 };
 
-struct HevcWindow
-{
-    uint32_t left = 0;
-    uint32_t right = 0;
-    uint32_t top = 0;
-    uint32_t bottom = 0;
-};
-
 struct HevcVui
 {
     VideoDescription description{};
-    std::optional<HevcWindow> defaultDisplayWindow{};
+    std::optional<Window> defaultDisplayWindow{};
     std::optional<Timing> timing{};
 };
 
@@ -67,7 +59,7 @@ struct HevcSps
     uint32_t chroma_format_idc = 1;
     uint32_t pic_width_in_luma_samples = 416;
     uint32_t pic_height_in_luma_samples = 240;
-    std::optional<HevcWindow> conformanceWindow{};
+    std::optional<Window> conformanceWindow{};
     uint32_t log2_max_pic_order_cnt_lsb_minus4 = 4;
     HevcScalingLists scalingLists = HevcScalingLists::Absent;
     bool pcm = false;

@@ -2,6 +2,13 @@
 
 namespace videoparams::test {
 
+void WriteWindow(BitWriter& writer, const std::optional<Window>& window)
+{
+    writer.U(1, window.has_value());
+    if (window)
+        writer.Ue(window->left).Ue(window->right).Ue(window->top).Ue(window->bottom);
+}
+
 void VideoDescription::WriteTo(BitWriter& writer) const
 {
     writer.U(1, aspectRatio.has_value());

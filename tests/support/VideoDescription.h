@@ -33,6 +33,18 @@ struct Timing
     uint32_t time_scale = 50;
 };
 
+// Cropping offsets.
+struct Window
+{
+    uint32_t left = 0;
+    uint32_t right = 0;
+    uint32_t top = 0;
+    uint32_t bottom = 0;
+};
+
+// A flag whether there is one, and its offsets.
+void WriteWindow(BitWriter& writer, const std::optional<Window>& window);
+
 // The first elements of vui_parameters(), the same in both standards. Marks: "colour".
 struct VideoDescription
 {
