@@ -13,7 +13,13 @@ ln -sfn /usr/include/nlohmann "$headers/nlohmann"
 # Of Windows' own programs the tests need none, and without these the first start is faster.
 export WINEPREFIX=$buildRoot/wine WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml,winemenubuilder.exe="
 mkdir -p "$WINEPREFIX"
+
+# One server for the whole run: left to itself, it ends where no program runs, and a program that starts just then fails.
 trap 'wineserver -k >/dev/null 2>&1 || true' EXIT
+wineserver -k >/dev/null 2>&1 || true
+wineserver -p
+# Its services would hold the output of the program that starts them open.
+quietly "$buildRoot/wine.log" wineboot
 
 # The programs bring the compiler's libraries in themselves, as the DLL does.
 crossTest windows -DCMAKE_SYSTEM_NAME=Windows -DCMAKE_SYSTEM_PROCESSOR=x86_64 \
