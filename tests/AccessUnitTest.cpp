@@ -170,6 +170,7 @@ TEST_P(AccessUnits, AFlushedHandleTakesUpANewStream)
         host.Feed(picture);
         host.Feed(codec.delimiter + Slice(1) + codec.sei);
         EXPECT_EQ(round == 0 ? host.Feed(codec.sei.data(), 0) : host.Feed(nullptr, 9), 0);
+        EXPECT_EQ(host.Reports().size(), 2 * round + 2);
         host.Flush();
     }
     const Bytes last = codec.delimiter + Slice(1) + codec.sei;
