@@ -98,6 +98,7 @@ TEST_F(VideoQueue, FailingGrowthLeavesTheEntryAsItWas)
     ASSERT_EQ(Store(entry, slice), ResultOk);
     ASSERT_EQ(Insert(entry), ResultOk);
     EXPECT_EQ(Contents(entry), sps + pps + delimiter + slice);
+    EXPECT_EQ(entry->capacity, entry->length) << "no more than was needed";
     VideoQueueInfo* const empty = NextEntry();
     ASSERT_EQ(Insert(empty), ResultOk);
     EXPECT_EQ(Contents(empty), sps + pps);
