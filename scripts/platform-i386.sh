@@ -6,5 +6,10 @@ set -euo pipefail
 "$projectDir/scripts/setup.sh" build i386
 root=/usr/i686-linux-gnu
 emulator=("$root/lib/ld-linux.so.2" --library-path "$root/lib")
-"${emulator[@]}" --version >/dev/null 2>&1 || emulator=(qemu-i386 -cpu max -L "$root")
+if ! "${emulator[@]}" --version >/dev/null 2>&1; then
+    emulator=(qemu-i386 -cpu max -L "$root")
+    # There even threads that share nothing never end.
+    echo "i686-linux-gnu: the thread test is left out, which qemu-i386 cannot run"
+    export GTEST_FILTER=-Thread.*
+fi
 crossTestLinux i686-linux-gnu i686 "${emulator[@]}"
