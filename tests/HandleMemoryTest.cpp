@@ -141,7 +141,7 @@ TEST(HandleMemory, OfTheAnalysisIsBoundedByTheLargestAccessUnit)
         host.Analyse(units.sets.data(), Size(units.sets));
         for (size_t picture = 0; picture < sizes.size(); ++picture) {
             const uint32_t size = sizes[picture];
-            host.met.accessUnit = std::max<int64_t>(host.met.accessUnit, 6 * size + units.sets.size());
+            host.met.accessUnit = std::max<int64_t>(host.met.accessUnit, 6 * size + Size(units.sets));
             for (unsigned i = 0; i < 3; ++i)
                 host.Analyse(units.sei.data(), size);
             for (unsigned i = 0; i < 3; ++i)
