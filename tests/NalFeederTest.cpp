@@ -118,7 +118,7 @@ TEST(NalFeeder, CutsRealStreams)
 {
     for (const TestStream& stream : TestStreams()) {
         const Bytes bytes = stream.Read();
-        for (const size_t piece : {1, 700, 1 << 20})
+        for (const size_t piece : {1u, 700u, 1u << 20})
             EXPECT_TRUE(Feed(bytes, {piece}, ShortUnits::Join).units == SplitUnits(bytes)) << stream.name;
     }
 }

@@ -174,7 +174,7 @@ TEST_P(UserData, AnyBytesComeBackAndLeaveNoTrace)
     // hold at first, before and after emulation prevention.
     std::vector<size_t> counts(601);
     std::iota(counts.begin(), counts.end(), 0);
-    for (const size_t more : {0, 1, 2, 3, 4, 5})
+    for (const size_t more : {0u, 1u, 2u, 3u, 4u, 5u})
         counts.insert(counts.end(), {1994740 + 5 * more, 2999960 + 10 * more});
     for (const size_t count : counts) {
         EXPECT_EQ(UserDataRelease(handle), 0);
