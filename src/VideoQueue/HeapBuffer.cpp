@@ -42,14 +42,14 @@ void* Reallocate(BlockHeader* header, uint64_t size)
 
 }  // namespace
 
-void* AllocateBlock(uint64_t size)
+void* AllocateBlock(uint64_t size) noexcept
 {
     if (!Fits(size))
         return nullptr;
     return Finish(std::malloc(static_cast<size_t>(size) + sizeof(BlockHeader)), static_cast<size_t>(size));
 }
 
-void* GrowBlock(void* block, uint64_t size)
+void* GrowBlock(void* block, uint64_t size) noexcept
 {
     if (block == nullptr)
         return AllocateBlock(size);
@@ -63,7 +63,7 @@ void* GrowBlock(void* block, uint64_t size)
     return grown == nullptr && generous > size ? Reallocate(header, size) : grown;
 }
 
-void FreeBlock(void* block)
+void FreeBlock(void* block) noexcept
 {
     if (block != nullptr)
         std::free(HeaderOf(block));

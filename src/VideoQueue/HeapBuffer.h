@@ -15,9 +15,9 @@ namespace videoparams {
 namespace heap {
 
 // Blocks that know their true size, in bytes. GrowBlock keeps the contents; null leaves the block as it was.
-[[nodiscard]] void* AllocateBlock(uint64_t size);
-[[nodiscard]] void* GrowBlock(void* block, uint64_t size);
-void FreeBlock(void* block);
+[[nodiscard]] void* AllocateBlock(uint64_t size) noexcept;
+[[nodiscard]] void* GrowBlock(void* block, uint64_t size) noexcept;
+void FreeBlock(void* block) noexcept;
 
 }  // namespace heap
 
