@@ -19,7 +19,7 @@ trap 'wineserver -k >/dev/null 2>&1 || true' EXIT
 wineserver -k >/dev/null 2>&1 || true
 wineserver -p
 # Its services would hold the output of the program that starts them open.
-quietly "$buildRoot/wine.log" wineboot
+quietly "$buildRoot/wine.log" timeout 120 wineboot
 
 # The programs bring the compiler's libraries in themselves, as the DLL does.
 crossTest windows -DCMAKE_SYSTEM_NAME=Windows -DCMAKE_SYSTEM_PROCESSOR=x86_64 \
