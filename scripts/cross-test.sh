@@ -19,7 +19,8 @@ crossTest() {
     local name=$1
     shift
     buildGoogleTest "$name" "$@"
-    build release "$name" "$@" "-DGTest_DIR=$buildRoot/$name-googletest/lib/cmake/GTest" -DVIDEOPARAMS_BUILD_TOOL=OFF
+    build release "$name" "$@" "-DGTest_DIR=$buildRoot/$name-googletest/lib/cmake/GTest" \
+        -DVIDEOPARAMS_BUILD_TESTS=ON -DVIDEOPARAMS_BUILD_EXAMPLES=ON -DVIDEOPARAMS_BUILD_TOOL=OFF
     quietly "$buildRoot/$name.tests.log" ctest --test-dir "$buildRoot/$name" --no-tests=error --verbose
     # The tests of an executable are run in shares, which ctest takes for one test each.
     awk -v name="$name" '
