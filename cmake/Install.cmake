@@ -8,6 +8,7 @@ install(TARGETS VideoParams VideoParamsStatic EXPORT VideoParamsTargets
     LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT Runtime NAMELINK_COMPONENT Development
     ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT Development)
 install(FILES include/VideoParams.h DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT Development)
+install(DIRECTORY include/videoparams DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT Development)
 
 install(EXPORT VideoParamsTargets NAMESPACE VideoParams:: DESTINATION "${packageDir}" COMPONENT Development)
 configure_package_config_file(cmake/VideoParamsConfig.cmake.in VideoParamsConfig.cmake

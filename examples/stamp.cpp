@@ -4,7 +4,7 @@
 //
 // SPDX-License-Identifier: MIT
 
-#include "NalFeeder.hpp"
+#include "videoparams/nal_feeder.hpp"
 
 #include <VideoParams.h>
 #include <cstdio>

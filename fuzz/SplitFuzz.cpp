@@ -1,7 +1,7 @@
 // Splitting and iteration: the units of the rule itself; and all search kernels find the same.
 
 #include "FuzzInput.h"
-#include "VideoParams/ByteScan/Kernels.h"
+#include "bitstream/ByteScan/Kernels.h"
 
 #include <algorithm>
 

@@ -14,8 +14,8 @@
 /// - when several access units are completed by one call, only the last of them is reported.
 ///
 /// A buffer with one whole unit of 5 bytes or more (its start code first) avoids all five; a shorter unit
-/// goes with the one before it. `examples/NalFeeder.hpp` takes a stream in pieces of any size and hands on
-/// whole units. A buffer with one whole access unit is as good, and faster.
+/// goes with the one before it. `include/videoparams/nal_feeder.hpp` takes a stream in pieces of any size and
+/// hands on whole units. A buffer with one whole access unit is as good, and faster.
 ///
 /// @code
 /// void* parser;

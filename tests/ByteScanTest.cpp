@@ -1,5 +1,5 @@
-#include "VideoParams/ByteScan/ByteScan.h"
-#include "VideoParams/ByteScan/Kernels.h"
+#include "bitstream/ByteScan/ByteScan.h"
+#include "bitstream/ByteScan/Kernels.h"
 #include "support/PageBytes.h"
 
 #include <algorithm>

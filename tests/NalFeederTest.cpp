@@ -1,4 +1,4 @@
-#include "NalFeeder.hpp"
+#include "videoparams/nal_feeder.hpp"
 
 #include "support/Probes.h"
 #include "support/TestStream.h"

@@ -1,4 +1,4 @@
-#include "VideoQueue/HeapBuffer.h"
+#include "memory/HeapBuffer.h"
 #include "support/AvcStream.h"
 #include "support/FailingHeap.h"
 #include "support/PageBytes.h"

@@ -1,6 +1,6 @@
 // QueryType and VideoSampleTest.
 
-#include "VideoQueue/HeapBuffer.h"
+#include "memory/HeapBuffer.h"
 #include "support/Analysis.h"
 #include "support/AvcStream.h"
 #include "support/FailingHeap.h"

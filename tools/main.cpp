@@ -2,9 +2,9 @@
 //
 // SPDX-License-Identifier: MIT
 
-#include "CommandLine.h"
-#include "Message.h"
-#include "ToolError.h"
+#include "commands/CommandLine.h"
+#include "io/ToolError.h"
+#include "report/Message.h"
 
 #include <cerrno>
 #include <cstdio>

@@ -3,8 +3,8 @@
 
 #include "VideoParams.h"
 
-#include "VideoParams/ParseAVCParams.h"
-#include "VideoParams/ParseHEVCParams.h"
+#include "avc/ParseAVCParams.h"
+#include "hevc/ParseHEVCParams.h"
 
 #include <cstddef>
 #include <new>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "VideoParams/ParseAVCParams.h"
-#include "VideoParams/ParseHEVCParams.h"
+#include "avc/ParseAVCParams.h"
+#include "hevc/ParseHEVCParams.h"
 
 #include <cstdlib>
 

@@ -1,0 +1,82 @@
+// SEI units are handed to the library one by one; everything else passes through. The library writes each SEI
+// unit anew. Here a unit from which nothing went stays as it was, and the others keep their start code, their
+// header and the zeros behind them: what `add` made of a stream becomes that stream again.
+
+#include "commands/Commands.h"
+#include "io/OutputFile.h"
+#include "report/Message.h"
+#include "stream/Handle.h"
+#include "stream/SeiUnit.h"
+#include "stream/UnitSource.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <new>
+
+namespace tool {
+
+namespace {
+
+class CUserDataRemover
+{
+public:
+    CUserDataRemover(VideoCodecType codec, COutputFile& file) : handle(codec), output(file) {}
+
+    void Take(const NalUnit& unit);
+    uint64_t Edited() const { return edited; }
+
+private:
+    void TakeSei(const NalUnit& unit);
+
+    CUserDataHandle handle;
+    COutputFile& output;
+    uint64_t edited = 0;
+};
+
+void CUserDataRemover::Take(const NalUnit& unit)
+{
+    if (unit.IsSei() && !unit.ForbiddenZeroBit())
+        TakeSei(unit);
+    else
+        output.Write(unit.data, unit.size);
+}
+
+void CUserDataRemover::TakeSei(const NalUnit& unit)
+{
+    const unsigned char* plain = nullptr;
+    unsigned int plainSize = 0;
+    if (RemoveUserData(handle, unit.data, unit.size, &plain, &plainSize) != 0)
+        throw std::bad_alloc();
+    const uint32_t zeros = TrailingZeros(unit);
+    const unsigned char* const body = unit.Header() + unit.HeaderLength();
+    const unsigned char* const bodyEnd = unit.data + unit.size - zeros;
+    const NalUnit rest{unit.codec, plain, plainSize, 0, 0};
+    const unsigned char* const restBody = plainSize == 0 ? nullptr : rest.Header() + rest.HeaderLength();
+    if (restBody != nullptr && std::equal(body, bodyEnd, restBody, plain + plainSize)) {
+        output.Write(unit.data, unit.size);
+        return;
+    }
+    ++edited;
+    if (restBody == nullptr)
+        return;
+    output.Write(unit.data, static_cast<size_t>(body - unit.data));
+    output.Write(restBody, static_cast<size_t>(plain + plainSize - restBody));
+    output.Write(bodyEnd, zeros);
+}
+
+}  // namespace
+
+Status RunUserDataRemove(const UserDataOptions& options)
+{
+    CUnitSource source(options.file, options.codec);
+    COutputFile output(options.outputFile);
+    CUserDataRemover remover(source.Codec(), output);
+    source.ForEach([&](const NalUnit& unit) { remover.Take(unit); },
+                   [&](const unsigned char* bytes, size_t size) { output.Write(bytes, size); });
+    output.Commit();
+    if (!output.IsStandardOutput())
+        fmt::print("user data removed from {}\n", CountOf(remover.Edited(), "SEI unit"));
+    return StatusGood;
+}
+
+}  // namespace tool

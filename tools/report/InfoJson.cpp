@@ -1,0 +1,110 @@
+#include "report/ColourNames.h"
+#include "report/InfoReport.h"
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+namespace tool {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+// A file name need not be UTF-8.
+std::string Dump(const Json& json, int indent = -1)
+{
+    return json.dump(indent, ' ', false, Json::error_handler_t::replace);
+}
+
+// A value that is not coded has no name.
+Json Named(uint32_t value, uint32_t isCoded, const char* name)
+{
+    return {{"value", value}, {"name", isCoded ? Json(name) : Json(nullptr)}};
+}
+
+Json ToJson(const SequenceInfo& info)
+{
+    Json json = {{"width", info.width}, {"height", info.height}, {"frameRate", nullptr}};
+    if (info.HasFrameRate())
+        json["frameRate"] = {{"numerator", info.frameRateNumerator},
+                             {"denominator", info.frameRateDenominator},
+                             {"framesPerSecond", info.FrameRate()}};
+    const uint32_t hasSignal = info.video_signal_type_present_flag;
+    const uint32_t hasColour = info.colour_description_present_flag;
+    json["colour"] = {
+        {"video_signal_type_present_flag", hasSignal},
+        {"video_format", Named(info.video_format, hasSignal, VideoFormatName(info.video_format))},
+        {"video_full_range_flag", info.video_full_range_flag},
+        {"colour_description_present_flag", hasColour},
+        {"colour_primaries",
+         Named(info.colour_primaries, hasColour, ColourPrimariesName(info.colour_primaries))},
+        {"transfer_characteristics", Named(info.transfer_characteristics, hasColour,
+                                           TransferCharacteristicsName(info.transfer_characteristics))},
+        {"matrix_coefficients",
+         Named(info.matrix_coefficients, hasColour, MatrixCoefficientsName(info.matrix_coefficients))},
+    };
+    return json;
+}
+
+Json ToJson(const Spread& spread)
+{
+    if (spread.count == 0)
+        return nullptr;
+    return {{"smallest", spread.smallest}, {"mean", spread.Mean()}, {"largest", spread.largest}};
+}
+
+Json ToJson(const std::optional<double>& value)
+{
+    return value ? Json(*value) : Json(nullptr);
+}
+
+}  // namespace
+
+CJsonReport::CJsonReport(const std::string& name, VideoCodecType codec, bool lists) : listsAccessUnits(lists)
+{
+    fmt::print("{{\n  \"file\": {},\n  \"codec\": {},\n", Dump(name), Dump(CodecName(codec)));
+    if (listsAccessUnits)
+        fmt::print("  \"accessUnits\": [");
+}
+
+void CJsonReport::PrintAccessUnit(const AccessUnit& unit)
+{
+    Json json = {
+        {"number", unit.number}, {"offset", unit.offset}, {"size", unit.size}, {"keyFrame", unit.isKeyFrame}};
+    if (unit.slice_type >= 0) {
+        json["field"] = unit.isField;
+        json["slice_type"] = unit.slice_type;
+    }
+    fmt::print("{}\n    {}", isFirst ? "" : ",", Dump(json));
+    isFirst = false;
+}
+
+void CJsonReport::Finish(const InfoReport& report)
+{
+    if (listsAccessUnits)
+        fmt::print("\n  ],\n");
+    Json json;
+    const CStreamSummary& summary = report.summary;
+    json["sequences"] = Json::array();
+    for (const SequenceStart& sequence : summary.Sequences()) {
+        json["sequences"].push_back({{"firstAccessUnit", sequence.accessUnit}});
+        json["sequences"].back().update(ToJson(sequence.info));
+    }
+    json["sequenceChanges"] = summary.SequenceChanges();
+    json["bytes"] = report.readBytes;
+    json["unitCount"] = report.unitCount;
+    json["accessUnitCount"] = summary.Sizes().count;
+    json["accessUnitSize"] = ToJson(summary.Sizes());
+    json["fieldCount"] = summary.Fields();
+    json["keyFrameCount"] = summary.KeyFrames();
+    json["keyFrameDistance"] = ToJson(summary.KeyDistances());
+    json["seconds"] = ToJson(summary.Duration());
+    json["bitsPerSecond"] = ToJson(summary.BitRate());
+    json["unreadable"] = {{"bytes", report.UnreadableBytes()},
+                          {"damagedUnits", report.damage.damagedUnits},
+                          {"lostSlices", report.damage.lostSlices},
+                          {"bytesOutsideOfUnits", report.skippedBytes}};
+    fmt::print("{}\n", Dump(json, 2).substr(2));
+}
+
+}  // namespace tool

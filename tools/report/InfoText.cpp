@@ -1,0 +1,157 @@
+#include "report/ColourNames.h"
+#include "report/InfoReport.h"
+#include "report/Message.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <numeric>
+
+namespace tool {
+
+namespace {
+
+constexpr size_t MaxChangesPrinted = 10;
+
+void PrintLine(const char* label, const std::string& text)
+{
+    fmt::print("  {:<20}{}\n", label, text);
+}
+
+std::string DescribeFrameRate(const SequenceInfo& info)
+{
+    if (!info.HasFrameRate())
+        return "not in the stream";
+    const uint32_t divisor = std::gcd(info.frameRateNumerator, info.frameRateDenominator);
+    if (divisor == info.frameRateDenominator)
+        return fmt::format("{} frames/s", info.frameRateNumerator / divisor);
+    return fmt::format("{:.6g} ({}/{}) frames/s", info.FrameRate(), info.frameRateNumerator / divisor,
+                       info.frameRateDenominator / divisor);
+}
+
+std::string DescribeSize(const SequenceInfo& info)
+{
+    return fmt::format("{} x {}", info.width, info.height);
+}
+
+std::string DescribeBitRate(double bitsPerSecond)
+{
+    if (bitsPerSecond < 1e6)
+        return fmt::format("{:.4g} kbit/s", bitsPerSecond / 1e3);
+    return fmt::format("{:.4g} Mbit/s", bitsPerSecond / 1e6);
+}
+
+std::string DescribeValue(uint32_t value, const char* name)
+{
+    return fmt::format("{} {}", value, name);
+}
+
+void PrintColour(const SequenceInfo& info)
+{
+    if (!info.video_signal_type_present_flag) {
+        PrintLine("colour", "not described");
+        return;
+    }
+    PrintLine("video format", DescribeValue(info.video_format, VideoFormatName(info.video_format)));
+    PrintLine("range", info.video_full_range_flag ? "1 full" : "0 limited");
+    if (!info.colour_description_present_flag) {
+        PrintLine("colour", "not described");
+        return;
+    }
+    PrintLine("colour primaries",
+              DescribeValue(info.colour_primaries, ColourPrimariesName(info.colour_primaries)));
+    PrintLine("transfer", DescribeValue(info.transfer_characteristics,
+                                        TransferCharacteristicsName(info.transfer_characteristics)));
+    PrintLine("matrix",
+              DescribeValue(info.matrix_coefficients, MatrixCoefficientsName(info.matrix_coefficients)));
+}
+
+void PrintSequences(const CStreamSummary& summary)
+{
+    const std::vector<SequenceStart>& sequences = summary.Sequences();
+    if (sequences.empty()) {
+        PrintLine("picture size", "unknown: no sequence parameter set was read");
+        return;
+    }
+    PrintLine("picture size", DescribeSize(sequences[0].info));
+    PrintLine("frame rate", DescribeFrameRate(sequences[0].info));
+    PrintColour(sequences[0].info);
+    const size_t printed = std::min(sequences.size(), MaxChangesPrinted + 1);
+    for (size_t i = 1; i < printed; ++i) {
+        PrintLine("change",
+                  fmt::format("at access unit {}: {}, {}, colour {}-{}-{}", sequences[i].accessUnit,
+                              DescribeSize(sequences[i].info), DescribeFrameRate(sequences[i].info),
+                              sequences[i].info.colour_primaries, sequences[i].info.transfer_characteristics,
+                              sequences[i].info.matrix_coefficients));
+    }
+    if (summary.SequenceChanges() >= printed)
+        PrintLine("change", fmt::format("{} more times", summary.SequenceChanges() + 1 - printed));
+}
+
+std::string DescribeDistances(const Spread& distances)
+{
+    if (distances.smallest == distances.largest)
+        return CountOf(distances.smallest, "access unit");
+    return fmt::format("smallest {}, mean {:.1f}, largest {} access units", distances.smallest,
+                       distances.Mean(), distances.largest);
+}
+
+void PrintAccessUnits(const CStreamSummary& summary)
+{
+    const Spread& sizes = summary.Sizes();
+    PrintLine("access units", fmt::format("{} in {} bytes", sizes.count, sizes.sum));
+    if (sizes.count == 0)
+        return;
+    if (summary.Fields() != 0)
+        PrintLine("fields", fmt::format("{} of the access units are single fields", summary.Fields()));
+    PrintLine("unit sizes", fmt::format("smallest {}, mean {:.0f}, largest {} bytes", sizes.smallest,
+                                        sizes.Mean(), sizes.largest));
+    PrintLine("key frames", fmt::format("{}", summary.KeyFrames()));
+    if (summary.KeyDistances().count != 0)
+        PrintLine("key-frame distance", DescribeDistances(summary.KeyDistances()));
+    const std::optional<double> duration = summary.Duration();
+    PrintLine("duration", duration ? fmt::format("{:.3f} s", *duration) : "unknown without a frame rate");
+    PrintLine("bit rate", duration ? DescribeBitRate(*summary.BitRate()) : "unknown without a frame rate");
+}
+
+}  // namespace
+
+std::string InfoReport::DescribeDamage() const
+{
+    std::string causes;
+    const auto add = [&](uint64_t count, const std::string& what) {
+        if (count != 0)
+            causes += fmt::format("{}{}", causes.empty() ? "" : ", ", what);
+    };
+    add(damage.damagedUnits, CountOf(damage.damagedUnits, "unit") + " with forbidden_zero_bit 1");
+    add(damage.lostSlices, CountOf(damage.lostSlices, "slice") + " without parameter sets");
+    add(skippedBytes, CountOf(skippedBytes, "byte") + " outside of units");
+    return fmt::format("damaged: {} of {} units and {} of {} bytes could not be read ({})", UnreadableUnits(),
+                       unitCount, UnreadableBytes(), readBytes, causes);
+}
+
+void PrintReport(const InfoReport& report)
+{
+    fmt::print("{}\n", report.name);
+    PrintLine("codec", CodecName(report.codec));
+    PrintSequences(report.summary);
+    PrintAccessUnits(report.summary);
+}
+
+std::string DescribeInALine(const InfoReport& report)
+{
+    const CStreamSummary& summary = report.summary;
+    std::string text = CodecName(report.codec);
+    if (!summary.Sequences().empty()) {
+        const SequenceInfo& info = summary.Sequences()[0].info;
+        text += fmt::format(", {}", DescribeSize(info));
+        if (info.HasFrameRate())
+            text += fmt::format(", {}", DescribeFrameRate(info));
+    }
+    text += fmt::format(", {}, {}", CountOf(summary.Sizes().count, "access unit"),
+                        CountOf(summary.KeyFrames(), "key frame"));
+    if (summary.BitRate())
+        text += fmt::format(", {}", DescribeBitRate(*summary.BitRate()));
+    return text;
+}
+
+}  // namespace tool

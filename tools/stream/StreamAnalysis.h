@@ -1,0 +1,80 @@
+// Cuts a stream into access units with the library's analysis, and knows which bytes of the stream each one
+// has.
+//
+// The analysis tells, one picture late, that a slice begins a new picture. The units in front of that slice
+// belong to it from the first leading unit behind the slices of the picture before.
+//
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "stream/Handle.h"
+#include "stream/NalUnit.h"
+
+namespace tool {
+
+struct AccessUnit
+{
+    uint64_t number = 0;  // from 0
+    uint64_t offset = 0;  // in the stream
+    uint64_t size = 0;    // bytes of the stream; parameter sets that the analysis inserts are not counted
+    bool hasSlice = false;
+    bool isField = false;      // H.264
+    int32_t slice_type = -1;   // of the first slice; H.264
+    bool isKeyFrame = false;   // set when it is complete
+    bool hasSequence = false;  // set when it is complete; then the fields of `info` from width on are filled
+    VideoInfo info{};          // set when it is complete
+};
+
+enum class UnitRole
+{
+    Leading,       // stands in front of a picture
+    FirstSlice,    // begins a picture; the leading units before it are the picture's
+    FurtherSlice,  // belongs, with what stands before it, to the picture that is under way
+    Other,
+    Unreadable,  // forbidden_zero_bit is 1, or a slice refers to unknown parameter sets
+};
+
+struct Damage
+{
+    uint64_t damagedUnits = 0;  // forbidden_zero_bit is 1
+    uint64_t lostSlices = 0;    // no slice header, or one that refers to unknown parameter sets
+    uint64_t bytes = 0;         // of both
+};
+
+class CStreamAnalysis
+{
+public:
+    explicit CStreamAnalysis(VideoCodecType codec) : parser(codec), probe(codec) {}
+
+    // Units in the order of the stream, short ones by themselves.
+    UnitRole Take(const NalUnit& unit);
+    void Finish();
+
+    // What the last Take or Finish completed, or null.
+    const AccessUnit* Completed() const { return isCompleted ? &completed : nullptr; }
+
+    // The access unit that the last slice belongs to.
+    const AccessUnit& Current() const { return current; }
+
+    const Damage& Found() const { return damage; }
+
+private:
+    UnitRole TakeSlice(const NalUnit& unit);
+    bool ReadsSlice(const NalUnit& unit);
+    void Complete();
+
+    CParseHandle parser;
+    CParseHandle probe;  // reads slice headers for itself, to tell which ones the analysis can read
+    VideoInfoEx sliceInfo{};
+
+    AccessUnit current;
+    AccessUnit completed;
+    bool isCompleted = false;
+    uint64_t heldSize =
+        0;  // units that stand behind the current access unit's slices and may belong to the next one
+    uint64_t heldOffset = 0;
+    Damage damage;
+};
+
+}  // namespace tool
