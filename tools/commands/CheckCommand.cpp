@@ -1,7 +1,7 @@
 #include "commands/Commands.h"
+#include "report/CheckReport.h"
 #include "report/Message.h"
 #include "stream/UnitOrder.h"
-#include "stream/UnitSource.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -15,38 +15,36 @@ constexpr uint32_t SliceHeadSize = 256;
 class CCheck
 {
 public:
-    explicit CCheck(VideoCodecType codec) : analysis(codec), tester(codec) {}
+    CCheck(VideoCodecType codec, CCheckReport& given) : report(given), analysis(codec), tester(codec) {}
 
     void Take(const NalUnit& unit);
     void Finish();
     void NoteSkipped(uint64_t bytes);
 
-    uint64_t Findings() const { return findings; }
-    uint64_t AccessUnits() const { return accessUnits; }
+    const CheckSummary& Summary() const { return summary; }
 
 private:
     void TestContinuity(const NalUnit& slice);
-    void Report(uint64_t unit, uint64_t offset, const std::string& text);
+    void Add(const Finding& finding);
 
+    CCheckReport& report;
     CStreamAnalysis analysis;
     CUnitOrder order;
     CParseHandle tester;  // reads no slice but the first of each picture
     bool isAfterFirstField = false;
-    uint64_t accessUnits = 0;
-    uint64_t findings = 0;
+    CheckSummary summary;
 };
 
 void CCheck::Take(const NalUnit& unit)
 {
     const UnitRole role = analysis.Take(unit);
     for (const OrderFinding& finding : order.Take(unit, role))
-        Report(finding.unit, finding.offset, finding.text);
+        Add({FindingPlace::Unit, finding.unit, finding.offset, finding.text});
     if (role == UnitRole::Unreadable)
-        Report(unit.number, unit.offset,
-               unit.ForbiddenZeroBit() ? "forbidden_zero_bit is 1"
-                                       : "slice whose parameter sets are unknown");
+        Add({FindingPlace::Unit, unit.number, unit.offset,
+             unit.ForbiddenZeroBit() ? "forbidden_zero_bit is 1" : "slice whose parameter sets are unknown"});
     if (role == UnitRole::FirstSlice) {
-        ++accessUnits;
+        ++summary.accessUnits;
         if (unit.codec == VideoCodecAVC)
             TestContinuity(unit);
     } else if (role == UnitRole::Leading && (unit.IsSps() || unit.IsPps())) {
@@ -69,49 +67,45 @@ void CCheck::TestContinuity(const NalUnit& slice)
     VideoSampleTest(tester, slice.data, std::min(slice.size, SliceHeadSize), &test);
     if (!test.sampleError)
         return;
-    ++findings;
-    fmt::print(
-        "access unit {}, byte {}: frame_num does not follow: reference pictures are missing in front of it\n",
-        unit.number, unit.offset);
+    Add({FindingPlace::AccessUnit, unit.number, unit.offset,
+         "frame_num does not follow: reference pictures are missing before it"});
 }
 
-void CCheck::Report(uint64_t unit, uint64_t offset, const std::string& text)
+void CCheck::Add(const Finding& finding)
 {
-    ++findings;
-    fmt::print("unit {}, byte {}: {}\n", unit, offset, text);
+    ++summary.findings;
+    report.Add(finding);
 }
 
 void CCheck::Finish()
 {
     for (const OrderFinding& finding : order.Finish())
-        Report(finding.unit, finding.offset, finding.text);
+        Add({FindingPlace::Unit, finding.unit, finding.offset, finding.text});
 }
 
 void CCheck::NoteSkipped(uint64_t bytes)
 {
-    if (bytes == 0)
-        return;
-    ++findings;
-    fmt::print("{} outside of units\n", CountOf(bytes, "byte"));
+    if (bytes != 0)
+        Add({FindingPlace::Stream, 0, 0, CountOf(bytes, "byte") + " outside of units"});
 }
 
 }  // namespace
 
 Status RunCheck(const CheckOptions& options)
 {
-    CUnitSource source(options.file, options.codec);
-    CCheck check(source.Codec());
-    source.PrintsLines();
-    source.ForEach([&](const NalUnit& unit) { check.Take(unit); });
+    const auto source = OpenSource(options.source);
+    const auto report = MakeCheckReport({});
+    CCheck check(source->Codec(), *report);
+    source->PrintsLines();
+    report->Begin(source->Facts());
+    source->ForEach([&](const NalUnit& unit) { check.Take(unit); });
     check.Finish();
-    check.NoteSkipped(source.SkippedBytes());
-    if (check.AccessUnits() == 0)
-        throw CToolError(fmt::format("{}: no picture could be read from it", source.Name()));
-    fmt::print("{}: {}, {}{}\n", source.Name(), CountOf(check.AccessUnits(), "access unit"),
-               check.Findings() == 0 ? "nothing found" : CountOf(check.Findings(), "finding"),
-               source.Codec() == VideoCodecHEVC ? " (H.265: the order of units is checked, continuity is not)"
-                                                : "");
-    return check.Findings() == 0 ? StatusGood : StatusFound;
+    check.NoteSkipped(source->Counts().skippedBytes);
+    if (check.Summary().accessUnits == 0)
+        throw CToolError(fmt::format("{}: no picture could be read from it", source->Name()));
+    report->End(check.Summary());
+    report->Close();
+    return check.Summary().findings == 0 ? StatusGood : StatusFound;
 }
 
 }  // namespace tool

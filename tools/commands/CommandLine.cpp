@@ -28,12 +28,12 @@ const std::map<std::string, Where> whereNames = {
 template <class Options>
 void AddInput(CLI::App* command, Options& options)
 {
-    command->add_option("FILE", options.file, "The stream; - is the standard input")
+    command->add_option("FILE", options.source.file, "The stream; - is the standard input")
         ->required()
         ->type_name(" ");
     command
         ->add_option_function<std::string>(
-            "--codec", [&options](const std::string& name) { options.codec = codecNames.at(name); },
+            "--codec", [&options](const std::string& name) { options.source.codec = codecNames.at(name); },
             "The codec, where it cannot be told from the file: h264 or h265")
         ->check(CLI::IsMember(codecNames).description(""))
         ->type_name("CODEC");

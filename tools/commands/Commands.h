@@ -4,8 +4,8 @@
 
 #pragma once
 
-#include "VideoParams.h"
 #include "io/ToolError.h"
+#include "stream/UnitSource.h"
 
 #include <optional>
 #include <string>
@@ -14,8 +14,7 @@ namespace tool {
 
 struct InfoOptions
 {
-    std::string file;
-    std::optional<VideoCodecType> codec;
+    SourceOptions source;
     bool listsUnits = false;
     bool isJson = false;
     std::string plotFile;
@@ -23,22 +22,19 @@ struct InfoOptions
 
 struct UnitsOptions
 {
-    std::string file;
-    std::optional<VideoCodecType> codec;
+    SourceOptions source;
     bool isJson = false;
 };
 
 struct ParamsOptions
 {
-    std::string file;
-    std::optional<VideoCodecType> codec;
+    SourceOptions source;
     std::string outputFile;
 };
 
 struct CheckOptions
 {
-    std::string file;
-    std::optional<VideoCodecType> codec;
+    SourceOptions source;
 };
 
 enum class Where
@@ -50,8 +46,7 @@ enum class Where
 
 struct UserDataOptions
 {
-    std::string file;
-    std::optional<VideoCodecType> codec;
+    SourceOptions source;
     std::optional<std::string> text;
     std::string dataFile;
     Where where = Where::First;

@@ -1,31 +1,19 @@
 #include "commands/Commands.h"
 #include "io/OutputFile.h"
 #include "report/Message.h"
+#include "report/ParamsReport.h"
 #include "stream/ParameterSetId.h"
-#include "stream/UnitSource.h"
 
 #include <algorithm>
 #include <fmt/format.h>
 #include <map>
-#include <vector>
 
 namespace tool {
 
 namespace {
 
-// A stream that changes all the time is told in short.
-constexpr uint64_t MaxPrinted = 1000;
-
-// pic_parameter_set_id has the widest range. Beyond it a unit is broken.
+// pic_parameter_set_id has the widest range. A unit with a larger one is damaged.
 constexpr uint32_t MaxId = 255;
-
-struct ParameterSet
-{
-    std::vector<unsigned char> first;
-    std::vector<unsigned char> last;
-    uint64_t count = 0;
-    uint64_t changes = 0;
-};
 
 const char* KindOf(const NalUnit& unit)
 {
@@ -36,7 +24,7 @@ const char* KindOf(const NalUnit& unit)
     return unit.IsPps() ? "PPS" : nullptr;
 }
 
-// Zeros in front of the next start code are no part of the set.
+// Zeros before the next start code are not part of the set.
 std::vector<unsigned char> BytesOf(const NalUnit& unit)
 {
     const unsigned char* end = unit.data + unit.size;
@@ -45,7 +33,7 @@ std::vector<unsigned char> BytesOf(const NalUnit& unit)
     return {unit.data, end};
 }
 
-// Compared behind the start code, which may differ in length.
+// Compares what follows the start codes, which may differ in length.
 bool IsSameSet(const std::vector<unsigned char>& one, const std::vector<unsigned char>& other)
 {
     const auto header = [](const std::vector<unsigned char>& bytes) {
@@ -54,86 +42,63 @@ bool IsSameSet(const std::vector<unsigned char>& one, const std::vector<unsigned
     return std::equal(header(one), one.end(), header(other), other.end());
 }
 
+// The sets of a stream by kind and identifier, in the order of first appearance.
 class CParameterSets
 {
 public:
-    explicit CParameterSets(bool list) : listsSets(list) {}
+    explicit CParameterSets(CParamsReport* given) : report(given) {}
 
     void Take(const NalUnit& unit);
-    void PrintSummary() const;
     void Write(const std::string& path) const;
 
-    bool IsEmpty() const { return sets.empty(); }
+    const std::vector<ParameterSetSummary>& Summaries() const { return summaries; }
     uint64_t Changes() const { return changes; }
 
 private:
-    void Print(const char* kind, uint32_t id, const char* what, const NalUnit& unit,
-               const std::vector<unsigned char>& bytes);
+    struct Contents
+    {
+        std::vector<unsigned char> first;
+        std::vector<unsigned char> last;
+    };
 
-    // In the order of first appearance.
-    std::vector<std::pair<std::string, ParameterSet>> sets;
-    std::map<std::string, size_t> places;
-    bool listsSets;
-    uint64_t printed = 0;
+    CParamsReport* report;  // null if nothing is printed
+    std::vector<ParameterSetSummary> summaries;
+    std::vector<Contents> contents;  // of each of the summaries
+    std::map<std::pair<std::string, uint32_t>, size_t> places;
     uint64_t changes = 0;
 };
 
 void CParameterSets::Take(const NalUnit& unit)
 {
     const char* const kind = KindOf(unit);
-    if (kind == nullptr)
+    const uint32_t id = kind == nullptr ? 0 : ReadParameterSetId(unit);
+    if (kind == nullptr || id > MaxId)
         return;
-    const uint32_t id = ReadParameterSetId(unit);
-    if (id > MaxId)
-        return;
-    const std::string key = fmt::format("{} {}", kind, id);
-    const auto [place, isNew] = places.try_emplace(key, sets.size());
-    if (isNew)
-        sets.emplace_back(key, ParameterSet{});
-    ParameterSet& set = sets[place->second].second;
-    std::vector<unsigned char> bytes = BytesOf(unit);
-    ++set.count;
+    const auto [place, isNew] = places.try_emplace({kind, id}, summaries.size());
     if (isNew) {
-        Print(kind, id, "", unit, bytes);
-        set.first = bytes;
-        set.last = std::move(bytes);
-    } else if (!IsSameSet(set.last, bytes)) {
-        ++set.changes;
-        ++changes;
-        Print(kind, id, "  changed", unit, bytes);
-        set.last = std::move(bytes);
+        summaries.push_back({.kind = kind, .id = id});
+        contents.emplace_back();
     }
-}
-
-void CParameterSets::Print(const char* kind, uint32_t id, const char* what, const NalUnit& unit,
-                           const std::vector<unsigned char>& bytes)
-{
-    if (!listsSets || ++printed > MaxPrinted)
+    ParameterSetSummary& summary = summaries[place->second];
+    Contents& known = contents[place->second];
+    ++summary.count;
+    std::vector<unsigned char> bytes = BytesOf(unit);
+    const bool isChange = !isNew && !IsSameSet(known.last, bytes);
+    summary.changes += isChange;
+    changes += isChange;
+    if (isNew)
+        known.first = bytes;
+    if (!isNew && !isChange)
         return;
-    fmt::print("{} {}  unit {}  offset {}  {} bytes{}\n", kind, id, unit.number, unit.offset, bytes.size(),
-               what);
-    for (size_t i = 0; i < bytes.size(); ++i)
-        fmt::print("{}{:02X}", i % 32 == 0 ? (i == 0 ? "  " : "\n  ") : " ", bytes[i]);
-    fmt::print("\n");
-}
-
-void CParameterSets::PrintSummary() const
-{
-    if (printed > MaxPrinted)
-        fmt::print("... and {} more\n", printed - MaxPrinted);
-    for (const auto& [name, set] : sets) {
-        const std::string change =
-            set.changes == 0 ? "never changes"
-                             : fmt::format("CHANGES {}: a handle of the library holds the first one",
-                                           CountOf(set.changes, "time"));
-        fmt::print("{}: {} in the stream, {}\n", name, CountOf(set.count, "time"), change);
-    }
+    if (report != nullptr)
+        report->Add({kind, id, unit.number, unit.offset, bytes, isChange});
+    known.last = std::move(bytes);
 }
 
 void CParameterSets::Write(const std::string& path) const
 {
     COutputFile output(path);
-    for (const auto& [name, set] : sets)
+    for (const Contents& set : contents)
         output.Write(set.first.data(), set.first.size());
     output.Commit();
 }
@@ -142,23 +107,28 @@ void CParameterSets::Write(const std::string& path) const
 
 Status RunParams(const ParamsOptions& options)
 {
-    CUnitSource source(options.file, options.codec);
-    CParameterSets sets(options.outputFile.empty());
-    if (options.outputFile.empty())
-        source.PrintsLines();
-    source.ForEach([&](const NalUnit& unit) {
+    const auto source = OpenSource(options.source);
+    const bool isPrinted = options.outputFile.empty();
+    const auto report = MakeParamsReport({});
+    CParameterSets sets(isPrinted ? report.get() : nullptr);
+    if (isPrinted) {
+        source->PrintsLines();
+        report->Begin(source->Facts());
+    }
+    source->ForEach([&](const NalUnit& unit) {
         if (!unit.ForbiddenZeroBit())
             sets.Take(unit);
     });
-    if (sets.IsEmpty())
-        throw CToolError(fmt::format("{}: there is no parameter set in it", source.Name()));
-    if (options.outputFile.empty()) {
-        sets.PrintSummary();
+    if (sets.Summaries().empty())
+        throw CToolError(fmt::format("{}: there is no parameter set in it", source->Name()));
+    if (isPrinted) {
+        report->End(sets.Summaries());
+        report->Close();
         return StatusGood;
     }
     sets.Write(options.outputFile);
     if (sets.Changes() != 0)
-        Complain(fmt::format("{}: the parameter sets change {}; the first ones were written", source.Name(),
+        Complain(fmt::format("{}: the parameter sets change {}; the first ones were written", source->Name(),
                              CountOf(sets.Changes(), "time")));
     return StatusGood;
 }

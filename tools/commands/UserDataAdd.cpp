@@ -3,11 +3,11 @@
 // with a new SEI unit.
 
 #include "commands/Commands.h"
-#include "io/OutputFile.h"
+#include "io/InputFile.h"
 #include "report/Message.h"
+#include "stream/Handle.h"
 #include "stream/SeiUnit.h"
 #include "stream/StreamAnalysis.h"
-#include "stream/UnitSource.h"
 
 #include <fmt/format.h>
 #include <vector>
@@ -24,8 +24,8 @@ constexpr size_t MostHeld = 64 << 20;
 class CUserDataAdder
 {
 public:
-    CUserDataAdder(VideoCodecType codec, Where place, std::string userData, COutputFile& file)
-        : analysis(codec), handle(codec), where(place), data(std::move(userData)), output(file)
+    CUserDataAdder(VideoCodecType codec, Where place, std::string userData, CUnitSink& sink)
+        : analysis(codec), handle(codec), where(place), data(std::move(userData)), output(sink)
     {}
 
     void Take(const NalUnit& unit);
@@ -41,13 +41,13 @@ private:
     void WriteHeld();
     void WriteWithMessage(const NalUnit& slice);
     void WriteEdited(const NalUnit& unit);
-    void Write(const NalUnit& unit) { output.Write(unit.data, unit.size); }
+    void Write(const NalUnit& unit) { output.Write(unit.sample, unit.data, unit.size); }
 
     CStreamAnalysis analysis;
     CUserDataHandle handle;
     Where where;
     std::string data;
-    COutputFile& output;
+    CUnitSink& output;
     uint64_t added = 0;
 
     std::vector<NalUnit> held;  // from the first leading unit behind a slice on; the bytes are in heldBytes
@@ -72,7 +72,7 @@ void CUserDataAdder::Take(const NalUnit& unit)
 void CUserDataAdder::TakeSkipped(const unsigned char* bytes, size_t size)
 {
     WriteHeld();
-    output.Write(bytes, size);
+    output.Write(nullptr, bytes, size);
 }
 
 bool CUserDataAdder::IsWanted(const NalUnit& slice) const
@@ -97,7 +97,12 @@ void CUserDataAdder::Hold(const NalUnit& unit)
 
 void CUserDataAdder::WriteHeld()
 {
-    output.Write(heldBytes.data(), heldBytes.size());
+    const unsigned char* bytes = heldBytes.data();
+    for (NalUnit& unit : held) {
+        unit.data = bytes;
+        bytes += unit.size;
+        Write(unit);
+    }
     held.clear();
     heldBytes.clear();
 }
@@ -131,8 +136,8 @@ void CUserDataAdder::WriteEdited(const NalUnit& unit)
     if (AddUserData(handle, unit.data, unit.size - zeros, reinterpret_cast<const unsigned char*>(data.data()),
                     static_cast<unsigned int>(data.size()), &edited, &editedSize) != 0)
         throw CToolError(fmt::format("the message cannot be put into the unit at byte {}", unit.offset));
-    output.Write(edited, editedSize);
-    output.Write(unit.data + unit.size - zeros, zeros);
+    output.Write(unit.sample, edited, editedSize);
+    output.Write(unit.sample, unit.data + unit.size - zeros, zeros);
     ++added;
 }
 
@@ -142,23 +147,23 @@ Status RunUserDataAdd(const UserDataOptions& options)
 {
     std::string data = options.text ? *options.text : ReadWholeFile(options.dataFile, LargestData);
     const size_t dataSize = data.size();
-    CUnitSource source(options.file, options.codec);
-    COutputFile output(options.outputFile);
-    CUserDataAdder adder(source.Codec(), options.where, std::move(data), output);
-    source.ForEach([&](const NalUnit& unit) { adder.Take(unit); },
-                   [&](const unsigned char* bytes, size_t size) { adder.TakeSkipped(bytes, size); });
+    const auto source = OpenSource(options.source);
+    const auto output = source->OpenSink(options.outputFile);
+    CUserDataAdder adder(source->Codec(), options.where, std::move(data), *output);
+    source->ForEach([&](const NalUnit& unit) { adder.Take(unit); },
+                    [&](const unsigned char* bytes, size_t size) { adder.TakeSkipped(bytes, size); });
     adder.Finish();
     if (adder.Added() == 0)
-        throw CToolError(fmt::format("{}: there is no {} to put the message into", source.Name(),
+        throw CToolError(fmt::format("{}: there is no {} to put the message into", source->Name(),
                                      options.where == Where::Key ? "key frame" : "picture"));
-    output.Commit();
-    if (!output.IsStandardOutput())
+    output->Commit();
+    if (!output->IsStandardOutput())
         fmt::print("{} added to {}\n", CountOf(dataSize, "byte"), CountOf(adder.Added(), "access unit"));
-    const uint64_t unreadable = adder.Analysis().Found().bytes + source.SkippedBytes();
+    const uint64_t unreadable = adder.Analysis().Found().bytes + source->Counts().skippedBytes;
     if (unreadable == 0)
         return StatusGood;
     Complain(fmt::format("{}: damaged: {} of {} bytes could not be read and were copied as they are",
-                         source.Name(), unreadable, source.ReadBytes()));
+                         source->Name(), unreadable, source->Counts().bytes));
     return StatusFound;
 }
 

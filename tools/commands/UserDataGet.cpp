@@ -1,10 +1,10 @@
 #include "commands/Commands.h"
 #include "io/OutputFile.h"
 #include "report/Message.h"
+#include "report/UserDataReport.h"
+#include "stream/Handle.h"
 #include "stream/StreamAnalysis.h"
-#include "stream/UnitSource.h"
 
-#include <algorithm>
 #include <fmt/format.h>
 #include <vector>
 
@@ -12,37 +12,17 @@ namespace tool {
 
 namespace {
 
-constexpr size_t MostShown = 64;
+// Messages that wait for their slice. Real streams have fewer.
 constexpr size_t MostHeld = 1000;
 
-struct FoundMessage
-{
-    uint64_t offset;  // of its unit
-    size_t size;
-    std::string start;
-};
-
-// As text where it is text, else as hex.
-std::string Show(const FoundMessage& message)
-{
-    const bool isText = std::all_of(message.start.begin(), message.start.end(),
-                                    [](char character) { return character >= 0x20 && character < 0x7F; });
-    std::string shown;
-    if (isText) {
-        shown = fmt::format("\"{}\"", message.start);
-    } else {
-        for (const char character : message.start)
-            shown += fmt::format("{}{:02X}", shown.empty() ? "" : " ", static_cast<unsigned char>(character));
-    }
-    return message.size > message.start.size() ? shown + " ..." : shown;
-}
-
-// An SEI unit stands in front of the picture that it goes with, so its message waits for the slice that tells
-// which that is.
+// An SEI unit comes before its picture, so a message waits for the next slice: that one has the number of the
+// access unit.
 class CUserDataLister
 {
 public:
-    CUserDataLister(VideoCodecType codec, COutputFile* file) : analysis(codec), handle(codec), output(file) {}
+    CUserDataLister(VideoCodecType codec, CUserDataReport& given, COutputFile* file)
+        : analysis(codec), handle(codec), report(given), output(file)
+    {}
 
     void Take(const NalUnit& unit);
     void Finish();
@@ -56,8 +36,9 @@ private:
 
     CStreamAnalysis analysis;
     CUserDataHandle handle;
+    CUserDataReport& report;
     COutputFile* output;
-    std::vector<FoundMessage> waiting;
+    std::vector<UserDataMessage> waiting;
     uint64_t found = 0;
 };
 
@@ -90,14 +71,15 @@ void CUserDataLister::TakeMessage(const NalUnit& unit)
     }
     if (waiting.size() == MostHeld)
         PrintWaiting();
-    waiting.push_back({unit.offset, size, {data, data + std::min<size_t>(size, MostShown)}});
+    waiting.push_back({0, unit.offset, {data, data + size}});
 }
 
 void CUserDataLister::PrintWaiting()
 {
-    for (const FoundMessage& message : waiting)
-        fmt::print("access unit {}  offset {}  {}  {}\n", analysis.Current().number, message.offset,
-                   CountOf(message.size, "byte"), Show(message));
+    for (UserDataMessage& message : waiting) {
+        message.accessUnit = analysis.Current().number;
+        report.Add(message);
+    }
     waiting.clear();
 }
 
@@ -105,17 +87,21 @@ void CUserDataLister::PrintWaiting()
 
 Status RunUserDataGet(const UserDataOptions& options)
 {
-    CUnitSource source(options.file, options.codec);
+    const auto source = OpenSource(options.source);
+    const auto report = MakeUserDataReport({});
     std::optional<COutputFile> output;
     if (options.outputFile.empty())
-        source.PrintsLines();
+        source->PrintsLines();
     else
         output.emplace(options.outputFile);
-    CUserDataLister lister(source.Codec(), output ? &*output : nullptr);
-    source.ForEach([&](const NalUnit& unit) { lister.Take(unit); });
+    CUserDataLister lister(source->Codec(), *report, output ? &*output : nullptr);
+    report->Begin(source->Facts());
+    source->ForEach([&](const NalUnit& unit) { lister.Take(unit); });
     lister.Finish();
+    report->End(lister.Found());
+    report->Close();
     if (lister.Found() == 0) {
-        Complain(fmt::format("{}: there is no user data in it", source.Name()));
+        Complain(fmt::format("{}: there is no user data in it", source->Name()));
         return StatusFound;
     }
     if (output)

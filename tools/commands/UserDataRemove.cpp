@@ -3,11 +3,9 @@
 // header and the zeros behind them: what `add` made of a stream becomes that stream again.
 
 #include "commands/Commands.h"
-#include "io/OutputFile.h"
 #include "report/Message.h"
 #include "stream/Handle.h"
 #include "stream/SeiUnit.h"
-#include "stream/UnitSource.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -20,7 +18,7 @@ namespace {
 class CUserDataRemover
 {
 public:
-    CUserDataRemover(VideoCodecType codec, COutputFile& file) : handle(codec), output(file) {}
+    CUserDataRemover(VideoCodecType codec, CUnitSink& sink) : handle(codec), output(sink) {}
 
     void Take(const NalUnit& unit);
     uint64_t Edited() const { return edited; }
@@ -29,7 +27,7 @@ private:
     void TakeSei(const NalUnit& unit);
 
     CUserDataHandle handle;
-    COutputFile& output;
+    CUnitSink& output;
     uint64_t edited = 0;
 };
 
@@ -38,7 +36,7 @@ void CUserDataRemover::Take(const NalUnit& unit)
     if (unit.IsSei() && !unit.ForbiddenZeroBit())
         TakeSei(unit);
     else
-        output.Write(unit.data, unit.size);
+        output.Write(unit.sample, unit.data, unit.size);
 }
 
 void CUserDataRemover::TakeSei(const NalUnit& unit)
@@ -50,31 +48,31 @@ void CUserDataRemover::TakeSei(const NalUnit& unit)
     const uint32_t zeros = TrailingZeros(unit);
     const unsigned char* const body = unit.Header() + unit.HeaderLength();
     const unsigned char* const bodyEnd = unit.data + unit.size - zeros;
-    const NalUnit rest{unit.codec, plain, plainSize, 0, 0};
+    const NalUnit rest{unit.codec, plain, plainSize, 0, 0, unit.sample};
     const unsigned char* const restBody = plainSize == 0 ? nullptr : rest.Header() + rest.HeaderLength();
     if (restBody != nullptr && std::equal(body, bodyEnd, restBody, plain + plainSize)) {
-        output.Write(unit.data, unit.size);
+        output.Write(unit.sample, unit.data, unit.size);
         return;
     }
     ++edited;
     if (restBody == nullptr)
         return;
-    output.Write(unit.data, static_cast<size_t>(body - unit.data));
-    output.Write(restBody, static_cast<size_t>(plain + plainSize - restBody));
-    output.Write(bodyEnd, zeros);
+    output.Write(unit.sample, unit.data, static_cast<size_t>(body - unit.data));
+    output.Write(unit.sample, restBody, static_cast<size_t>(plain + plainSize - restBody));
+    output.Write(unit.sample, bodyEnd, zeros);
 }
 
 }  // namespace
 
 Status RunUserDataRemove(const UserDataOptions& options)
 {
-    CUnitSource source(options.file, options.codec);
-    COutputFile output(options.outputFile);
-    CUserDataRemover remover(source.Codec(), output);
-    source.ForEach([&](const NalUnit& unit) { remover.Take(unit); },
-                   [&](const unsigned char* bytes, size_t size) { output.Write(bytes, size); });
-    output.Commit();
-    if (!output.IsStandardOutput())
+    const auto source = OpenSource(options.source);
+    const auto output = source->OpenSink(options.outputFile);
+    CUserDataRemover remover(source->Codec(), *output);
+    source->ForEach([&](const NalUnit& unit) { remover.Take(unit); },
+                    [&](const unsigned char* bytes, size_t size) { output->Write(nullptr, bytes, size); });
+    output->Commit();
+    if (!output->IsStandardOutput())
         fmt::print("user data removed from {}\n", CountOf(remover.Edited(), "SEI unit"));
     return StatusGood;
 }

@@ -58,16 +58,28 @@ Json ToJson(const std::optional<double>& value)
     return value ? Json(*value) : Json(nullptr);
 }
 
-}  // namespace
-
-CJsonReport::CJsonReport(const std::string& name, VideoCodecType codec, bool lists) : listsAccessUnits(lists)
+class CInfoJson : public CInfoReport
 {
-    fmt::print("{{\n  \"file\": {},\n  \"codec\": {},\n", Dump(name), Dump(CodecName(codec)));
+public:
+    explicit CInfoJson(bool lists) : listsAccessUnits(lists) {}
+
+    void Begin(const SourceFacts& facts) override;
+    void Add(const AccessUnit& unit) override;
+    void End(const InfoResult& result) override;
+
+private:
+    bool listsAccessUnits;
+    bool isFirst = true;
+};
+
+void CInfoJson::Begin(const SourceFacts& facts)
+{
+    fmt::print("{{\n  \"file\": {},\n  \"codec\": {},\n", Dump(facts.name), Dump(CodecName(facts.codec)));
     if (listsAccessUnits)
         fmt::print("  \"accessUnits\": [");
 }
 
-void CJsonReport::PrintAccessUnit(const AccessUnit& unit)
+void CInfoJson::Add(const AccessUnit& unit)
 {
     Json json = {
         {"number", unit.number}, {"offset", unit.offset}, {"size", unit.size}, {"keyFrame", unit.isKeyFrame}};
@@ -79,20 +91,20 @@ void CJsonReport::PrintAccessUnit(const AccessUnit& unit)
     isFirst = false;
 }
 
-void CJsonReport::Finish(const InfoReport& report)
+void CInfoJson::End(const InfoResult& result)
 {
     if (listsAccessUnits)
         fmt::print("\n  ],\n");
     Json json;
-    const CStreamSummary& summary = report.summary;
+    const CStreamSummary& summary = result.summary;
     json["sequences"] = Json::array();
     for (const SequenceStart& sequence : summary.Sequences()) {
         json["sequences"].push_back({{"firstAccessUnit", sequence.accessUnit}});
         json["sequences"].back().update(ToJson(sequence.info));
     }
     json["sequenceChanges"] = summary.SequenceChanges();
-    json["bytes"] = report.readBytes;
-    json["unitCount"] = report.unitCount;
+    json["bytes"] = result.counts.bytes;
+    json["unitCount"] = result.counts.units;
     json["accessUnitCount"] = summary.Sizes().count;
     json["accessUnitSize"] = ToJson(summary.Sizes());
     json["fieldCount"] = summary.Fields();
@@ -100,11 +112,18 @@ void CJsonReport::Finish(const InfoReport& report)
     json["keyFrameDistance"] = ToJson(summary.KeyDistances());
     json["seconds"] = ToJson(summary.Duration());
     json["bitsPerSecond"] = ToJson(summary.BitRate());
-    json["unreadable"] = {{"bytes", report.UnreadableBytes()},
-                          {"damagedUnits", report.damage.damagedUnits},
-                          {"lostSlices", report.damage.lostSlices},
-                          {"bytesOutsideOfUnits", report.skippedBytes}};
+    json["unreadable"] = {{"bytes", result.UnreadableBytes()},
+                          {"damagedUnits", result.damage.damagedUnits},
+                          {"lostSlices", result.damage.lostSlices},
+                          {"bytesOutsideOfUnits", result.counts.skippedBytes}};
     fmt::print("{}\n", Dump(json, 2).substr(2));
+}
+
+}  // namespace
+
+std::unique_ptr<CInfoReport> MakeInfoJson(bool listsAccessUnits)
+{
+    return std::make_unique<CInfoJson>(listsAccessUnits);
 }
 
 }  // namespace tool

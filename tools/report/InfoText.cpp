@@ -113,9 +113,54 @@ void PrintAccessUnits(const CStreamSummary& summary)
     PrintLine("bit rate", duration ? DescribeBitRate(*summary.BitRate()) : "unknown without a frame rate");
 }
 
+class CInfoText : public CInfoReport
+{
+public:
+    explicit CInfoText(bool lists) : listsAccessUnits(lists) {}
+
+    void Begin(const SourceFacts& facts) override;
+    void Add(const AccessUnit& unit) override;
+    void End(const InfoResult& result) override;
+
+private:
+    bool listsAccessUnits;
+    bool isAvc = true;
+};
+
+void CInfoText::Begin(const SourceFacts& facts)
+{
+    isAvc = facts.codec == VideoCodecAVC;
+    if (listsAccessUnits)
+        fmt::print("{:>8} {:>12} {:>9}  {:<4} {:<6} slice_type\n", "unit", "offset", "bytes", "key", "coded");
+}
+
+void CInfoText::Add(const AccessUnit& unit)
+{
+    const std::string type =
+        isAvc ? fmt::format("{} {}", unit.slice_type, SliceTypeName(unit.slice_type)) : "-";
+    const char* const structure = !isAvc ? "-" : unit.isField ? "field" : "frame";
+    fmt::print("{:>8} {:>12} {:>9}  {:<4} {:<6} {}\n", unit.number, unit.offset, unit.size,
+               unit.isKeyFrame ? "key" : "-", structure, type);
+}
+
+void CInfoText::End(const InfoResult& result)
+{
+    fmt::print("{}\n", result.facts.name);
+    PrintLine("codec", CodecName(result.facts.codec));
+    PrintSequences(result.summary);
+    PrintAccessUnits(result.summary);
+}
+
 }  // namespace
 
-std::string InfoReport::DescribeDamage() const
+std::unique_ptr<CInfoReport> MakeInfoReport(const ReportStyle& style, bool listsAccessUnits)
+{
+    if (style.isJson)
+        return MakeInfoJson(listsAccessUnits);
+    return std::make_unique<CInfoText>(listsAccessUnits);
+}
+
+std::string InfoResult::DescribeDamage() const
 {
     std::string causes;
     const auto add = [&](uint64_t count, const std::string& what) {
@@ -124,23 +169,15 @@ std::string InfoReport::DescribeDamage() const
     };
     add(damage.damagedUnits, CountOf(damage.damagedUnits, "unit") + " with forbidden_zero_bit 1");
     add(damage.lostSlices, CountOf(damage.lostSlices, "slice") + " without parameter sets");
-    add(skippedBytes, CountOf(skippedBytes, "byte") + " outside of units");
+    add(counts.skippedBytes, CountOf(counts.skippedBytes, "byte") + " outside of units");
     return fmt::format("damaged: {} of {} units and {} of {} bytes could not be read ({})", UnreadableUnits(),
-                       unitCount, UnreadableBytes(), readBytes, causes);
+                       counts.units, UnreadableBytes(), counts.bytes, causes);
 }
 
-void PrintReport(const InfoReport& report)
+std::string DescribeInALine(const InfoResult& result)
 {
-    fmt::print("{}\n", report.name);
-    PrintLine("codec", CodecName(report.codec));
-    PrintSequences(report.summary);
-    PrintAccessUnits(report.summary);
-}
-
-std::string DescribeInALine(const InfoReport& report)
-{
-    const CStreamSummary& summary = report.summary;
-    std::string text = CodecName(report.codec);
+    const CStreamSummary& summary = result.summary;
+    std::string text = CodecName(result.facts.codec);
     if (!summary.Sequences().empty()) {
         const SequenceInfo& info = summary.Sequences()[0].info;
         text += fmt::format(", {}", DescribeSize(info));

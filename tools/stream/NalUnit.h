@@ -5,8 +5,10 @@
 #pragma once
 
 #include "VideoParams.h"
+#include "stream/Sample.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 namespace tool {
@@ -24,8 +26,9 @@ struct NalUnit
     VideoCodecType codec = VideoCodecAVC;
     const unsigned char* data = nullptr;  // its start code
     uint32_t size = 0;
-    uint64_t offset = 0;  // in the stream
-    uint64_t number = 0;  // from 0
+    uint64_t offset = 0;                     // in the stream
+    uint64_t number = 0;                     // from 0
+    std::shared_ptr<const Sample> sample{};  // the sample of a container that has it; null in a byte stream
 
     uint32_t StartCodeLength() const { return data[2] == 1 ? 3 : 4; }
     const unsigned char* Header() const { return data + StartCodeLength(); }

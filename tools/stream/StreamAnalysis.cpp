@@ -55,6 +55,7 @@ UnitRole CStreamAnalysis::TakeSlice(const NalUnit& unit)
         current.number = number;
         current.offset = heldSize != 0 ? heldOffset : unit.offset;
         current.hasSlice = true;
+        current.sample = unit.sample;
         if (unit.codec == VideoCodecAVC) {
             VideoPicType type = VideoPicUnknown;
             QueryType(probe, unit.data, std::min(unit.size, SliceHeadSize), type);

@@ -24,6 +24,7 @@ struct AccessUnit
     bool isKeyFrame = false;   // set when it is complete
     bool hasSequence = false;  // set when it is complete; then the fields of `info` from width on are filled
     VideoInfo info{};          // set when it is complete
+    std::shared_ptr<const Sample> sample{};  // of its first slice; null in a byte stream
 };
 
 enum class UnitRole

@@ -1,18 +1,44 @@
-// The NAL units of a file, one by one, read in pieces.
+// Where NAL units come from. A source opens one file and hands on the units of one video stream in the order
+// of the stream. Commands use this interface only: they do not know whether the file is a byte stream or a
+// container.
 //
 // SPDX-License-Identifier: MIT
 
 #pragma once
 
-#include "io/InputFile.h"
 #include "stream/NalUnit.h"
+#include "stream/UnitSink.h"
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace tool {
+
+struct SourceOptions
+{
+    std::string file;                     // "-" is the standard input
+    std::optional<VideoCodecType> codec;  // detected if it is not given
+};
+
+// Known as soon as a source is open.
+struct SourceFacts
+{
+    std::string name;  // of the file, for messages
+    std::string format = "byte stream";
+    VideoCodecType codec = VideoCodecAVC;
+    TimeBase timeBase;  // of the samples' times
+};
+
+// Known when all units are read.
+struct SourceCounts
+{
+    uint64_t bytes = 0;         // read from the file
+    uint64_t units = 0;         // handed on
+    uint64_t skippedBytes = 0;  // that belong to no unit; zeros before the first start code are not counted
+};
 
 class CUnitSource
 {
@@ -20,36 +46,32 @@ public:
     using TakeUnit = std::function<void(const NalUnit&)>;
     using TakeSkipped = std::function<void(const unsigned char*, size_t)>;
 
-    // Reads as much as it takes to tell the codec, unless that is given. Throws CToolError when it cannot be
-    // told.
-    CUnitSource(const std::string& path, std::optional<VideoCodecType> codec);
+    virtual ~CUnitSource() = default;
 
-    // Reads the file to its end; once. Units and what belongs to none (bytes in front of the first start
-    // code, units that are too large) together are the file.
-    void ForEach(const TakeUnit& takeUnit, const TakeSkipped& takeSkipped = {});
+    // Reads the file to its end; once. `takeUnit` gets every unit with an Annex B start code; the bytes are
+    // valid during the call. `takeSkipped` gets the bytes of a byte stream that belong to no unit: in the
+    // order of the stream, so that both together get every byte of the file. Throws CToolError.
+    virtual void ForEach(const TakeUnit& takeUnit, const TakeSkipped& takeSkipped = {}) = 0;
 
-    // Before ForEach: results come out meanwhile, and a progress bar on the same terminal would break them
-    // up.
-    void PrintsLines();
+    // Call before ForEach to write an edited copy of the file: then everything that is not a unit of the
+    // stream (other tracks, metadata) is copied by the source itself. Throws CToolError.
+    virtual std::unique_ptr<CUnitSink> OpenSink(const std::string& path) = 0;
 
-    VideoCodecType Codec() const { return codec; }
-    const std::string& Name() const { return input.Name(); }
+    // Call before ForEach if results are printed while it runs: a progress bar on the same terminal would
+    // break them up.
+    virtual void PrintsLines() = 0;
 
-    uint64_t ReadBytes() const { return readBytes; }
-    uint64_t UnitCount() const { return unitCount; }
-    uint64_t SkippedBytes() const { return skippedBytes; }  // leading zeros, which are allowed, not counted
+    const SourceFacts& Facts() const { return facts; }
+    VideoCodecType Codec() const { return facts.codec; }
+    const std::string& Name() const { return facts.name; }
+    const SourceCounts& Counts() const { return counts; }
 
-private:
-    void ReadHead();
-    VideoCodecType TellCodec() const;
-
-    CInputFile input;
-    std::vector<unsigned char> head;  // what was read to tell the codec
-    VideoCodecType codec;
-    bool showsProgress = true;
-    uint64_t readBytes = 0;
-    uint64_t unitCount = 0;
-    uint64_t skippedBytes = 0;
+protected:
+    SourceFacts facts;
+    SourceCounts counts;
 };
+
+// Detects what the file is and opens it. Throws CToolError.
+std::unique_ptr<CUnitSource> OpenSource(const SourceOptions& options);
 
 }  // namespace tool

@@ -1,5 +1,6 @@
-#include "stream/UnitSource.h"
+#include "stream/AnnexBSource.h"
 
+#include "io/OutputFile.h"
 #include "io/Progress.h"
 #include "io/ToolError.h"
 #include "stream/CodecDetection.h"
@@ -17,26 +18,43 @@ namespace {
 constexpr size_t PieceSize = 1 << 20;
 constexpr size_t HeadSize = 8 << 20;
 
-// No sound unit comes near to this. A damaged or foreign file must not fill the memory.
+// No real unit comes near to this. A damaged or foreign file must not fill the memory.
 constexpr size_t LargestUnit = 256 << 20;
+
+class CAnnexBSink : public CUnitSink
+{
+public:
+    explicit CAnnexBSink(const std::string& path) : output(path) {}
+
+    void Write(const std::shared_ptr<const Sample>&, const unsigned char* units, size_t size) override
+    {
+        output.Write(units, size);
+    }
+    void Commit() override { output.Commit(); }
+    bool IsStandardOutput() const override { return output.IsStandardOutput(); }
+
+private:
+    COutputFile output;
+};
 
 }  // namespace
 
-CUnitSource::CUnitSource(const std::string& path, std::optional<VideoCodecType> givenCodec) : input(path)
+CAnnexBSource::CAnnexBSource(const SourceOptions& options) : input(options.file)
 {
+    facts.name = input.Name();
     ReadHead();
     if (head.empty())
         throw CToolError(fmt::format("{}: the file is empty", Name()));
-    codec = givenCodec ? *givenCodec : TellCodec();
+    facts.codec = options.codec ? *options.codec : DetectCodecOfHead();
 }
 
-void CUnitSource::ReadHead()
+void CAnnexBSource::ReadHead()
 {
     head.resize(HeadSize);
     head.resize(input.Read(head.data(), head.size()));
 }
 
-VideoCodecType CUnitSource::TellCodec() const
+VideoCodecType CAnnexBSource::DetectCodecOfHead() const
 {
     const std::string container = DetectContainer(head.data(), head.size());
     if (!container.empty())
@@ -51,33 +69,38 @@ VideoCodecType CUnitSource::TellCodec() const
     return *told;
 }
 
-void CUnitSource::PrintsLines()
+std::unique_ptr<CUnitSink> CAnnexBSource::OpenSink(const std::string& path)
+{
+    return std::make_unique<CAnnexBSink>(path);
+}
+
+void CAnnexBSource::PrintsLines()
 {
     showsProgress = !isatty(STDOUT_FILENO);
 }
 
-void CUnitSource::ForEach(const TakeUnit& takeUnit, const TakeSkipped& takeSkipped)
+void CAnnexBSource::ForEach(const TakeUnit& takeUnit, const TakeSkipped& takeSkipped)
 {
     CNalFeeder feeder(CNalFeeder::ShortUnits::Separate, LargestUnit);
     CProgress progress(showsProgress ? input.Size() : 0);
     bool isLeading = true;
     const auto takeFed = [&](const unsigned char* data, unsigned int size) {
         isLeading = false;
-        takeUnit(NalUnit{codec, data, size, feeder.Offset(), unitCount++});
+        takeUnit(NalUnit{Codec(), data, size, feeder.Offset(), counts.units++});
     };
     const auto takeOther = [&](const unsigned char* data, size_t size) {
         const bool isZero = std::all_of(data, data + size, [](unsigned char byte) { return byte == 0; });
         isLeading = isLeading && isZero;
         if (!isLeading)
-            skippedBytes += size;
+            counts.skippedBytes += size;
         if (takeSkipped)
             takeSkipped(data, size);
     };
     std::vector<unsigned char> piece = std::move(head);
     while (!piece.empty()) {
-        readBytes += piece.size();
+        counts.bytes += piece.size();
         feeder.Feed(piece.data(), piece.size(), takeFed, takeOther);
-        progress.Update(readBytes);
+        progress.Update(counts.bytes);
         piece.resize(PieceSize);
         piece.resize(input.Read(piece.data(), piece.size()));
     }

@@ -1,0 +1,43 @@
+// Prints what `check` finds.
+//
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "report/Report.h"
+
+#include <memory>
+
+namespace tool {
+
+enum class FindingPlace
+{
+    Unit,        // a NAL unit
+    AccessUnit,  // an access unit
+    Stream,      // no single place
+};
+
+struct Finding
+{
+    FindingPlace place = FindingPlace::Stream;
+    uint64_t number = 0;  // of the unit or access unit
+    uint64_t offset = 0;
+    std::string text;
+};
+
+struct CheckSummary
+{
+    uint64_t accessUnits = 0;
+    uint64_t findings = 0;
+};
+
+class CCheckReport : public CReport
+{
+public:
+    virtual void Add(const Finding& finding) = 0;
+    virtual void End(const CheckSummary& summary) = 0;
+};
+
+std::unique_ptr<CCheckReport> MakeCheckReport(const ReportStyle& style);
+
+}  // namespace tool

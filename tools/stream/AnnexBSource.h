@@ -1,0 +1,30 @@
+// The units of a byte stream (Annex B), read in pieces of constant size.
+//
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "io/InputFile.h"
+#include "stream/UnitSource.h"
+
+namespace tool {
+
+class CAnnexBSource : public CUnitSource
+{
+public:
+    explicit CAnnexBSource(const SourceOptions& options);
+
+    void ForEach(const TakeUnit& takeUnit, const TakeSkipped& takeSkipped = {}) override;
+    std::unique_ptr<CUnitSink> OpenSink(const std::string& path) override;
+    void PrintsLines() override;
+
+private:
+    void ReadHead();
+    VideoCodecType DetectCodecOfHead() const;
+
+    CInputFile input;
+    std::vector<unsigned char> head;  // what was read to detect the codec
+    bool showsProgress = true;
+};
+
+}  // namespace tool

@@ -1,0 +1,31 @@
+// Where an edited stream goes. The source makes the sink that fits it: bytes for a byte stream, samples for a
+// container.
+//
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "stream/Sample.h"
+
+#include <cstddef>
+#include <memory>
+
+namespace tool {
+
+class CUnitSink
+{
+public:
+    virtual ~CUnitSink() = default;
+
+    // Whole units with their start codes, in the order of the stream. `sample` is the one that they belong
+    // to, null in a byte stream. Throws CToolError.
+    virtual void Write(const std::shared_ptr<const Sample>& sample, const unsigned char* units,
+                       size_t size) = 0;
+
+    // Puts the output into its place. Without it nothing remains of the output. Throws CToolError.
+    virtual void Commit() = 0;
+
+    virtual bool IsStandardOutput() const = 0;
+};
+
+}  // namespace tool
