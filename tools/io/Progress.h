@@ -1,4 +1,4 @@
-// A progress bar on standard error, where that is a terminal and the work is large.
+// A progress bar on standard error, if that is a terminal and the work takes long enough to wait for.
 //
 // SPDX-License-Identifier: MIT
 
@@ -12,7 +12,8 @@ namespace tool {
 class CProgress
 {
 public:
-    explicit CProgress(uint64_t totalBytes);
+    // `totalBytes` 0: not known, as for a pipe. Then the bytes that are done are shown without a bar.
+    CProgress(bool isWanted, uint64_t totalBytes);
     ~CProgress();
     CProgress(const CProgress&) = delete;
     CProgress& operator=(const CProgress&) = delete;
@@ -22,8 +23,8 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
+    bool isShown;
     uint64_t totalBytes;
-    bool isWanted;
     bool isDrawn = false;
     Clock::time_point start = Clock::now();
     Clock::time_point nextDraw;

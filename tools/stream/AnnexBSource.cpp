@@ -82,7 +82,7 @@ void CAnnexBSource::PrintsLines()
 void CAnnexBSource::ForEach(const TakeUnit& takeUnit, const TakeSkipped& takeSkipped)
 {
     CNalFeeder feeder(CNalFeeder::ShortUnits::Separate, LargestUnit);
-    CProgress progress(showsProgress ? input.Size() : 0);
+    CProgress progress(showsProgress, input.Size());
     bool isLeading = true;
     const auto takeFed = [&](const unsigned char* data, unsigned int size) {
         isLeading = false;
