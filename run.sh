@@ -6,7 +6,7 @@
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
 
-"$projectDir/scripts/setup.sh" build tool
+"$projectDir/scripts/setup.sh" --for "Builds in $buildRoot/tool" build tool
 build release tool -DVIDEOPARAMS_BUILD_TESTS=OFF -DVIDEOPARAMS_BUILD_EXAMPLES=OFF
 
 if [ $# = 0 ]; then

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds and runs the tests and prints ctest's summary; everything else only when something fails.
+# Builds and runs the tests, and prints ctest's summary. Prints everything else only if something fails.
 #
 #   ./test.sh [PRESET] [CTEST_ARGUMENT...]    PRESET: release (the default), debug, sanitize, tsan, clang
 set -euo pipefail
@@ -13,7 +13,7 @@ fi
 
 purposes=(build tool tests)
 [ "$preset" = clang ] && purposes+=(clang)
-"$projectDir/scripts/setup.sh" "${purposes[@]}"
+"$projectDir/scripts/setup.sh" --for "Builds and tests in $buildRoot/$preset" "${purposes[@]}"
 build "$preset" "$preset"
 
 # The thread sanitizer needs its part of the address space, which randomised mappings may take.

@@ -1,11 +1,63 @@
 #!/usr/bin/env bash
-# Sees to it that what the named purposes need is installed: installs it where it may, else names what is missing.
+# Installs what the named purposes need and the machine does not have, or names what is missing if it may not install.
 #
-#   scripts/setup.sh build tests        PURPOSE: build tool tests clang fuzz format tidy bench ffmpeg streams abi
-#                                       instructions coverage docs packages aarch64 i386 windows
+#   scripts/setup.sh [--for WHAT] PURPOSE...    PURPOSE: a word of the first column below; without one, lists them.
+#                                               With --for, says in one line WHAT follows and what is installed
 set -euo pipefail
 
+# A line for each thing that a purpose needs: the purpose, the Debian package that contains the thing, and the question
+# that is true if the thing is there (one of the functions below, with its arguments). A new purpose needs new lines only.
+requirements='
+build         cmake                             command cmake
+build         ninja-build                       command ninja
+build         g++                               command g++
+tool          libcli11-dev                      header CLI/CLI.hpp
+tool          libfmt-dev                        header fmt/format.h
+tool          nlohmann-json3-dev                header nlohmann/json.hpp
+tests         libgtest-dev                      header gtest/gtest.h
+tests         pkg-config                        command pkg-config
+tests         python3                           module ctypes
+tests         python3                           module unittest
+clang         clang                             command clang++
+fuzz          clang                             command clang++
+fuzz          libclang-rt-dev                   clangRuntime
+format        clang-format-14                   command clang-format-14
+tidy          clang-tidy-14                     command clang-tidy-14
+bench         libbenchmark-dev                  header benchmark/benchmark.h
+bench         pkg-config                        command pkg-config
+bench         libavcodec-dev                    library libavcodec
+bench         libgstreamer-plugins-bad1.0-dev   library gstreamer-codecparsers-1.0
+ffmpeg        ffmpeg                            command ffmpeg
+ffmpeg        python3                           command python3
+streams       x264                              command x264
+streams       x265                              command x265
+abi           abigail-tools                     command abidiff
+instructions  valgrind                          command valgrind
+nehalem       qemu-user                         command qemu-x86_64
+coverage      gcovr                             command gcovr
+packages      dpkg-dev                          command dpkg-shlibdeps
+packages      file                              command file
+packages      lintian                           command lintian
+aarch64       g++-aarch64-linux-gnu             command aarch64-linux-gnu-g++
+aarch64       qemu-user                         command qemu-aarch64
+aarch64       googletest                        file /usr/src/googletest/CMakeLists.txt
+aarch64       nlohmann-json3-dev                header nlohmann/json.hpp
+i386          g++-i686-linux-gnu                command i686-linux-gnu-g++
+i386          qemu-user                         command qemu-i386
+i386          googletest                        file /usr/src/googletest/CMakeLists.txt
+i386          nlohmann-json3-dev                header nlohmann/json.hpp
+windows       g++-mingw-w64-x86-64-posix        command x86_64-w64-mingw32-g++-posix
+windows       googletest                        file /usr/src/googletest/CMakeLists.txt
+windows       nlohmann-json3-dev                header nlohmann/json.hpp
+windows       wine                              command wine
+windows       wine64                            file /usr/lib/wine/wine64
+docs          doxygen                           command doxygen
+'
+
+# Questions. A command, header or library may also come from somewhere else than the Debian package.
 hasCommand() { command -v "$1" >/dev/null; }
+
+hasFile() { [ -e "$1" ]; }
 
 hasHeader() {
     local folder
@@ -15,124 +67,80 @@ hasHeader() {
     return 1
 }
 
+# A library with its development files, by the name that pkg-config knows.
+hasLibrary() { pkg-config --exists "$1"; }
+
+# A module of Python 3.
+hasModule() { python3 -c "import $1"; }
+
+# A Debian package as such. For what none of the other questions finds.
+hasPackage() { [ "$(dpkg-query --show --showformat '${db:Status-Status}' "$1")" = installed ]; }
+
 hasClangRuntime() { compgen -G "$(clang -print-resource-dir)/lib/*/libclang_rt.fuzzer*" >/dev/null; }
 
-hasGoogleTestSources() { [ -e /usr/src/googletest/CMakeLists.txt ]; }
+purposes() { awk 'NF { print $1 }' <<<"$requirements" | uniq; }
 
-hasPython() { python3 -c 'import ctypes, json, unittest'; }  # more than python3-minimal
-
-hasWine64() { [ -e /usr/lib/wine/wine64 ]; }
-
-# What a purpose needs, a line each: the Debian package and the question whether it is there.
-requirementsOf() {
-    case $1 in
-    build)
-        echo "cmake hasCommand cmake"
-        echo "ninja-build hasCommand ninja"
-        echo "g++ hasCommand g++"
-        ;;
-    tool)
-        echo "libcli11-dev hasHeader CLI/CLI.hpp"
-        echo "libfmt-dev hasHeader fmt/format.h"
-        echo "nlohmann-json3-dev hasHeader nlohmann/json.hpp"
-        ;;
-    tests)
-        echo "libgtest-dev hasHeader gtest/gtest.h"
-        echo "pkg-config hasCommand pkg-config"
-        echo "python3 hasPython"
-        ;;
-    clang) echo "clang hasCommand clang++" ;;
-    fuzz)
-        echo "clang hasCommand clang++"
-        echo "libclang-rt-dev hasClangRuntime"
-        ;;
-    format) echo "clang-format-14 hasCommand clang-format-14" ;;
-    tidy) echo "clang-tidy-14 hasCommand clang-tidy-14" ;;
-    bench)
-        echo "libbenchmark-dev hasHeader benchmark/benchmark.h"
-        echo "pkg-config hasCommand pkg-config"
-        echo "libavcodec-dev hasHeader libavcodec/avcodec.h"
-        echo "libgstreamer-plugins-bad1.0-dev hasHeader gstreamer-1.0/gst/codecparsers/gsth264parser.h"
-        ;;
-    ffmpeg)
-        echo "ffmpeg hasCommand ffmpeg"
-        echo "python3 hasCommand python3"
-        ;;
-    streams)
-        echo "x264 hasCommand x264"
-        echo "x265 hasCommand x265"
-        ;;
-    abi) echo "abigail-tools hasCommand abidiff" ;;
-    instructions) echo "valgrind hasCommand valgrind" ;;
-    coverage) echo "gcovr hasCommand gcovr" ;;
-    packages)
-        echo "dpkg-dev hasCommand dpkg-shlibdeps"
-        echo "file hasCommand file"
-        echo "lintian hasCommand lintian"
-        ;;
-    aarch64)
-        echo "g++-aarch64-linux-gnu hasCommand aarch64-linux-gnu-g++"
-        echo "qemu-user hasCommand qemu-aarch64"
-        echo "googletest hasGoogleTestSources"
-        echo "nlohmann-json3-dev hasHeader nlohmann/json.hpp"
-        ;;
-    i386)
-        echo "g++-i686-linux-gnu hasCommand i686-linux-gnu-g++"
-        echo "qemu-user hasCommand qemu-i386"
-        echo "googletest hasGoogleTestSources"
-        echo "nlohmann-json3-dev hasHeader nlohmann/json.hpp"
-        ;;
-    windows)
-        echo "g++-mingw-w64-x86-64-posix hasCommand x86_64-w64-mingw32-g++-posix"
-        echo "googletest hasGoogleTestSources"
-        echo "nlohmann-json3-dev hasHeader nlohmann/json.hpp"
-        echo "wine hasCommand wine"
-        echo "wine64 hasWine64"
-        ;;
-    docs) echo "doxygen hasCommand doxygen" ;;
-    *)
-        echo "setup.sh: unknown purpose: $1" >&2
-        return 1
-        ;;
-    esac
-}
-
+# Sets `missing` to the packages that the purposes lack.
 findMissing() {
-    local purpose requirements package question
+    local purpose package question arguments
     missing=()
-    for purpose in "$@"; do
-        requirements=$(requirementsOf "$purpose")
-        while read -r package question; do
-            $question 2>/dev/null || [[ " ${missing[*]} " == *" $package "* ]] || missing+=("$package")
-        done <<<"$requirements"
-    done
+    while read -r purpose package question arguments; do
+        [[ -n $purpose && " $* " == *" $purpose "* && " ${missing[*]} " != *" $package "* ]] || continue
+        # shellcheck disable=SC2086  # a question may have several arguments
+        "has${question^}" $arguments >/dev/null 2>&1 || missing+=("$package")
+    done <<<"$requirements"
 }
 
-install() {
-    local asRoot=() log
+mayInstall() {
+    asRoot=()
     hasCommand apt-get || return 1
-    if [ "$(id -u)" != 0 ]; then
-        hasCommand sudo && sudo -n true 2>/dev/null || return 1
-        asRoot=(sudo -n)
-    fi
-    echo "Installing $*" >&2
-    log=$(mktemp)
+    [ "$(id -u)" = 0 ] && return 0
+    asRoot=(sudo -n)
+    hasCommand sudo && sudo -n true 2>/dev/null
+}
+
+installPackages() {
+    local log
     local apt=("${asRoot[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -y -o DPkg::Lock::Timeout=300)
+    log=$(mktemp)
     if ! { "${apt[@]}" update && "${apt[@]}" install --no-install-recommends "$@"; } </dev/null >"$log" 2>&1; then
         cat "$log" >&2
-        rm -f "$log"
-        return 1
     fi
     rm -f "$log"
 }
 
+announcement=
+if [ "${1:-}" = --for ]; then
+    announcement=$2
+    shift 2
+fi
+if [ $# = 0 ]; then
+    purposes
+    exit
+fi
+for purpose in "$@"; do
+    if ! purposes | grep -qx -- "$purpose"; then
+        echo "setup.sh: unknown purpose: $purpose. Known: $(purposes | paste -sd ' ')" >&2
+        exit 2
+    fi
+done
+
 findMissing "$@"
 if [ ${#missing[@]} -gt 0 ]; then
-    install "${missing[@]}" || true
+    announcement+="${announcement:+; }installs with apt-get: ${missing[*]}"
+elif [ -n "$announcement" ]; then
+    announcement+="; installs nothing"
+fi
+[ -z "$announcement" ] || echo "$announcement" >&2
+if [ ${#missing[@]} -gt 0 ] && mayInstall; then
+    # Scripts that run at the same time install one after the other.
+    exec 9>"${TMPDIR:-/tmp}/videoparams-setup-$(id -u).lock"
+    flock 9
+    findMissing "$@"
+    [ ${#missing[@]} = 0 ] || installPackages "${missing[@]}"
     findMissing "$@"
 fi
 if [ ${#missing[@]} -gt 0 ]; then
-    echo "Missing, and not installed from here: ${missing[*]} (names of Debian packages)." >&2
-    echo "Install with: apt-get install ${missing[*]}" >&2
+    echo "These Debian packages are still missing. Install them with: apt-get install ${missing[*]}" >&2
     exit 1
 fi
