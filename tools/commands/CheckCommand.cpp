@@ -94,7 +94,7 @@ void CCheck::NoteSkipped(uint64_t bytes)
 Status RunCheck(const CheckOptions& options)
 {
     const auto source = OpenSource(options.source);
-    const auto report = MakeCheckReport({});
+    const auto report = MakeCheckReport({.isJson = options.isJson});
     CCheck check(source->Codec(), *report);
     source->PrintsLines();
     report->Begin(source->Facts());

@@ -110,6 +110,7 @@ void CCommandLine::AddParams()
     CLI::App* const command =
         app.add_subcommand("params", "Show the parameter sets as hex, and whether they change");
     AddInput(command, params);
+    command->add_flag("--json", params.isJson, "Write JSON");
     command
         ->add_option("-o,--output", params.outputFile,
                      "Write the first set of each kind and identifier as a byte stream")
@@ -125,6 +126,7 @@ void CCommandLine::AddCheck()
         "Missing pictures are told by frame_num (H.264), so those that were no reference leave no trace.\n"
         "A gap flags the access units behind it, up to and including the next reference picture.");
     AddInput(command, check);
+    command->add_flag("--json", check.isJson, "Write JSON");
     SetAction(command, RunCheck, check);
 }
 

@@ -29,12 +29,14 @@ struct UnitsOptions
 struct ParamsOptions
 {
     SourceOptions source;
+    bool isJson = false;
     std::string outputFile;
 };
 
 struct CheckOptions
 {
     SourceOptions source;
+    bool isJson = false;
 };
 
 enum class Where

@@ -109,7 +109,7 @@ Status RunParams(const ParamsOptions& options)
 {
     const auto source = OpenSource(options.source);
     const bool isPrinted = options.outputFile.empty();
-    const auto report = MakeParamsReport({});
+    const auto report = MakeParamsReport({.isJson = options.isJson});
     CParameterSets sets(isPrinted ? report.get() : nullptr);
     if (isPrinted) {
         source->PrintsLines();

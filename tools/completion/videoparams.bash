@@ -25,8 +25,8 @@ _videoparams() {
         "") words="info units params check userdata --help --version" ;;
         info) words="--codec --units --json --plot --help" ;;
         units) words="--codec --json --help" ;;
-        params) words="--codec --output --help" ;;
-        check) words="--codec --help" ;;
+        params) words="--codec --json --output --help" ;;
+        check) words="--codec --json --help" ;;
         userdata) words="add get remove --help" ;;
         "userdata add") words="--codec --text --data --where --output --help" ;;
         "userdata get" | "userdata remove") words="--codec --output --help" ;;

@@ -39,5 +39,6 @@ public:
 };
 
 std::unique_ptr<CCheckReport> MakeCheckReport(const ReportStyle& style);
+std::unique_ptr<CCheckReport> MakeCheckJson(const ReportStyle& style);
 
 }  // namespace tool

@@ -44,6 +44,8 @@ void CCheckText::End(const CheckSummary& summary)
 
 std::unique_ptr<CCheckReport> MakeCheckReport(const ReportStyle& style)
 {
+    if (style.isJson)
+        return MakeCheckJson(style);
     return std::make_unique<CCheckText>(style);
 }
 

@@ -1,20 +1,12 @@
 #include "report/ColourNames.h"
 #include "report/InfoReport.h"
+#include "report/JsonReport.h"
 
-#include <fmt/format.h>
-#include <nlohmann/json.hpp>
+#include <cmath>
 
 namespace tool {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
-
-// A file name need not be UTF-8.
-std::string Dump(const Json& json, int indent = -1)
-{
-    return json.dump(indent, ' ', false, Json::error_handler_t::replace);
-}
 
 // A value that is not coded has no name.
 Json Named(uint32_t value, uint32_t isCoded, const char* name)
@@ -28,7 +20,7 @@ Json ToJson(const SequenceInfo& info)
     if (info.HasFrameRate())
         json["frameRate"] = {{"numerator", info.frameRateNumerator},
                              {"denominator", info.frameRateDenominator},
-                             {"framesPerSecond", info.FrameRate()}};
+                             {"framesPerSecond", Rounded(info.FrameRate())}};
     const uint32_t hasSignal = info.video_signal_type_present_flag;
     const uint32_t hasColour = info.colour_description_present_flag;
     json["colour"] = {
@@ -50,34 +42,24 @@ Json ToJson(const Spread& spread)
 {
     if (spread.count == 0)
         return nullptr;
-    return {{"smallest", spread.smallest}, {"mean", spread.Mean()}, {"largest", spread.largest}};
+    return {{"smallest", spread.smallest}, {"mean", Rounded(spread.Mean())}, {"largest", spread.largest}};
 }
 
 Json ToJson(const std::optional<double>& value)
 {
-    return value ? Json(*value) : Json(nullptr);
+    return value ? Rounded(*value) : Json(nullptr);
 }
 
-class CInfoJson : public CInfoReport
+class CInfoJson : public CJsonReport<CInfoReport>
 {
 public:
-    explicit CInfoJson(bool lists) : listsAccessUnits(lists) {}
+    CInfoJson(const ReportStyle& style, bool listsAccessUnits)
+        : CJsonReport("info", listsAccessUnits ? "accessUnits" : "", style)
+    {}
 
-    void Begin(const SourceFacts& facts) override;
     void Add(const AccessUnit& unit) override;
     void End(const InfoResult& result) override;
-
-private:
-    bool listsAccessUnits;
-    bool isFirst = true;
 };
-
-void CInfoJson::Begin(const SourceFacts& facts)
-{
-    fmt::print("{{\n  \"file\": {},\n  \"codec\": {},\n", Dump(facts.name), Dump(CodecName(facts.codec)));
-    if (listsAccessUnits)
-        fmt::print("  \"accessUnits\": [");
-}
 
 void CInfoJson::Add(const AccessUnit& unit)
 {
@@ -87,14 +69,11 @@ void CInfoJson::Add(const AccessUnit& unit)
         json["field"] = unit.isField;
         json["slice_type"] = unit.slice_type;
     }
-    fmt::print("{}\n    {}", isFirst ? "" : ",", Dump(json));
-    isFirst = false;
+    writer.Add(json);
 }
 
 void CInfoJson::End(const InfoResult& result)
 {
-    if (listsAccessUnits)
-        fmt::print("\n  ],\n");
     Json json;
     const CStreamSummary& summary = result.summary;
     json["sequences"] = Json::array();
@@ -111,19 +90,19 @@ void CInfoJson::End(const InfoResult& result)
     json["keyFrameCount"] = summary.KeyFrames();
     json["keyFrameDistance"] = ToJson(summary.KeyDistances());
     json["seconds"] = ToJson(summary.Duration());
-    json["bitsPerSecond"] = ToJson(summary.BitRate());
+    json["bitsPerSecond"] = summary.BitRate() ? Json(std::llround(*summary.BitRate())) : Json(nullptr);
     json["unreadable"] = {{"bytes", result.UnreadableBytes()},
                           {"damagedUnits", result.damage.damagedUnits},
                           {"lostSlices", result.damage.lostSlices},
                           {"bytesOutsideOfUnits", result.counts.skippedBytes}};
-    fmt::print("{}\n", Dump(json, 2).substr(2));
+    writer.End(json);
 }
 
 }  // namespace
 
-std::unique_ptr<CInfoReport> MakeInfoJson(bool listsAccessUnits)
+std::unique_ptr<CInfoReport> MakeInfoJson(const ReportStyle& style, bool listsAccessUnits)
 {
-    return std::make_unique<CInfoJson>(listsAccessUnits);
+    return std::make_unique<CInfoJson>(style, listsAccessUnits);
 }
 
 }  // namespace tool

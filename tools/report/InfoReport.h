@@ -36,6 +36,6 @@ public:
 };
 
 std::unique_ptr<CInfoReport> MakeInfoReport(const ReportStyle& style, bool listsAccessUnits);
-std::unique_ptr<CInfoReport> MakeInfoJson(bool listsAccessUnits);
+std::unique_ptr<CInfoReport> MakeInfoJson(const ReportStyle& style, bool listsAccessUnits);
 
 }  // namespace tool

@@ -156,7 +156,7 @@ void CInfoText::End(const InfoResult& result)
 std::unique_ptr<CInfoReport> MakeInfoReport(const ReportStyle& style, bool listsAccessUnits)
 {
     if (style.isJson)
-        return MakeInfoJson(listsAccessUnits);
+        return MakeInfoJson(style, listsAccessUnits);
     return std::make_unique<CInfoText>(listsAccessUnits);
 }
 

@@ -38,5 +38,6 @@ public:
 };
 
 std::unique_ptr<CParamsReport> MakeParamsReport(const ReportStyle& style);
+std::unique_ptr<CParamsReport> MakeParamsJson(const ReportStyle& style);
 
 }  // namespace tool

@@ -60,6 +60,8 @@ void CParamsText::End(const std::vector<ParameterSetSummary>& sets)
 
 std::unique_ptr<CParamsReport> MakeParamsReport(const ReportStyle& style)
 {
+    if (style.isJson)
+        return MakeParamsJson(style);
     return std::make_unique<CParamsText>(style);
 }
 

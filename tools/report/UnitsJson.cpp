@@ -1,35 +1,18 @@
+#include "report/JsonReport.h"
 #include "report/UnitsReport.h"
-
-#include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 namespace tool {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
-class CUnitsJson : public CUnitsReport
+class CUnitsJson : public CJsonReport<CUnitsReport>
 {
 public:
-    void Begin(const SourceFacts& facts) override;
+    explicit CUnitsJson(const ReportStyle& style) : CJsonReport("units", "units", style) {}
+
     void Add(const NalUnit& unit, const SliceMeasure& measure) override;
-    void End(const SourceCounts&, uint64_t) override { fmt::print("\n]}}\n"); }
-
-private:
-    bool isFirst = true;
+    void End(const SourceCounts& counts, uint64_t damagedUnits) override;
 };
-
-// A file name need not be UTF-8.
-std::string Dump(const Json& json)
-{
-    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
-
-void CUnitsJson::Begin(const SourceFacts& facts)
-{
-    fmt::print("{{\"file\": {}, \"codec\": {}, \"units\": [", Dump(facts.name), Dump(CodecName(facts.codec)));
-}
 
 void CUnitsJson::Add(const NalUnit& unit, const SliceMeasure& measure)
 {
@@ -53,15 +36,22 @@ void CUnitsJson::Add(const NalUnit& unit, const SliceMeasure& measure)
         json["slice_type"] = measure.slice_type;
     if (measure.sliceHeaderLength != 0)
         json["sliceHeaderLength"] = measure.sliceHeaderLength;
-    fmt::print("{}\n  {}", isFirst ? "" : ",", Dump(json));
-    isFirst = false;
+    writer.Add(json);
+}
+
+void CUnitsJson::End(const SourceCounts& counts, uint64_t damagedUnits)
+{
+    writer.End({{"bytes", counts.bytes},
+                {"unitCount", counts.units},
+                {"damagedUnits", damagedUnits},
+                {"bytesOutsideOfUnits", counts.skippedBytes}});
 }
 
 }  // namespace
 
-std::unique_ptr<CUnitsReport> MakeUnitsJson()
+std::unique_ptr<CUnitsReport> MakeUnitsJson(const ReportStyle& style)
 {
-    return std::make_unique<CUnitsJson>();
+    return std::make_unique<CUnitsJson>(style);
 }
 
 }  // namespace tool

@@ -25,6 +25,6 @@ public:
 };
 
 std::unique_ptr<CUnitsReport> MakeUnitsReport(const ReportStyle& style);
-std::unique_ptr<CUnitsReport> MakeUnitsJson();
+std::unique_ptr<CUnitsReport> MakeUnitsJson(const ReportStyle& style);
 
 }  // namespace tool

@@ -54,7 +54,7 @@ void CUnitsText::Add(const NalUnit& unit, const SliceMeasure& measure)
 std::unique_ptr<CUnitsReport> MakeUnitsReport(const ReportStyle& style)
 {
     if (style.isJson)
-        return MakeUnitsJson();
+        return MakeUnitsJson(style);
     return std::make_unique<CUnitsText>(style);
 }
 

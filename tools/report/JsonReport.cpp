@@ -1,0 +1,99 @@
+#include "report/JsonReport.h"
+
+#include <cmath>
+#include <fmt/format.h>
+
+namespace tool {
+
+namespace {
+
+constexpr int SchemaVersion = 1;
+
+// A file name need not be UTF-8.
+std::string Dump(const Json& json, int indent = -1)
+{
+    return json.dump(indent, ' ', false, Json::error_handler_t::replace);
+}
+
+}  // namespace
+
+CJsonWriter::CJsonWriter(std::string givenCommand, std::string givenList, const ReportStyle& style)
+    : command(std::move(givenCommand)), listName(std::move(givenList)), isArray(style.hasSeveralFiles)
+{}
+
+void CJsonWriter::BeginObject(const std::string& name)
+{
+    if (isArray)
+        fmt::print("{}", objectCount == 0 ? "[\n" : ",\n");
+    fmt::print("{{\n  \"schemaVersion\": {},\n  \"command\": {},\n  \"file\": {}", SchemaVersion,
+               Dump(command), Dump(name));
+    ++objectCount;
+    isInObject = true;
+}
+
+void CJsonWriter::Begin(const SourceFacts& facts)
+{
+    BeginObject(facts.name);
+    fmt::print(",\n  \"format\": {},\n  \"codec\": {}", Dump(facts.format), Dump(CodecName(facts.codec)));
+    if (!listName.empty())
+        fmt::print(",\n  \"{}\": [", listName);
+    itemCount = 0;
+}
+
+void CJsonWriter::Add(const Json& item)
+{
+    fmt::print("{}\n    {}", itemCount++ == 0 ? "" : ",", Dump(item));
+}
+
+void CJsonWriter::End(const Json& members)
+{
+    if (!listName.empty())
+        fmt::print("{}]", itemCount == 0 ? "" : "\n  ");
+    EndObject(members);
+}
+
+void CJsonWriter::EndObject(const Json& members)
+{
+    if (members.empty()) {
+        fmt::print("\n}}");
+    } else {
+        fmt::print(",{}", Dump(members, 2).substr(1));
+    }
+    fmt::print("{}", isArray ? "" : "\n");
+    isInObject = false;
+}
+
+// The object of a file that could not be read to its end is closed, so that what was read can be used.
+void CJsonWriter::Fail(const std::string& name, const std::string& message)
+{
+    const Json members = {{"error", message}};
+    if (isInObject) {
+        End(members);
+        return;
+    }
+    BeginObject(name);
+    EndObject(members);
+}
+
+void CJsonWriter::Close() const
+{
+    if (isArray)
+        fmt::print("{}\n]\n", objectCount == 0 ? "[" : "");
+}
+
+Json Rounded(double value)
+{
+    constexpr double Steps = 1e6;
+    const double rounded = std::round(value * Steps) / Steps;
+    return rounded == std::floor(rounded) ? Json(std::llround(rounded)) : Json(rounded);
+}
+
+std::string Hex(std::span<const unsigned char> bytes)
+{
+    std::string digits;
+    for (const unsigned char byte : bytes)
+        digits += fmt::format("{:02X}", byte);
+    return digits;
+}
+
+}  // namespace tool
