@@ -71,7 +71,7 @@ Result CAccessUnitAssembly::ReadUnits(VideoInfo* info)
 // is no failure.
 Result CAccessUnitAssembly::TakeUnit(VideoInfo* info)
 {
-    switch (rules.classOf(parser.openUnit.header.nal_unit_type)) {
+    switch (rules.TraitsOf(parser.openUnit.header.nal_unit_type).unitClass) {
     case UnitClass::Leading:
         return TakeLeadingUnit();
     case UnitClass::Slice:
@@ -86,7 +86,7 @@ Result CAccessUnitAssembly::TakeUnit(VideoInfo* info)
 Result CAccessUnitAssembly::TakeLeadingUnit()
 {
     parser.EndUnit();
-    if (rules.isRead(parser.openUnit.header.nal_unit_type) && parser.OpenWhole(rules) != ResultOk)
+    if (rules.TraitsOf(parser.openUnit.header.nal_unit_type).isParameterSet && parser.OpenWhole(rules) != ResultOk)
         return ResultFailed;
     if (currentUnit == nullptr) {
         BeginCurrentUnit();
@@ -115,7 +115,7 @@ Result CAccessUnitAssembly::TakeSlice(VideoInfo* info)
         BeginCurrentUnit();
     if (pendingUnit != nullptr)
         MergePendingUnit();
-    if (StoreUnit(*currentUnit) && rules.isKeySlice(parser.openUnit.header.nal_unit_type))
+    if (StoreUnit(*currentUnit) && rules.TraitsOf(parser.openUnit.header.nal_unit_type).isKeySlice)
         currentUnit->keyFrame = 1;
     return ResultOk;
 }

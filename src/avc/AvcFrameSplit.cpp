@@ -69,7 +69,7 @@ Result CParseAVCParams::GetNalUnit(unsigned char** unit, uint32_t* unitSize, boo
     if (openUnit.IsEmpty() || openUnit.header.forbidden_zero_bit == 1)
         return ResultFailed;
     const NalHeader header = openUnit.header;
-    if (avcRules.classOf(header.nal_unit_type) == UnitClass::Slice) {
+    if (avcRules.TraitsOf(header.nal_unit_type).unitClass == UnitClass::Slice) {
         if (OpenHead(avcRules) != ResultOk)
             return ResultFailed;
         int32_t newPicture = 0;
@@ -80,7 +80,7 @@ Result CParseAVCParams::GetNalUnit(unsigned char** unit, uint32_t* unitSize, boo
         // showed.
         *isSlice = true;
         *sliceHeaderLength = MeasureSliceHeader();
-    } else if (avcRules.isRead(header.nal_unit_type)) {
+    } else if (avcRules.TraitsOf(header.nal_unit_type).isParameterSet) {
         if (OpenWhole(avcRules) != ResultOk)
             return ResultFailed;
         VideoInfo scratch{};

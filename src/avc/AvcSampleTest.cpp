@@ -67,12 +67,12 @@ Result CParseAVCParams::OpenFirstSlice(bool& found)
         if (openUnit.IsEmpty())
             return begun;
         const uint32_t nal_unit_type = openUnit.header.nal_unit_type;
-        if (avcRules.classOf(nal_unit_type) == UnitClass::Slice) {
+        if (avcRules.TraitsOf(nal_unit_type).unitClass == UnitClass::Slice) {
             const Result opened = OpenHead(avcRules);
             found = opened == ResultOk;
             return opened;
         }
-        if (avcRules.isRead(nal_unit_type) &&
+        if (avcRules.TraitsOf(nal_unit_type).isParameterSet &&
             (OpenWhole(avcRules) != ResultOk || ReadParameterSet(scratch) != ResultOk))
             return ResultFailed;
     }

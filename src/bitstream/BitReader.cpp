@@ -1,7 +1,4 @@
-// Bits, most significant first, and Exp-Golomb codes (H.264 9.1, H.265 9.2). The reader never fails: behind
-// the end there are zeros, and `readPastEnd` says that some were read.
-
-#include "parser/ParserBase.h"
+#include "bitstream/BitReader.h"
 
 #include <algorithm>
 
@@ -13,77 +10,41 @@ constexpr uint32_t MaxLeadingZeroBits = 31;
 
 }  // namespace
 
-void CParserBase::InitReadData(const unsigned char* data, uint32_t size)
+// Fewer than eight bytes are left from `byte` on.
+uint64_t CBitReader::LastBytes(uint32_t byte) const
 {
-    readPtr = data;
-    readBytesLeft = size;
-    readBitPos = 0;
-    readPastEnd = false;
+    const uint32_t count = size - byte;
+    if (count == 0)
+        return 0;
+    if (size >= 8)
+        return LoadBytes(data + size - 8) << (8 * (8 - count));
+    uint64_t bytes = 0;
+    for (uint32_t i = 0; i < count; ++i)
+        bytes |= uint64_t{data[byte + i]} << (56 - 8 * i);
+    return bytes;
 }
 
-// Of more than 32 bits, the last 32 are returned.
-uint32_t CParserBase::ReadData(uint32_t count)
+// None, or more than 32: these are skipped at once up to the last 32, however many the stream asks for.
+uint32_t CBitReader::ManyBits(uint32_t count)
 {
-    if (count > 32) {  // step over the others at once, whatever the stream says
-        const uint64_t target = uint64_t{readBitPos} + count - 32;
-        const auto bytes = static_cast<uint32_t>(std::min<uint64_t>(target / 8, readBytesLeft));
-        readPtr += bytes;
-        readBytesLeft -= bytes;
-        readBitPos = readBytesLeft == 0 ? 0 : target % 8;
-        count = 32;
+    if (count == 0)
+        return 0;
+    position += std::min(uint64_t{count} - 32, BitsLeft());
+    return Bits(32);
+}
+
+// A code whose end one load does not reach, or that the data end in, or that has too many zeros.
+uint32_t CBitReader::LongUe()
+{
+    const auto next = static_cast<uint32_t>(NextBits() >> 32);
+    const auto leadingZeroBits = static_cast<uint32_t>(std::countl_zero(next));
+    if (leadingZeroBits > MaxLeadingZeroBits) {
+        position += std::min<uint64_t>(leadingZeroBits, BitsLeft());
+        pastEnd = true;
+        return 0;
     }
-    uint32_t value = 0;
-    while (count != 0) {
-        if (readBytesLeft == 0) {
-            readPastEnd = true;
-            return value;
-        }
-        const uint32_t taken = std::min(8 - readBitPos, count);
-        const uint32_t bits = ((uint32_t{*readPtr} << readBitPos) & 0xFF) >> (8 - taken);
-        count -= taken;
-        value |= bits << count;
-        readBitPos += taken;
-        if (readBitPos == 8) {
-            ++readPtr;
-            --readBytesLeft;
-            readBitPos = 0;
-        }
-    }
-    return value;
-}
-
-// The bits of a u(v) whose length is coded as a logarithm minus 4. Behind 2^32 there is no data.
-uint32_t CParserBase::BitsOf(uint32_t log2_minus4)
-{
-    return std::min(log2_minus4, UINT32_MAX - 4) + 4;
-}
-
-uint32_t CParserBase::GetUE()
-{
-    uint32_t leadingZeroBits = 0;
-    while (true) {
-        if (readBytesLeft == 0 || leadingZeroBits > MaxLeadingZeroBits) {
-            readPastEnd = true;
-            return 0;
-        }
-        if (ReadData(1) == 1)
-            break;
-        ++leadingZeroBits;
-    }
-    return (uint32_t{1} << leadingZeroBits) - 1 + ReadData(leadingZeroBits);
-}
-
-int32_t CParserBase::GetSE()
-{
-    const uint32_t code = GetUE();
-    const auto half = static_cast<int32_t>(code >> 1);
-    return code % 2 != 0 ? half + 1 : -half;
-}
-
-Result CParserBase::GetDataPtr(const unsigned char** data) const
-{
-    *data = readPtr;
-    return ResultOk;
+    Advance(leadingZeroBits + 1);
+    return (uint32_t{1} << leadingZeroBits) - 1 + Bits(leadingZeroBits);
 }
 
 }  // namespace videoparams

@@ -4,12 +4,12 @@ namespace videoparams {
 
 namespace {
 
-bool IsBetween(uint32_t value, uint32_t first, uint32_t last)
+constexpr bool IsBetween(uint32_t value, uint32_t first, uint32_t last)
 {
     return value >= first && value <= last;
 }
 
-UnitClass AvcClassOf(uint32_t nal_unit_type)
+constexpr UnitClass AvcClassOf(uint32_t nal_unit_type)
 {
     if (nal_unit_type == AvcUnitSlice || nal_unit_type == AvcUnitPartitionA ||
         nal_unit_type == AvcUnitIdrSlice)
@@ -19,23 +19,18 @@ UnitClass AvcClassOf(uint32_t nal_unit_type)
     return UnitClass::Other;
 }
 
-bool IsAvcKeySlice(uint32_t nal_unit_type)
+constexpr UnitTraits AvcTraitsOf(uint32_t nal_unit_type)
 {
-    return nal_unit_type == AvcUnitIdrSlice;
+    return {
+        .unitClass = AvcClassOf(nal_unit_type),
+        .isKeySlice = nal_unit_type == AvcUnitIdrSlice,
+        .isParameterSet = nal_unit_type == AvcUnitSps || nal_unit_type == AvcUnitPps,
+        // Slices and slice data partitions; a coded slice extension (type 20) never comes first.
+        .takesSeiBefore = IsBetween(nal_unit_type, AvcUnitSlice, AvcUnitIdrSlice),
+    };
 }
 
-bool IsReadAvc(uint32_t nal_unit_type)
-{
-    return nal_unit_type == AvcUnitSps || nal_unit_type == AvcUnitPps;
-}
-
-// Slices and slice data partitions; a coded slice extension (type 20) never comes first.
-bool TakesSeiInFrontAvc(uint32_t nal_unit_type)
-{
-    return IsBetween(nal_unit_type, AvcUnitSlice, AvcUnitIdrSlice);
-}
-
-UnitClass HevcClassOf(uint32_t nal_unit_type)
+constexpr UnitClass HevcClassOf(uint32_t nal_unit_type)
 {
     if (nal_unit_type <= 9 || IsBetween(nal_unit_type, 16, 23))
         return UnitClass::Slice;
@@ -45,50 +40,47 @@ UnitClass HevcClassOf(uint32_t nal_unit_type)
     return UnitClass::Other;
 }
 
-bool IsHevcKeySlice(uint32_t nal_unit_type)
+constexpr UnitTraits HevcTraitsOf(uint32_t nal_unit_type)
 {
-    return IsBetween(nal_unit_type, HevcUnitFirstIrap, HevcUnitLastIrap);
+    return {
+        .unitClass = HevcClassOf(nal_unit_type),
+        .isKeySlice = IsBetween(nal_unit_type, HevcUnitFirstIrap, HevcUnitLastIrap),
+        .isParameterSet = nal_unit_type == HevcUnitVps || nal_unit_type == HevcUnitSps,
+        // All VCL types, the reserved ones too.
+        .takesSeiBefore = nal_unit_type < HevcUnitVps,
+    };
 }
 
-bool IsReadHevc(uint32_t nal_unit_type)
+constexpr auto TableOf(UnitTraits (*traitsOf)(uint32_t), uint32_t typeCount)
 {
-    return nal_unit_type == HevcUnitVps || nal_unit_type == HevcUnitSps;
-}
-
-// All VCL types, the reserved ones too.
-bool TakesSeiInFrontHevc(uint32_t nal_unit_type)
-{
-    return nal_unit_type < HevcUnitVps;
+    std::array<UnitTraits, NoType + 1> table{};
+    for (uint32_t nal_unit_type = 0; nal_unit_type < typeCount; ++nal_unit_type)
+        table[nal_unit_type] = traitsOf(nal_unit_type);
+    return table;
 }
 
 }  // namespace
 
-const NalRules avcRules = {
+constexpr NalRules avcRules = {
     .headerLength = 1,
     .typeShift = 0,
     .typeMask = 0x1F,
-    .classOf = AvcClassOf,
-    .isKeySlice = IsAvcKeySlice,
-    .isRead = IsReadAvc,
+    .traits = TableOf(AvcTraitsOf, 32),
     .delimiterType = AvcUnitDelimiter,
     .mergeTakesKeyFrame = true,
     .seiType = AvcUnitSei,
     .seiHeader = {0x06},
-    .takesSeiInFront = TakesSeiInFrontAvc,
 };
 
-const NalRules hevcRules = {
+constexpr NalRules hevcRules = {
     .headerLength = 2,
     .typeShift = 1,
     .typeMask = 0x3F,
-    .classOf = HevcClassOf,
-    .isKeySlice = IsHevcKeySlice,
-    .isRead = IsReadHevc,
+    .traits = TableOf(HevcTraitsOf, 64),
     .delimiterType = NoType,
     .mergeTakesKeyFrame = false,
     .seiType = HevcUnitPrefixSei,
     .seiHeader = {0x4E, 0x01},
-    .takesSeiInFront = TakesSeiInFrontHevc,
 };
 
 }  // namespace videoparams

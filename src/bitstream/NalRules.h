@@ -1,16 +1,26 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 
 namespace videoparams {
 
 // What the assembly of access units does with a unit.
-enum class UnitClass
+enum class UnitClass : uint8_t
 {
-    Slice,    // its header tells whether a picture starts
-    Leading,  // the first one behind a picture's last slice starts the next access unit (H.264 7.4.1.2.3,
+    Slice,    // its header shows whether a picture starts
+    Leading,  // the first one after a picture's last slice starts the next access unit (H.264 7.4.1.2.3,
               // H.265 7.4.2.4.4)
-    Other,    // joins whatever is open
+    Other,    // joins the access unit at hand
+};
+
+// What a nal_unit_type means to the library.
+struct UnitTraits
+{
+    UnitClass unitClass = UnitClass::Other;
+    bool isKeySlice = false;      // H.264: IDR; H.265: IRAP
+    bool isParameterSet = false;  // a parameter set that is read: H.264 SPS and PPS; H.265 VPS and SPS
+    bool takesSeiBefore = false;  // a new SEI unit goes before the first such unit
 };
 
 // nal_unit_header(), as far as the library uses it.
@@ -21,45 +31,33 @@ struct NalHeader
     uint32_t nal_unit_type;
 };
 
-// What tells the two codecs apart.
+// The type of a unit that is a start code alone.
+constexpr uint32_t NoType = 64;
+
+// Everything in which the two codecs differ.
 struct NalRules
 {
     uint32_t headerLength;
-    uint32_t typeShift;  // where nal_unit_type stands in the first byte
+    uint32_t typeShift;  // of nal_unit_type in the first header byte
     uint32_t typeMask;
-    UnitClass (*classOf)(uint32_t nal_unit_type);
-    bool (*isKeySlice)(uint32_t nal_unit_type);
-    bool (*isRead)(uint32_t nal_unit_type);  // leading units that are more than stored
-    uint32_t delimiterType;   // the access unit delimiter, where its place is recorded; else NoType
+    std::array<UnitTraits, NoType + 1> traits;  // by nal_unit_type
+    uint32_t delimiterType;   // held parameter sets are inserted after it; NoType: none are held
     bool mergeTakesKeyFrame;  // a merge overwrites the key-frame flag of the current unit
     uint32_t seiType;         // the SEI units that are edited and searched
     unsigned char seiHeader[2];
-    bool (*takesSeiInFront)(uint32_t nal_unit_type);  // a new SEI unit goes in front of the first such unit
-};
 
-constexpr uint32_t NoType = UINT32_MAX;
+    const UnitTraits& TraitsOf(uint32_t nal_unit_type) const { return traits[nal_unit_type]; }
+
+    NalHeader HeaderOf(unsigned char firstByte) const
+    {
+        return {.forbidden_zero_bit = uint32_t{firstByte} >> 7,
+                .nal_ref_idc = (uint32_t{firstByte} >> 5) & 3,
+                .nal_unit_type = (uint32_t{firstByte} >> typeShift) & typeMask};
+    }
+};
 
 extern const NalRules avcRules;
 extern const NalRules hevcRules;
-
-// The start code that is written; those of a stream may have three bytes.
-constexpr unsigned char LongStartCode[] = {0, 0, 0, 1};
-
-// Units as the scanner delivers them.
-inline uint32_t StartCodeLength(const unsigned char* unit)
-{
-    return unit[2] == 1 ? 3 : 4;
-}
-
-inline bool IsBareStartCode(const unsigned char* unit, uint32_t unitSize)
-{
-    return unitSize == StartCodeLength(unit);
-}
-
-inline uint32_t UnitType(const NalRules& rules, unsigned char firstHeaderByte)
-{
-    return (firstHeaderByte >> rules.typeShift) & rules.typeMask;
-}
 
 // nal_unit_type values, H.264 Table 7-1.
 enum AvcUnitType : uint32_t

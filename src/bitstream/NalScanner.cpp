@@ -1,245 +1,129 @@
-// The walk over the NAL units of a byte stream, H.264 and H.265 Annex B. A unit runs from its start code to
-// the next one or to the end. A start code counts only where five bytes are left from its first zero on:
-//     00 00 01 xx xx      00 00 00 01 xx
-// so no unit begins within the last four bytes of a stream.
-//
-// To end a unit is to find where it ends, which takes a look at all of its bytes. It is put off until the end
-// is needed, or the next unit, so that the search and the copying of a unit can be one pass.
+#include "bitstream/NalScanner.h"
 
 #include "bitstream/ByteScan/ByteScan.h"
-#include "parser/ParserBase.h"
+#include "bitstream/EmulationPrevention.h"
+#include "bitstream/StartCode.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 
 namespace videoparams {
 
 namespace {
 
-constexpr uint32_t ShortestUnit = 5;
-
-// The search for the end of a unit begins behind these. The fourth byte of a longer start code is 1, with
-// which no other one begins.
-constexpr uint32_t ShortStartCodeLength = 3;
-
-// More than the elements that are read of a slice header take in any sound stream.
+// More than the elements that are read of a slice header take in any valid stream.
 constexpr uint32_t RbspHeadSize = 64;
-
-// The start code that ends in the 00 00 01 at `prefix`, or null where it does not count. No 00 00 01 was
-// found where `prefix` is `end` - 1.
-const unsigned char* StartCodeAt(const unsigned char* prefix, const unsigned char* begin,
-                                 const unsigned char* end)
-{
-    if (prefix == end - 1)
-        return nullptr;
-    if (prefix != begin && prefix[-1] == 0)
-        return prefix - 1;
-    return end - prefix >= ptrdiff_t{ShortestUnit} ? prefix : nullptr;
-}
-
-// nal_unit_header(), H.264 7.3.1 and H.265 7.3.1.2: nal_ref_idc u(2) and nal_unit_type u(5), or nal_unit_type
-// u(6), nuh_layer_id u(6) and nuh_temporal_id_plus1 u(3).
-NalHeader HeaderOf(const NalRules& rules, uint32_t firstByte)
-{
-    return {.forbidden_zero_bit = firstByte >> 7,
-            .nal_ref_idc = (firstByte >> 5) & 3,
-            .nal_unit_type = UnitType(rules, static_cast<unsigned char>(firstByte))};
-}
 
 }  // namespace
 
-Result CParserBase::SetData(const unsigned char* data, uint32_t size)
+void CNalScanner::SetData(const unsigned char* data, uint32_t size)
 {
-    scanData = data;
-    scanRemaining = data == nullptr ? 0 : size;
-    nalStart = nullptr;
-    nextNalStart = nullptr;
-    openUnit = OpenedUnit{};
-    return ResultOk;
+    next = data;
+    remaining = data == nullptr ? 0 : size;
+    isAtStartCode = false;
+    unit = NalUnit{};
 }
 
-void CParserBase::Reset()
-{
-    nalStart = nullptr;
-}
-
-// Only SetVideoData leaves the handle with an address of the caller's.
-void CParserBase::EndScan()
-{
-    SetData(nullptr, 0);
-}
-
-const unsigned char* CParserBase::GetStartCode(const unsigned char* position, uint32_t count)
-{
-    if (count < ShortestUnit)
-        return nullptr;
-    const unsigned char* const end = position + count;
-    return StartCodeAt(FindStartCodePrefix(position, end - 1), position, end);
-}
-
-// The start code behind the unit that begins at `unit`, with `count` bytes up to the end of the stream.
-const unsigned char* CParserBase::FindUnitEnd(const unsigned char* unit, uint32_t count)
-{
-    return GetStartCode(unit + ShortStartCodeLength, count - ShortStartCodeLength);
-}
-
-// The cursor stays at the unit until it is ended.
-Result CParserBase::BeginUnit()
+ScanOutcome CNalScanner::NextUnit()
 {
     EndUnit();
-    openUnit = OpenedUnit{};
-    if (scanRemaining < ShortestUnit)
-        return ResultOk;
-    if (nalStart == nullptr) {
-        nalStart = GetStartCode(scanData, scanRemaining);
-        if (nalStart == nullptr)
-            return ResultFailed;
-        scanRemaining -= static_cast<uint32_t>(nalStart - scanData);
+    unit = NalUnit{};
+    if (remaining < ShortestUnit)
+        return ScanOutcome::End;
+    if (!isAtStartCode && !BeginsWithStartCode(next, remaining)) {
+        const unsigned char* const first = FindStartCode(next, remaining);
+        if (first == nullptr)
+            return ScanOutcome::NoStartCode;
+        remaining -= static_cast<uint32_t>(first - next);
+        next = first;
     }
-    openUnit.data = nalStart;
-    return ResultOk;
+    isAtStartCode = true;
+
+    unit.data = next;
+    const uint32_t startCodeLength = StartCodeLength(unit.data);
+    const unsigned char* const header = unit.data + startCodeLength;
+    unit.header = rules.HeaderOf(*header);
+    if (*header == 0) {  // an H.265 slice of type 0, or a start code that follows at once
+        const uint32_t window = std::min(remaining - startCodeLength, ShortestUnit);
+        if (FindStartCode(header, window) != nullptr) {
+            EndUnitAt(header);
+            unit.header.nal_unit_type = NoType;
+            return ScanOutcome::BareStartCode;
+        }
+    }
+    return ScanOutcome::Unit;
 }
 
-void CParserBase::EndUnit()
+void CNalScanner::EndUnit()
 {
-    if (openUnit.IsEnded())
-        return;
-    EndUnitAt(FindUnitEnd(openUnit.data, scanRemaining));
+    if (unit.data != nullptr && unit.size == 0)
+        EndUnitAt(FindUnitEnd(unit.data, remaining));
 }
 
-// At the next start code, or at the end of the stream where there is none.
-void CParserBase::EndUnitAt(const unsigned char* startCode)
+// At the next start code, or at the end of the stream if that is null.
+void CNalScanner::EndUnitAt(const unsigned char* startCode)
 {
-    nextNalStart = startCode;
-    openUnit.size = startCode != nullptr ? static_cast<uint32_t>(startCode - openUnit.data) : scanRemaining;
-    nalStart = nextNalStart;
-    scanRemaining -= openUnit.size;
+    unit.size = startCode != nullptr ? static_cast<uint32_t>(startCode - unit.data) : remaining;
+    next += unit.size;
+    remaining -= unit.size;
 }
 
-bool CParserBase::EndUnitInto(unsigned char* destination, uint32_t room)
+bool CNalScanner::EndUnitInto(unsigned char* destination, uint32_t room)
 {
-    const unsigned char* copied = openUnit.data;  // up to here
-    if (!openUnit.IsEnded() && room >= ShortestUnit) {
-        const unsigned char* const begin = openUnit.data + ShortStartCodeLength;
-        const unsigned char* const end = openUnit.data + scanRemaining;
-        const unsigned char* const limit = openUnit.data + std::min(room, scanRemaining - 1);
-        std::memcpy(destination, openUnit.data, ShortStartCodeLength);
+    const unsigned char* copied = unit.data;  // up to here
+    if (unit.size == 0 && room >= ShortestUnit) {
+        const unsigned char* const begin = unit.data + ShortStartCodeLength;
+        const unsigned char* const end = unit.data + remaining;
+        const unsigned char* const limit = unit.data + std::min(room, remaining - 1);
+        std::memcpy(destination, unit.data, ShortStartCodeLength);
         copied = CopyToStartCodePrefix(begin, limit, destination + ShortStartCodeLength);
         if (copied != limit || limit == end - 1)
             EndUnitAt(StartCodeAt(copied, begin, end));
     }
     EndUnit();
-    if (openUnit.size > room)
+    if (unit.size > room)
         return false;
-    const unsigned char* const unitEnd = openUnit.data + openUnit.size;
+    const unsigned char* const unitEnd = unit.data + unit.size;
     if (copied < unitEnd)
-        std::memcpy(destination + (copied - openUnit.data), copied, static_cast<size_t>(unitEnd - copied));
+        std::memcpy(destination + (copied - unit.data), copied, static_cast<size_t>(unitEnd - copied));
     return true;
 }
 
-Result CParserBase::GetNalDataEx(const unsigned char** unit, uint32_t* unitSize)
+// If no two zeros are in reach, then neither a start code nor emulation prevention is: the unit's own bytes
+// are its RBSP.
+std::optional<Rbsp> CNalScanner::OpenHead()
 {
-    const Result result = BeginUnit();
-    if (openUnit.data == nullptr)
-        return result;
-    EndUnit();
-    *unit = openUnit.data;
-    *unitSize = openUnit.size;
-    return ResultOk;
+    constexpr uint32_t Window = RbspHeadSize + ShortestUnit;  // so that a start code right after it is seen
+    const uint32_t startCodeLength = StartCodeLength(unit.data);
+    const unsigned char* const body = unit.data + startCodeLength;
+    const uint32_t available = remaining - startCodeLength;
+    const uint32_t window = std::min(available, Window);
+    const bool hasZeros = FindZeroPair(body, body + window) != body + window;
+    const unsigned char* const end = hasZeros ? FindStartCode(body, window) : nullptr;
+    if (end != nullptr || window < Window)
+        EndUnitAt(end);
+    const uint32_t bodySize = unit.size != 0 ? unit.size - startCodeLength : available;
+    if (hasZeros)
+        return Convert(bodySize, RbspHeadSize);
+    return Rbsp{body, std::min(bodySize, RbspHeadSize), rules.headerLength, bodySize > RbspHeadSize};
 }
 
-Result CParserBase::GetNalData(const unsigned char** unit, uint32_t* unitSize, const unsigned char** rbsp,
-                               uint32_t* rbspSize)
-{
-    const unsigned char* found = nullptr;
-    uint32_t foundSize = 0;
-    const Result result = GetNalDataEx(&found, &foundSize);
-    if (found == nullptr)
-        return result;
-    *unit = found;
-    *unitSize = foundSize;
-    return GetUnitRbsp(found, foundSize, rbsp, rbspSize);
-}
-
-// Without the start code, which holds nothing to convert.
-Result CParserBase::GetUnitRbsp(const unsigned char* unit, uint32_t unitSize, const unsigned char** rbsp,
-                                uint32_t* rbspSize)
-{
-    const Result result = GetRbspData(unit, unitSize, rbsp, rbspSize);
-    if (result == ResultOk) {
-        *rbsp += StartCodeLength(unit);
-        *rbspSize -= StartCodeLength(unit);
-    }
-    return result;
-}
-
-// A first header byte of zero, as H.265 slices of type 0 have, may belong to a start code that follows at
-// once.
-Result CParserBase::BeginNextUnit(const NalRules& rules)
-{
-    const Result result = BeginUnit();
-    if (openUnit.data == nullptr)
-        return result;
-    const uint32_t startCodeLength = StartCodeLength(openUnit.data);
-    const unsigned char* const header = openUnit.data + startCodeLength;
-    if (*header == 0) {
-        const uint32_t window = std::min(scanRemaining - startCodeLength, ShortestUnit);
-        if (GetStartCode(header, window) != nullptr)
-            EndUnitAt(header);
-    }
-    openUnit.header = HeaderOf(rules, *header);
-    if (IsBareStartCode(openUnit.data, openUnit.size))
-        openUnit.header.nal_unit_type = NoType;
-    return ResultOk;
-}
-
-Result CParserBase::OpenHead(const NalRules& rules)
-{
-    const uint32_t bodySize = EndShortUnit();
-    const Result result = GetRbspHead(openUnit.data + StartCodeLength(openUnit.data), bodySize, RbspHeadSize,
-                                      &openUnit.rbsp, &openUnit.rbspSize);
-    openUnit.rbspIsCut = bodySize > RbspHeadSize;
-    InitReadData(openUnit.rbsp, openUnit.rbspSize);
-    ReadNalHeader(rules);
-    return result;
-}
-
-// Ends a unit that is not longer than its head. Returns the bytes behind its start code or, of a longer one,
-// a number above that of the head.
-uint32_t CParserBase::EndShortUnit()
-{
-    constexpr uint32_t Window = RbspHeadSize + ShortestUnit;  // so that a start code right behind it is seen
-    const uint32_t startCodeLength = StartCodeLength(openUnit.data);
-    if (!openUnit.IsEnded()) {
-        const uint32_t window = std::min(scanRemaining - startCodeLength, Window);
-        const unsigned char* const next = GetStartCode(openUnit.data + startCodeLength, window);
-        if (next != nullptr || window < Window)
-            EndUnitAt(next);
-    }
-    return openUnit.IsEnded() ? openUnit.size - startCodeLength : RbspHeadSize + 1;
-}
-
-Result CParserBase::OpenWhole(const NalRules& rules)
+std::optional<Rbsp> CNalScanner::OpenWhole()
 {
     EndUnit();
-    const Result result = GetUnitRbsp(openUnit.data, openUnit.size, &openUnit.rbsp, &openUnit.rbspSize);
-    openUnit.rbspIsCut = false;
-    InitReadData(openUnit.rbsp, openUnit.rbspSize);
-    ReadNalHeader(rules);
-    return result;
+    const uint32_t bodySize = unit.size - StartCodeLength(unit.data);
+    return Convert(bodySize, bodySize);
 }
 
-// Whether the reader has come to the end of what was converted, and there is more.
-bool CParserBase::HeadIsUsedUp() const
+// The start code contains nothing to convert.
+std::optional<Rbsp> CNalScanner::Convert(uint32_t bodySize, uint32_t limit)
 {
-    return readBytesLeft == 0 && openUnit.rbspIsCut;
-}
-
-NalHeader CParserBase::ReadNalHeader(const NalRules& rules)
-{
-    const uint32_t first = ReadData(8);
-    ReadData(8 * (rules.headerLength - 1));
-    return HeaderOf(rules, first);
+    if (!rbspBlock.Replace(std::min(bodySize, limit)))
+        return std::nullopt;
+    const unsigned char* const body = unit.data + StartCodeLength(unit.data);
+    rbspBlock.length = RemoveEmulationPrevention(body, bodySize, limit, rbspBlock.data);
+    return Rbsp{rbspBlock.data, rbspBlock.length, rules.headerLength, bodySize > limit};
 }
 
 }  // namespace videoparams

@@ -1,25 +1,17 @@
 #pragma once
 
+#include "memory/HeapBlock.h"
+
 #include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <new>
 
 // The heap blocks of a handle. A block's size stands in a field beside its pointer and takes exactly the
 // values that the growth rules give; the block behind it may be larger, so that growth by a few bytes a time
 // stays linear.
 
 namespace videoparams {
-
-namespace heap {
-
-// Blocks that know their true size, in bytes. GrowBlock keeps the contents; null leaves the block as it was.
-[[nodiscard]] void* AllocateBlock(uint64_t size) noexcept;
-[[nodiscard]] void* GrowBlock(void* block, uint64_t size) noexcept;
-void FreeBlock(void* block) noexcept;
-
-}  // namespace heap
 
 // Allocates `size` elements for a pointer that is null. False: it stays null.
 template <typename T>
@@ -67,17 +59,6 @@ template <typename T>
     size = needed;
     return true;
 }
-
-// The objects of a class that derives from it lie on the same heap: `new (std::nothrow)` makes them. The
-// global operator of that form may throw within, and a throw may end the host where no memory is left for it.
-struct HeapObject
-{
-    static void* operator new(size_t size, const std::nothrow_t&) noexcept
-    {
-        return heap::AllocateBlock(size);
-    }
-    static void operator delete(void* object) noexcept { heap::FreeBlock(object); }
-};
 
 // Appends to a block in which room has been made.
 struct ByteSink

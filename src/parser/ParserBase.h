@@ -3,6 +3,7 @@
 #include "VideoParams.h"
 #include "analysis/VideoQueue.h"
 #include "bitstream/NalRules.h"
+#include "bitstream/StartCode.h"
 #include "memory/Result.h"
 
 #include <cstdint>

@@ -91,7 +91,7 @@ Result CParserBase::CopyWithMessage(const NalRules& rules, ByteSink& edited, boo
             placed = true;
             continue;
         }
-        if (!placed && rules.takesSeiInFront(openUnit.header.nal_unit_type)) {
+        if (!placed && rules.TraitsOf(openUnit.header.nal_unit_type).takesSeiBefore) {
             AppendSeiUnit(edited, rules, userDataBuffer, userDataLength);
             placed = true;
         }

@@ -1,4 +1,4 @@
-#include "memory/HeapBuffer.h"
+#include "memory/HeapBlock.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -7,24 +7,17 @@ namespace videoparams::heap {
 
 namespace {
 
-// Stands in front of every block, and keeps the block's alignment.
+// Comes before every block. Its size keeps the block aligned for any type.
 struct alignas(std::max_align_t) BlockHeader
 {
     size_t size;
 };
 
+static_assert(sizeof(BlockHeader) % alignof(std::max_align_t) == 0);
+
 BlockHeader* HeaderOf(void* block)
 {
-    return static_cast<BlockHeader*>(block) - 1;
-}
-
-void* Finish(void* memory, size_t size)
-{
-    if (memory == nullptr)
-        return nullptr;
-    auto* const header = static_cast<BlockHeader*>(memory);
-    header->size = size;
-    return header + 1;
+    return reinterpret_cast<BlockHeader*>(static_cast<unsigned char*>(block) - sizeof(BlockHeader));
 }
 
 bool Fits(uint64_t size)
@@ -32,12 +25,20 @@ bool Fits(uint64_t size)
     return size <= SIZE_MAX - sizeof(BlockHeader);
 }
 
+// Writes the header and returns the block after it.
+void* Finish(void* memory, uint64_t size)
+{
+    if (memory == nullptr)
+        return nullptr;
+    ::new (memory) BlockHeader{static_cast<size_t>(size)};
+    return static_cast<unsigned char*>(memory) + sizeof(BlockHeader);
+}
+
 void* Reallocate(BlockHeader* header, uint64_t size)
 {
     if (!Fits(size))
         return nullptr;
-    return Finish(std::realloc(header, static_cast<size_t>(size) + sizeof(BlockHeader)),
-                  static_cast<size_t>(size));
+    return Finish(std::realloc(header, static_cast<size_t>(size) + sizeof(BlockHeader)), size);
 }
 
 }  // namespace
@@ -46,7 +47,7 @@ void* AllocateBlock(uint64_t size) noexcept
 {
     if (!Fits(size))
         return nullptr;
-    return Finish(std::malloc(static_cast<size_t>(size) + sizeof(BlockHeader)), static_cast<size_t>(size));
+    return Finish(std::malloc(static_cast<size_t>(size) + sizeof(BlockHeader)), size);
 }
 
 void* GrowBlock(void* block, uint64_t size) noexcept
@@ -56,8 +57,8 @@ void* GrowBlock(void* block, uint64_t size) noexcept
     BlockHeader* const header = HeaderOf(block);
     if (size <= header->size)
         return block;
-    // Half as much again, so that many small steps cost little more than the bytes. Where the heap cannot
-    // give that, the need itself.
+    // Grow by at least a half, so that many small steps cost little more than the bytes. If the heap does not
+    // have that much, ask for the needed size alone.
     const uint64_t generous = std::max(size, uint64_t{header->size} + header->size / 2);
     void* const grown = Reallocate(header, generous);
     return grown == nullptr && generous > size ? Reallocate(header, size) : grown;
