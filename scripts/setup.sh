@@ -14,6 +14,9 @@ build         g++                               command g++
 tool          libcli11-dev                      header CLI/CLI.hpp
 tool          libfmt-dev                        header fmt/format.h
 tool          nlohmann-json3-dev                header nlohmann/json.hpp
+tool          pkg-config                        command pkg-config
+tool          libavformat-dev                   library libavformat
+tool          libavcodec-dev                    library libavcodec
 tests         libgtest-dev                      header gtest/gtest.h
 tests         pkg-config                        command pkg-config
 tests         python3                           module ctypes

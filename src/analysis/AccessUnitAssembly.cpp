@@ -86,7 +86,8 @@ Result CAccessUnitAssembly::TakeUnit(VideoInfo* info)
 Result CAccessUnitAssembly::TakeLeadingUnit()
 {
     parser.EndUnit();
-    if (rules.TraitsOf(parser.openUnit.header.nal_unit_type).isParameterSet && parser.OpenWhole(rules) != ResultOk)
+    if (rules.TraitsOf(parser.openUnit.header.nal_unit_type).isParameterSet &&
+        parser.OpenWhole(rules) != ResultOk)
         return ResultFailed;
     if (currentUnit == nullptr) {
         BeginCurrentUnit();

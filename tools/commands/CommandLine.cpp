@@ -32,6 +32,12 @@ void AddInput(CLI::App* command, Options& options)
         ->required()
         ->type_name(" ");
     command
+        ->add_option_function<int>(
+            "--stream", [&options](int index) { options.source.stream = index; },
+            "The video stream of a container, by its index; otherwise the best one")
+        ->check(CLI::NonNegativeNumber.description(""))
+        ->type_name("N");
+    command
         ->add_option_function<std::string>(
             "--codec", [&options](const std::string& name) { options.source.codec = codecNames.at(name); },
             "The codec, where it cannot be told from the file: h264 or h265")

@@ -29,7 +29,7 @@ public:
     {}
 
     void Take(const NalUnit& unit);
-    void TakeSkipped(const unsigned char* bytes, size_t size);
+    void TakeSkipped(const std::shared_ptr<const Sample>& sample, const unsigned char* bytes, size_t size);
     void Finish() { WriteHeld(); }
 
     uint64_t Added() const { return added; }
@@ -69,10 +69,11 @@ void CUserDataAdder::Take(const NalUnit& unit)
     Write(unit);
 }
 
-void CUserDataAdder::TakeSkipped(const unsigned char* bytes, size_t size)
+void CUserDataAdder::TakeSkipped(const std::shared_ptr<const Sample>& sample, const unsigned char* bytes,
+                                 size_t size)
 {
     WriteHeld();
-    output.Write(nullptr, bytes, size);
+    output.WriteOther(sample, bytes, size);
 }
 
 bool CUserDataAdder::IsWanted(const NalUnit& slice) const
@@ -136,8 +137,15 @@ void CUserDataAdder::WriteEdited(const NalUnit& unit)
     if (AddUserData(handle, unit.data, unit.size - zeros, reinterpret_cast<const unsigned char*>(data.data()),
                     static_cast<unsigned int>(data.size()), &edited, &editedSize) != 0)
         throw CToolError(fmt::format("the message cannot be put into the unit at byte {}", unit.offset));
-    output.Write(unit.sample, edited, editedSize);
-    output.Write(unit.sample, unit.data + unit.size - zeros, zeros);
+    if (unit.IsSei()) {
+        std::vector<unsigned char> whole(edited, edited + editedSize);
+        whole.insert(whole.end(), zeros, 0);
+        output.Write(unit.sample, whole.data(), whole.size());
+    } else {
+        const uint32_t seiSize = editedSize - unit.size;  // the new SEI unit comes before the slice
+        output.Write(unit.sample, edited, seiSize);
+        output.Write(unit.sample, edited + seiSize, unit.size);
+    }
     ++added;
 }
 
@@ -151,7 +159,9 @@ Status RunUserDataAdd(const UserDataOptions& options)
     const auto output = source->OpenSink(options.outputFile);
     CUserDataAdder adder(source->Codec(), options.where, std::move(data), *output);
     source->ForEach([&](const NalUnit& unit) { adder.Take(unit); },
-                    [&](const unsigned char* bytes, size_t size) { adder.TakeSkipped(bytes, size); });
+                    [&](const auto& sample, const unsigned char* bytes, size_t size) {
+                        adder.TakeSkipped(sample, bytes, size);
+                    });
     adder.Finish();
     if (adder.Added() == 0)
         throw CToolError(fmt::format("{}: there is no {} to put the message into", source->Name(),

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <fmt/format.h>
 #include <new>
+#include <vector>
 
 namespace tool {
 
@@ -57,9 +58,10 @@ void CUserDataRemover::TakeSei(const NalUnit& unit)
     ++edited;
     if (restBody == nullptr)
         return;
-    output.Write(unit.sample, unit.data, static_cast<size_t>(body - unit.data));
-    output.Write(unit.sample, restBody, static_cast<size_t>(plain + plainSize - restBody));
-    output.Write(unit.sample, bodyEnd, zeros);
+    std::vector<unsigned char> whole(unit.data, body);
+    whole.insert(whole.end(), restBody, plain + plainSize);
+    whole.insert(whole.end(), zeros, 0);
+    output.Write(unit.sample, whole.data(), whole.size());
 }
 
 }  // namespace
@@ -70,7 +72,9 @@ Status RunUserDataRemove(const UserDataOptions& options)
     const auto output = source->OpenSink(options.outputFile);
     CUserDataRemover remover(source->Codec(), *output);
     source->ForEach([&](const NalUnit& unit) { remover.Take(unit); },
-                    [&](const unsigned char* bytes, size_t size) { output->Write(nullptr, bytes, size); });
+                    [&](const auto& sample, const unsigned char* bytes, size_t size) {
+                        output->WriteOther(sample, bytes, size);
+                    });
     output->Commit();
     if (!output->IsStandardOutput())
         fmt::print("user data removed from {}\n", CountOf(remover.Edited(), "SEI unit"));

@@ -23,13 +23,13 @@ _videoparams() {
     *)
         case $command in
         "") words="info units params check userdata --help --version" ;;
-        info) words="--codec --units --json --plot --help" ;;
-        units) words="--codec --json --help" ;;
-        params) words="--codec --json --output --help" ;;
-        check) words="--codec --json --help" ;;
+        info) words="--codec --stream --units --json --plot --help" ;;
+        units) words="--codec --stream --json --help" ;;
+        params) words="--codec --stream --json --output --help" ;;
+        check) words="--codec --stream --json --help" ;;
         userdata) words="add get remove --help" ;;
-        "userdata add") words="--codec --text --data --where --output --help" ;;
-        "userdata get" | "userdata remove") words="--codec --output --help" ;;
+        "userdata add") words="--codec --stream --text --data --where --output --help" ;;
+        "userdata get" | "userdata remove") words="--codec --stream --output --help" ;;
         esac
         # Behind a command stands a file, unless an option is begun.
         if [[ $command != "" && $command != userdata && $current != -* ]]; then

@@ -1,37 +1,85 @@
 #include "io/InputFile.h"
 
+#include "io/Interrupt.h"
 #include "io/ToolError.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace tool {
 
 CInputFile::CInputFile(const std::string& path) : name(path == "-" ? "standard input" : path)
 {
-    file = path == "-" ? stdin : std::fopen(path.c_str(), "rb");
-    if (file == nullptr)
-        throw CToolError(fmt::format("{}: {}", name, std::strerror(errno)));
-    std::setvbuf(file, nullptr, _IONBF, 0);
+    descriptor = path == "-" ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC);
     struct stat status;
-    if (fstat(fileno(file), &status) == 0 && S_ISREG(status.st_mode))
-        size = static_cast<uint64_t>(status.st_size);
+    if (descriptor < 0 || fstat(descriptor, &status) != 0)
+        throw CToolError(fmt::format("{}: {}", name, std::strerror(errno)));
+    isRegular = S_ISREG(status.st_mode);
+    if (!isRegular)
+        return;
+    start = static_cast<uint64_t>(lseek(descriptor, 0, SEEK_CUR));
+    size = static_cast<uint64_t>(status.st_size) - std::min(start, static_cast<uint64_t>(status.st_size));
 }
 
 CInputFile::~CInputFile()
 {
-    if (file != stdin)
-        std::fclose(file);
+    if (descriptor != STDIN_FILENO)
+        close(descriptor);
+}
+
+const std::vector<unsigned char>& CInputFile::Peek(size_t count)
+{
+    constexpr size_t Step = 65536;
+    while (head.size() < count) {
+        const size_t before = head.size();
+        head.resize(before + std::min(Step, count - before));
+        const size_t got = ReadDescriptor(&head[before], head.size() - before);
+        head.resize(before + got);
+        if (got == 0)
+            break;
+    }
+    return head;
 }
 
 size_t CInputFile::Read(unsigned char* buffer, size_t capacity)
 {
-    const size_t count = std::fread(buffer, 1, capacity, file);
-    if (count < capacity && std::ferror(file))
-        throw CToolError(fmt::format("{}: {}", name, std::strerror(errno)));
+    if (headPosition == head.size())
+        return ReadDescriptor(buffer, capacity);
+    const size_t count = std::min(capacity, head.size() - headPosition);
+    std::memcpy(buffer, &head[headPosition], count);
+    headPosition += count;
+    if (headPosition == head.size()) {
+        headPosition = 0;
+        head = {};
+    }
     return count;
+}
+
+size_t CInputFile::ReadDescriptor(unsigned char* buffer, size_t capacity)
+{
+    while (!CInterrupt::IsRequested()) {
+        const ssize_t count = read(descriptor, buffer, capacity);
+        if (count >= 0)
+            return static_cast<size_t>(count);
+        if (errno != EINTR)
+            throw CToolError(fmt::format("{}: {}", name, std::strerror(errno)));
+    }
+    return 0;
+}
+
+bool CInputFile::Seek(uint64_t offset)
+{
+    if (!isRegular || offset > INT64_MAX - start ||
+        lseek(descriptor, static_cast<off_t>(start + offset), SEEK_SET) < 0)
+        return false;
+    head = {};
+    headPosition = 0;
+    return true;
 }
 
 std::string ReadWholeFile(const std::string& path, size_t limit)

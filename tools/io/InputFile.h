@@ -1,4 +1,4 @@
-// A file, or the standard input, read from front to back.
+// A file, or the standard input.
 //
 // SPDX-License-Identifier: MIT
 
@@ -6,8 +6,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <string>
+#include <vector>
 
 namespace tool {
 
@@ -20,18 +20,35 @@ public:
     CInputFile(const CInputFile&) = delete;
     CInputFile& operator=(const CInputFile&) = delete;
 
-    // Fills `buffer` as far as there is something; 0 at the end. Throws CToolError.
+    // The first bytes of the file, at least `count` of them if it has so many. Reading starts with them
+    // anyway. Throws CToolError. Call it before Read and Seek.
+    const std::vector<unsigned char>& Peek(size_t count);
+
+    // Waits until there is something and returns what is there: of a pipe that may be less than `capacity`. 0
+    // at the end, or if Ctrl-C was pressed while a CInterrupt exists. Throws CToolError.
     size_t Read(unsigned char* buffer, size_t capacity);
+
+    // Moves to a byte of the file. False if that is not possible, as in a pipe.
+    bool Seek(uint64_t offset);
 
     const std::string& Name() const { return name; }
 
-    // Bytes from here to the end when it was opened; 0 when that is not known.
+    // Bytes of the file when it was opened; 0 if that is not known.
     uint64_t Size() const { return size; }
+
+    // A file that ends and can be read again, in contrast to a pipe or a device.
+    bool IsRegular() const { return isRegular; }
 
 private:
     std::string name;
-    std::FILE* file = nullptr;
+    size_t ReadDescriptor(unsigned char* buffer, size_t capacity);
+
+    int descriptor = -1;
+    std::vector<unsigned char> head;  // what was peeked at and not read yet
+    size_t headPosition = 0;
+    uint64_t start = 0;  // where the descriptor pointed to when it was opened
     uint64_t size = 0;
+    bool isRegular = false;
 };
 
 // A whole small file. Throws CToolError, also when it has more than `limit` bytes.

@@ -16,7 +16,10 @@ namespace tool {
 namespace {
 
 constexpr size_t PieceSize = 1 << 20;
+
+// What the detection of the codec reads at most, and first of a pipe.
 constexpr size_t HeadSize = 8 << 20;
+constexpr size_t SmallestHead = 16 << 10;
 
 // No real unit comes near to this. A damaged or foreign file must not fill the memory.
 constexpr size_t LargestUnit = 256 << 20;
@@ -26,9 +29,13 @@ class CAnnexBSink : public CUnitSink
 public:
     explicit CAnnexBSink(const std::string& path) : output(path) {}
 
-    void Write(const std::shared_ptr<const Sample>&, const unsigned char* units, size_t size) override
+    void Write(const std::shared_ptr<const Sample>&, const unsigned char* unit, size_t size) override
     {
-        output.Write(units, size);
+        output.Write(unit, size);
+    }
+    void WriteOther(const std::shared_ptr<const Sample>&, const unsigned char* bytes, size_t size) override
+    {
+        output.Write(bytes, size);
     }
     void Commit() override { output.Commit(); }
     bool IsStandardOutput() const override { return output.IsStandardOutput(); }
@@ -39,34 +46,29 @@ private:
 
 }  // namespace
 
-CAnnexBSource::CAnnexBSource(const SourceOptions& options) : input(options.file)
+CAnnexBSource::CAnnexBSource(std::unique_ptr<CInputFile> file, const SourceOptions& options)
+    : input(std::move(file))
 {
-    facts.name = input.Name();
-    ReadHead();
-    if (head.empty())
+    facts.name = input->Name();
+    if (input->Peek(1).empty())
         throw CToolError(fmt::format("{}: the file is empty", Name()));
     facts.codec = options.codec ? *options.codec : DetectCodecOfHead();
 }
 
-void CAnnexBSource::ReadHead()
+// A pipe may be slow: no more is read than the detection takes.
+VideoCodecType CAnnexBSource::DetectCodecOfHead()
 {
-    head.resize(HeadSize);
-    head.resize(input.Read(head.data(), head.size()));
-}
-
-VideoCodecType CAnnexBSource::DetectCodecOfHead() const
-{
-    const std::string container = DetectContainer(head.data(), head.size());
-    if (!container.empty())
-        throw CToolError(fmt::format(
-            "{}: this looks like {}, not like a plain H.264 or H.265 byte stream; take the stream "
-            "out of it first (or say --codec)",
-            Name(), container));
-    const std::optional<VideoCodecType> told = DetectCodec(head.data(), head.size());
-    if (!told)
-        throw CToolError(fmt::format(
-            "{}: no H.264 or H.265 byte stream is to be found in it (if it is one, say --codec)", Name()));
-    return *told;
+    for (size_t size = input->IsRegular() ? HeadSize : SmallestHead;; size *= 4) {
+        const std::vector<unsigned char>& head = input->Peek(size);
+        if (const std::optional<VideoCodecType> codec = DetectCodec(head.data(), head.size()))
+            return *codec;
+        if (size >= HeadSize || head.size() < size)
+            break;
+    }
+    throw CToolError(
+        fmt::format("{}: there is no H.264 or H.265 video in it (if it is a byte stream, give its codec: "
+                    "--codec h264 or --codec h265)",
+                    Name()));
 }
 
 std::unique_ptr<CUnitSink> CAnnexBSource::OpenSink(const std::string& path)
@@ -82,7 +84,7 @@ void CAnnexBSource::PrintsLines()
 void CAnnexBSource::ForEach(const TakeUnit& takeUnit, const TakeSkipped& takeSkipped)
 {
     CNalFeeder feeder(CNalFeeder::ShortUnits::Separate, LargestUnit);
-    CProgress progress(showsProgress, input.Size());
+    CProgress progress(showsProgress, input->Size());
     bool isLeading = true;
     const auto takeFed = [&](const unsigned char* data, unsigned int size) {
         isLeading = false;
@@ -94,15 +96,13 @@ void CAnnexBSource::ForEach(const TakeUnit& takeUnit, const TakeSkipped& takeSki
         if (!isLeading)
             counts.skippedBytes += size;
         if (takeSkipped)
-            takeSkipped(data, size);
+            takeSkipped(nullptr, data, size);
     };
-    std::vector<unsigned char> piece = std::move(head);
-    while (!piece.empty()) {
-        counts.bytes += piece.size();
-        feeder.Feed(piece.data(), piece.size(), takeFed, takeOther);
+    std::vector<unsigned char> piece(PieceSize);
+    while (const size_t size = input->Read(piece.data(), piece.size())) {
+        counts.bytes += size;
+        feeder.Feed(piece.data(), size, takeFed, takeOther);
         progress.Update(counts.bytes);
-        piece.resize(PieceSize);
-        piece.resize(input.Read(piece.data(), piece.size()));
     }
     feeder.Finish(takeFed, takeOther);
 }

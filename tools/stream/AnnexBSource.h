@@ -12,18 +12,16 @@ namespace tool {
 class CAnnexBSource : public CUnitSource
 {
 public:
-    explicit CAnnexBSource(const SourceOptions& options);
+    CAnnexBSource(std::unique_ptr<CInputFile> file, const SourceOptions& options);
 
     void ForEach(const TakeUnit& takeUnit, const TakeSkipped& takeSkipped = {}) override;
     std::unique_ptr<CUnitSink> OpenSink(const std::string& path) override;
     void PrintsLines() override;
 
 private:
-    void ReadHead();
-    VideoCodecType DetectCodecOfHead() const;
+    VideoCodecType DetectCodecOfHead();
 
-    CInputFile input;
-    std::vector<unsigned char> head;  // what was read to detect the codec
+    std::unique_ptr<CInputFile> input;
     bool showsProgress = true;
 };
 

@@ -29,6 +29,7 @@ struct NalUnit
     uint64_t offset = 0;                     // in the stream
     uint64_t number = 0;                     // from 0
     std::shared_ptr<const Sample> sample{};  // the sample of a container that has it; null in a byte stream
+    bool isOutOfBand = false;  // a parameter set of a container's sample description: belongs to no sample
 
     uint32_t StartCodeLength() const { return data[2] == 1 ? 3 : 4; }
     const unsigned char* Header() const { return data + StartCodeLength(); }

@@ -1,4 +1,4 @@
-// What a container records about one sample of a video track. A byte stream has no samples.
+// What a container records about itself and about each sample of a video stream. A byte stream has neither.
 //
 // SPDX-License-Identifier: MIT
 
@@ -6,6 +6,8 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace tool {
 
@@ -30,6 +32,34 @@ struct Sample
     std::optional<int64_t> dts;
     std::optional<int64_t> duration;
     bool isKey = false;  // as the container marks it
+};
+
+struct ContainerFacts
+{
+    std::string format;  // its name for people
+    uint32_t streamCount = 0;
+    uint32_t stream = 0;   // index of the video stream
+    std::string codecTag;  // such as "avc1"; empty if the format has none
+    uint32_t width = 0;    // of the pictures; 0: not recorded
+    uint32_t height = 0;
+    uint32_t frameRateNumerator = 0;  // mean; 0: not recorded
+    uint32_t frameRateDenominator = 0;
+    int32_t rotation = 0;  // degrees clockwise, to be applied when shown
+    std::string language;  // empty: not recorded
+    std::optional<double> startSeconds;
+    std::optional<double> durationSeconds;  // of the video stream
+    uint32_t lengthSize = 0;                // bytes of the length field before each unit; 0: start codes
+    bool marksKeySamples = false;           // `Sample::isKey` is a mark of the container, not a guess
+    std::vector<std::vector<unsigned char>> parameterSets;  // of the sample description, with start codes
+};
+
+// How reading a container ended.
+struct ContainerEnd
+{
+    uint64_t samples = 0;         // read
+    uint64_t missingSamples = 0;  // in the index, but not in the file
+    uint64_t damagedSamples = 0;  // cut short, or with bytes outside of units
+    std::string error;            // empty: the end was reached
 };
 
 }  // namespace tool

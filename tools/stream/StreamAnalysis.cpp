@@ -30,6 +30,8 @@ UnitRole CStreamAnalysis::Take(const NalUnit& unit)
     if (unit.IsSps() || unit.IsPps())
         VideoSampleTest(probe, unit.data, unit.size, &sliceInfo);
     const bool isLeading = unit.Class() == UnitClass::Leading;
+    if (unit.isOutOfBand)
+        return UnitRole::Other;
     if (isLeading && heldSize == 0)
         heldOffset = unit.offset;
     if (isLeading || heldSize != 0)

@@ -17,10 +17,14 @@ class CUnitSink
 public:
     virtual ~CUnitSink() = default;
 
-    // Whole units with their start codes, in the order of the stream. `sample` is the one that they belong
-    // to, null in a byte stream. Throws CToolError.
-    virtual void Write(const std::shared_ptr<const Sample>& sample, const unsigned char* units,
+    // One whole unit with its start code. Units come in the order of the stream. `sample` is the one that the
+    // unit belongs to; null in a byte stream. Throws CToolError.
+    virtual void Write(const std::shared_ptr<const Sample>& sample, const unsigned char* unit,
                        size_t size) = 0;
+
+    // Bytes between units that are copied as they are. Throws CToolError.
+    virtual void WriteOther(const std::shared_ptr<const Sample>& sample, const unsigned char* bytes,
+                            size_t size) = 0;
 
     // Puts the output into its place. Without it nothing remains of the output. Throws CToolError.
     virtual void Commit() = 0;

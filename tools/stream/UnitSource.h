@@ -21,6 +21,7 @@ struct SourceOptions
 {
     std::string file;                     // "-" is the standard input
     std::optional<VideoCodecType> codec;  // detected if it is not given
+    std::optional<int> stream;  // index of the video stream in a container; the best if it is not given
 };
 
 // Known as soon as a source is open.
@@ -30,6 +31,7 @@ struct SourceFacts
     std::string format = "byte stream";
     VideoCodecType codec = VideoCodecAVC;
     TimeBase timeBase;  // of the samples' times
+    std::optional<ContainerFacts> container;
 };
 
 // Known when all units are read.
@@ -38,19 +40,21 @@ struct SourceCounts
     uint64_t bytes = 0;         // read from the file
     uint64_t units = 0;         // handed on
     uint64_t skippedBytes = 0;  // that belong to no unit; zeros before the first start code are not counted
+    ContainerEnd container;
 };
 
 class CUnitSource
 {
 public:
     using TakeUnit = std::function<void(const NalUnit&)>;
-    using TakeSkipped = std::function<void(const unsigned char*, size_t)>;
+    using TakeSkipped =
+        std::function<void(const std::shared_ptr<const Sample>&, const unsigned char*, size_t)>;
 
     virtual ~CUnitSource() = default;
 
     // Reads the file to its end; once. `takeUnit` gets every unit with an Annex B start code; the bytes are
-    // valid during the call. `takeSkipped` gets the bytes of a byte stream that belong to no unit: in the
-    // order of the stream, so that both together get every byte of the file. Throws CToolError.
+    // valid during the call. `takeSkipped` gets the bytes that belong to no unit, and their sample: in the
+    // order of the stream, so that both together get every byte of it. Throws CToolError.
     virtual void ForEach(const TakeUnit& takeUnit, const TakeSkipped& takeSkipped = {}) = 0;
 
     // Call before ForEach to write an edited copy of the file: then everything that is not a unit of the

@@ -1,0 +1,69 @@
+// Reads the packets of a container or a live URL through libavformat.
+//
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "io/InputFile.h"
+#include "stream/container/AvPointers.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace tool {
+
+// What libavformat takes the file for: a container, or a byte stream of another codec. Null if it is neither.
+const AVInputFormat* DetectContainerFormat(CInputFile& file, size_t headSize);
+
+// "rtsp://…", and not a file of this name.
+bool IsUrl(const std::string& path);
+
+class CContainerInput
+{
+public:
+    // Opens the container and reads its headers. Both throw CToolError.
+    CContainerInput(std::unique_ptr<CInputFile> file, const AVInputFormat* format);
+    explicit CContainerInput(const std::string& url);
+    ~CContainerInput();
+
+    // The H.264 or H.265 stream with this index, or the best one. Throws CToolError if there is none.
+    AVStream& ChooseVideo(std::optional<int> index);
+
+    // False at the end, at an error (see Error), or after Ctrl-C.
+    bool Read(AVPacket& packet);
+
+    AVFormatContext& Context() const { return *context; }
+    const std::string& Name() const { return name; }
+
+    // Why reading ended before the end of the file; empty if it did not.
+    const std::string& Error() const { return error; }
+
+    uint64_t Size() const { return file ? file->Size() : 0; }  // of the file; 0: not known
+    uint64_t BytesRead() const;
+
+    bool MarksSamples() const;     // key samples are marked by the container
+    bool IndexIsComplete() const;  // libavformat knows from the start all samples that there should be
+
+    // A pipe, a device or a URL: there are results before it ends.
+    bool IsLive() const { return !file || !file->IsRegular(); }
+
+private:
+    void Open(const char* url, const AVInputFormat* format);
+    std::string DescribeVideos() const;
+    std::string Describe(int code) const;
+
+    static int ReadBytes(void* input, uint8_t* buffer, int size) noexcept;
+    static int64_t SeekBytes(void* input, int64_t offset, int whence) noexcept;
+
+    std::string name;
+    std::unique_ptr<CInputFile> file;  // null for a URL
+    uint64_t position = 0;             // in the file
+    std::string readError;
+    AvioPointer io;
+    FormatPointer context;
+    std::string error;
+};
+
+}  // namespace tool
