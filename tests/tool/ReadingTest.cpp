@@ -221,8 +221,8 @@ TEST_F(ReadingTool, DrawsPlotsThatStaySmall)
     for (const bool isLong : {true, false}) {
         const std::string svg = draw(isLong ? stream : few);
         EXPECT_NE(svg.find("<title>a&lt;b>&amp;c.h264</title>"), std::string::npos);
-        EXPECT_NE(svg.find("access-unit size (bytes)"), std::string::npos);
-        EXPECT_EQ(svg.find("largest of the column") != std::string::npos, isLong);
+        EXPECT_NE(svg.find("access-unit size (kB)"), std::string::npos);
+        EXPECT_EQ(svg.find(": largest of ") != std::string::npos, isLong);
         EXPECT_EQ(svg.substr(svg.size() - 7), "</svg>\n");
         EXPECT_LT(svg.size(), 100000u);
     }

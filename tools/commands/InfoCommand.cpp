@@ -77,7 +77,7 @@ void CInfo::Take(const AccessUnit& unit)
     result.summary.Add(unit);
     if (!unit.hasSlice)
         return;
-    history.Add(unit.size, unit.isKeyFrame);
+    history.Add(unit.size, unit.isKeyFrame, result.summary.SecondsOf(unit));
     if (options.listsUnits)
         report->Add(unit);
 }
@@ -86,7 +86,8 @@ void CInfo::WritePlot() const
 {
     const std::string name = source->Name().substr(source->Name().find_last_of('/') + 1);
     COutputFile output(options.plotFile);
-    output.Write(DrawSizes(history, {name, DescribeInALine(result)}, result.summary.Duration()));
+    output.Write(
+        DrawSizes(history, {name, DescribeInALine(result)}, result.summary.Duration().value_or(0) > 0));
     output.Commit();
 }
 

@@ -6,7 +6,7 @@ namespace tool {
 
 namespace {
 
-// Several to each column of the plot, and even, so that all pairs are whole.
+// Several for each column of the plot, and an even number, so that every bin has a partner.
 constexpr size_t MaxBins = 8192;
 
 }  // namespace
@@ -14,19 +14,26 @@ constexpr size_t MaxBins = 8192;
 void SizeBin::Merge(const SizeBin& other)
 {
     count += other.count;
+    keyCount += other.keyCount;
     sum += other.sum;
     largestKey = std::max(largestKey, other.largestKey);
     largestOther = std::max(largestOther, other.largestOther);
+    seconds += other.seconds;
 }
 
-void CSizeHistory::Add(uint64_t size, bool isKeyFrame)
+void CSizeHistory::Add(uint64_t size, bool isKeyFrame, double seconds)
 {
     if (bins.empty() || bins.back().count == unitsPerBin) {
         if (bins.size() == MaxBins)
             Halve();
         bins.emplace_back();
     }
-    bins.back().Merge({1, size, isKeyFrame ? size : 0, isKeyFrame ? 0 : size});
+    bins.back().Merge({.count = 1,
+                       .keyCount = isKeyFrame,
+                       .sum = size,
+                       .largestKey = isKeyFrame ? size : 0,
+                       .largestOther = isKeyFrame ? 0 : size,
+                       .seconds = seconds});
 }
 
 void CSizeHistory::Halve()

@@ -1,4 +1,4 @@
-// The sizes of any number of access units in a few thousand bins: as the stream goes on, two bins become one.
+// The sizes of any number of pictures in a few thousand bins: when all are full, two bins become one.
 //
 // SPDX-License-Identifier: MIT
 
@@ -12,9 +12,11 @@ namespace tool {
 struct SizeBin
 {
     uint64_t count = 0;
-    uint64_t sum = 0;
-    uint64_t largestKey = 0;    // of the key frames; 0: none
-    uint64_t largestOther = 0;  // of the others; 0: none
+    uint64_t keyCount = 0;
+    uint64_t sum = 0;           // bytes
+    uint64_t largestKey = 0;    // bytes of the largest key frame; 0: no such picture
+    uint64_t largestOther = 0;  // bytes of the largest other picture; 0: no such picture
+    double seconds = 0;         // 0 if the frame rate is unknown
 
     void Merge(const SizeBin& other);
 };
@@ -22,9 +24,9 @@ struct SizeBin
 class CSizeHistory
 {
 public:
-    void Add(uint64_t size, bool isKeyFrame);
+    void Add(uint64_t size, bool isKeyFrame, double seconds);
 
-    // Every bin has as many access units as the first, but for the last.
+    // Every bin has as many pictures as the first one, except the last.
     const std::vector<SizeBin>& Bins() const { return bins; }
 
 private:

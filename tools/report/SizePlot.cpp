@@ -1,202 +1,251 @@
-// A bar for each access unit while there is room; then a bar for what falls into a column of pixels. Key
-// frames stand behind the others, which are smaller as a rule, and have a dot on top where they are thin.
+// A bar for each access unit, as long as there are enough pixels. If there are more access units, the upper
+// panel shows the largest ones of each column, and the lower panel the bit rate. A column then has several
+// access units, so that it nearly always contains each kind of them: bars that come and go from column to
+// column would show a pattern that is not in the stream.
 
 #include "report/SizePlot.h"
 
+#include "report/PlotData.h"
 #include "report/Ticks.h"
 
 #include <algorithm>
-#include <fmt/format.h>
-#include <iterator>
+#include <cmath>
 
 namespace tool {
 
 namespace {
 
 constexpr double Width = 1200;
-constexpr double Height = 500;
 constexpr double Left = 84;
-constexpr double Right = 24;
+constexpr double PlotWidth = Width - Left - 24;
 constexpr double Top = 92;
-constexpr double Bottom = 64;
-constexpr double PlotWidth = Width - Left - Right;
-constexpr double PlotHeight = Height - Top - Bottom;
-constexpr double PlotBottom = Height - Bottom;
+constexpr double SizesHeight = 344;
+constexpr double RateTop = Top + SizesHeight + 30;
+constexpr double RateHeight = 110;
+constexpr double BelowAxis = 64;
 
-constexpr double ThinColumn = 8;  // a key frame needs a dot to be seen
-constexpr double WideColumn = 3;  // from here on bars have gaps
-constexpr size_t MaxDots = 280;   // more would run into each other
-constexpr const char* KeyColour = "#e8710a";
-constexpr const char* OtherColour = "#4a86c8";
-constexpr const char* MeanColour = "#12304f";
-
-std::string EscapeXml(const std::string& text)
-{
-    std::string escaped;
-    for (const char character : text) {
-        const auto byte = static_cast<unsigned char>(character);
-        if (character == '&')
-            escaped += "&amp;";
-        else if (character == '<')
-            escaped += "&lt;";
-        else if (byte < 0x20 || byte >= 0x7F)
-            escaped += '?';
-        else
-            escaped += character;
-    }
-    return escaped;
-}
+constexpr double MostBars = PlotWidth;  // a pixel for each
+constexpr double PicturesPerColumn = 8;
+constexpr double NarrowestColumn = 3;
+constexpr int MostHeldColumns = 4;
+constexpr double ThinBar = 8;         // a key frame needs a dot to be seen
+constexpr double GapBar = 3;          // from here on bars have gaps
+constexpr double SeparateKeys = 6;    // pixels between key frames that are drawn one by one
+constexpr double ReadableKeys = 12;   // pixels between key frames that may show in the bit rate
+constexpr double LeastWindow = 1;     // seconds
+constexpr double LeastPictures = 25;  // if there is no time
 
 class CSizePlot
 {
 public:
-    CSizePlot(const CSizeHistory& history, std::optional<double> seconds);
-    std::string Draw(const PlotText& text);
+    CSizePlot(const CSizeHistory& history, const PlotText& text, bool isInSeconds);
+    std::string Draw();
 
 private:
-    template <class... Arguments>
-    void Add(fmt::format_string<Arguments...> format, Arguments&&... arguments)
-    {
-        fmt::format_to(std::back_inserter(svg), format, std::forward<Arguments>(arguments)...);
-    }
-    void DrawFrame(const PlotText& text);
-    void DrawLegend();
-    void DrawAxes();
-    void DrawBars(const char* colour, uint64_t SizeBin::*size);
+    void DrawVerticalAxis(const Axis& axis, double top, double height);
+    void DrawHorizontalAxis();
+    void DrawBars();
+    void DrawBarsOf(const std::vector<PlotColumn>& bars, const char* colour, uint64_t SizeBin::*size);
     void DrawDots();
     void DrawMean();
+    void DrawColumns();
+    void DrawKeys(const std::vector<PlotColumn>& columns);
+    void DrawArea(const std::vector<PlotColumn>& columns, const char* colour, uint64_t SizeBin::*size,
+                  double opacity);
+    void DrawRate();
+    double RateWindow() const;
 
-    double ColumnWidth() const { return PlotWidth / static_cast<double>(columns.size()); }
-    double X(size_t column) const { return Left + (static_cast<double>(column) + 0.5) * ColumnWidth(); }
-    double Y(double size) const { return PlotBottom - size / sizeAxis.end * PlotHeight; }
-    bool HasSeveralPerColumn() const { return !columns.empty() && columns[0].count > 1; }
+    double X(double position) const { return Left + position / data.Length() * PlotWidth; }
+    double Y(double size) const { return Top + (1 - size / sizeAxis.end) * SizesHeight; }
+    double Y(uint64_t size) const { return Y(static_cast<double>(size)); }
+    double Count() const { return static_cast<double>(data.Total().count); }
+    double KeyPixels() const { return PlotWidth / static_cast<double>(data.Total().keyCount); }
+    bool HasBars() const { return Count() <= MostBars; }
+    bool HasDots() const
+    {
+        return data.Total().keyCount != 0 && PlotWidth / Count() <= ThinBar && KeyPixels() >= SeparateKeys;
+    }
+    double Bottom() const { return HasBars() ? Top + SizesHeight : RateTop + RateHeight; }
 
-    std::vector<SizeBin> columns;
+    CPlotData data;
+    CSvgPage page;
     Axis sizeAxis;
-    Axis timeAxis;
-    std::string svg;
 };
 
-CSizePlot::CSizePlot(const CSizeHistory& history, std::optional<double> seconds)
+double PageHeight(const CSizeHistory& history)
 {
-    const std::vector<SizeBin>& bins = history.Bins();
-    columns.resize(std::min(bins.size(), static_cast<size_t>(PlotWidth)));
-    uint64_t count = 0;
-    uint64_t largest = 0;
-    for (size_t i = 0; i < bins.size(); ++i) {
-        columns[i * columns.size() / bins.size()].Merge(bins[i]);
-        count += bins[i].count;
-        largest = std::max({largest, bins[i].largestKey, bins[i].largestOther});
-    }
-    sizeAxis = SizeAxis(static_cast<double>(largest));
-    timeAxis = seconds && *seconds > 0 ? TimeAxis(*seconds) : CountAxis(static_cast<double>(count));
+    double count = 0;
+    for (const SizeBin& bin : history.Bins())
+        count += static_cast<double>(bin.count);
+    return (count <= MostBars ? Top + SizesHeight : RateTop + RateHeight) + BelowAxis;
 }
 
-std::string CSizePlot::Draw(const PlotText& text)
+CSizePlot::CSizePlot(const CSizeHistory& history, const PlotText& text, bool isInSeconds)
+    : data(history, isInSeconds), page(Width, PageHeight(history), Left, text),
+      sizeAxis(SizeAxis(static_cast<double>(std::max(data.Total().largestKey, data.Total().largestOther)), 8))
+{}
+
+std::string CSizePlot::Draw()
 {
-    DrawFrame(text);
-    DrawLegend();
-    DrawAxes();
-    DrawBars(KeyColour, &SizeBin::largestKey);
-    DrawBars(OtherColour, &SizeBin::largestOther);
+    DrawVerticalAxis(sizeAxis, Top, SizesHeight);
+    if (HasBars()) {
+        DrawBars();
+    } else {
+        DrawColumns();
+        DrawRate();
+    }
+    DrawHorizontalAxis();
+    return page.Finish();
+}
+
+void CSizePlot::DrawVerticalAxis(const Axis& axis, double top, double height)
+{
+    for (const Tick& tick : axis.ticks) {
+        const double y = top + (1 - tick.value / axis.end) * height;
+        page.Add("<path d=\"M{} {:.1f}h{}\" stroke=\"{}\"/>", Left, y, PlotWidth, PlotColours::Grid);
+        page.Add("<text x=\"{}\" y=\"{:.1f}\" text-anchor=\"end\">{}</text>\n", Left - 8, y + 5, tick.label);
+    }
+    page.Add("<text transform=\"translate(22 {}) rotate(-90)\" text-anchor=\"middle\">{}</text>\n",
+             top + height / 2, axis.title);
+}
+
+void CSizePlot::DrawHorizontalAxis()
+{
+    const Axis axis = data.IsInSeconds() ? TimeAxis(data.Length()) : CountAxis(data.Length());
+    for (const Tick& tick : axis.ticks) {
+        page.Add("<path d=\"M{:.1f} {}v6\" stroke=\"{}\"/>", X(tick.value), Bottom(), PlotColours::Ink);
+        page.Add("<text x=\"{:.1f}\" y=\"{}\" text-anchor=\"middle\">{}</text>\n", X(tick.value),
+                 Bottom() + 22, tick.label);
+    }
+    page.Add("<path d=\"M{} {}h{}\" stroke=\"{}\"/>\n", Left, Bottom(), PlotWidth, PlotColours::Ink);
+    page.Add("<text x=\"{}\" y=\"{}\" text-anchor=\"middle\">{}</text>\n", Left + PlotWidth / 2,
+             Bottom() + BelowAxis - 16, axis.title);
+}
+
+// Key frames are drawn first, because they usually are the larger ones.
+void CSizePlot::DrawBars()
+{
+    page.AddLegend(HasDots() ? LegendMark::BlockWithDot : LegendMark::Block, PlotColours::Key, "key frame");
+    page.AddLegend(LegendMark::Block, PlotColours::Other, "other");
+    page.AddLegend(LegendMark::DashedLine, PlotColours::Line, "mean");
+    DrawBarsOf(data.Bins(), PlotColours::Key, &SizeBin::largestKey);
+    DrawBarsOf(data.Bins(), PlotColours::Other, &SizeBin::largestOther);
     DrawDots();
     DrawMean();
-    Add("</svg>\n");
-    return std::move(svg);
 }
 
-void CSizePlot::DrawFrame(const PlotText& text)
+void CSizePlot::DrawBarsOf(const std::vector<PlotColumn>& bars, const char* colour, uint64_t SizeBin::*size)
 {
-    Add("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"{0}\" height=\"{1}\" viewBox=\"0 0 {0} {1}\" "
-        "font-family=\"sans-serif\" font-size=\"14\" fill=\"#333\">\n",
-        Width, Height);
-    Add("<title>{}</title>\n", EscapeXml(text.title));
-    Add("<rect width=\"{}\" height=\"{}\" fill=\"#fff\"/>\n", Width, Height);
-    Add("<text x=\"{}\" y=\"30\" font-size=\"19\" font-weight=\"bold\">{}</text>\n", Left,
-        EscapeXml(text.title));
-    Add("<text x=\"{}\" y=\"53\">{}</text>\n", Left, EscapeXml(text.subtitle));
-}
-
-void CSizePlot::DrawLegend()
-{
-    const bool several = HasSeveralPerColumn();
-    double x = Left;
-    const auto addEntry = [&](const char* colour, double thickness, const char* label, double width) {
-        Add("<path d=\"M{} 73h16\" stroke=\"{}\" stroke-width=\"{}\"/>", x, colour, thickness);
-        Add("<text x=\"{}\" y=\"78\">{}</text>\n", x + 22, label);
-        x += width;
-    };
-    addEntry(KeyColour, 11, several ? "key frame (largest of the column)" : "key frame", several ? 270 : 120);
-    addEntry(OtherColour, 11, several ? "other (largest of the column)" : "other", several ? 240 : 90);
-    addEntry(MeanColour, 2, several ? "mean of the column" : "mean", 0);
-}
-
-void CSizePlot::DrawAxes()
-{
-    for (const Tick& tick : sizeAxis.ticks) {
-        Add("<path d=\"M{} {:.1f}h{}\" stroke=\"#ddd\"/>", Left, Y(tick.value), PlotWidth);
-        Add("<text x=\"{}\" y=\"{:.1f}\" text-anchor=\"end\">{}</text>\n", Left - 8, Y(tick.value) + 5,
-            tick.label);
+    page.Add("<path fill=\"{}\" d=\"", colour);
+    for (const PlotColumn& bar : bars) {
+        if (bar.sizes.*size == 0)
+            continue;
+        const double width = X(bar.end) - X(bar.begin);
+        const double gap = width < GapBar ? 0 : 0.2 * width;
+        page.Add("M{:.2f} {}V{:.1f}h{:.2f}V{}z", X(bar.begin) + gap / 2, Top + SizesHeight,
+                 Y(bar.sizes.*size), width - gap, Top + SizesHeight);
     }
-    for (const Tick& tick : timeAxis.ticks) {
-        const double x = Left + tick.value / timeAxis.end * PlotWidth;
-        Add("<path d=\"M{:.1f} {}v6\" stroke=\"#333\"/>", x, PlotBottom);
-        Add("<text x=\"{:.1f}\" y=\"{}\" text-anchor=\"middle\">{}</text>\n", x, PlotBottom + 22, tick.label);
-    }
-    Add("<path d=\"M{} {}h{}\" stroke=\"#333\"/>\n", Left, PlotBottom, PlotWidth);
-    Add("<text x=\"{}\" y=\"{}\" text-anchor=\"middle\">{}</text>\n", Left + PlotWidth / 2, Height - 16,
-        timeAxis.title);
-    Add("<text transform=\"translate(22 {}) rotate(-90)\" text-anchor=\"middle\">{}</text>\n",
-        Top + PlotHeight / 2, sizeAxis.title);
-}
-
-void CSizePlot::DrawBars(const char* colour, uint64_t SizeBin::*size)
-{
-    const double barWidth = ColumnWidth() < WideColumn ? ColumnWidth() : 0.8 * ColumnWidth();
-    Add("<path stroke=\"{}\" stroke-width=\"{:.2f}\" d=\"", colour, barWidth);
-    for (size_t i = 0; i < columns.size(); ++i) {
-        if (columns[i].*size != 0)
-            Add("M{:.2f} {}V{:.1f}", X(i), PlotBottom, Y(static_cast<double>(columns[i].*size)));
-    }
-    Add("\"/>\n");
+    page.Add("\"/>\n");
 }
 
 void CSizePlot::DrawDots()
 {
-    const auto hasKey = [](const SizeBin& column) { return column.largestKey != 0; };
-    const auto dots = static_cast<size_t>(std::count_if(columns.begin(), columns.end(), hasKey));
-    if (ColumnWidth() > ThinColumn || dots > MaxDots)
+    if (!HasDots())
         return;
-    for (size_t i = 0; i < columns.size(); ++i) {
-        if (hasKey(columns[i]))
-            Add("<circle cx=\"{:.2f}\" cy=\"{:.1f}\" r=\"2\" fill=\"{}\"/>\n", X(i),
-                Y(static_cast<double>(columns[i].largestKey)), KeyColour);
+    for (const PlotColumn& bar : data.Bins()) {
+        if (bar.sizes.keyCount != 0)
+            page.Add("<circle cx=\"{:.2f}\" cy=\"{:.1f}\" r=\"2.5\" fill=\"{}\"/>\n",
+                     X((bar.begin + bar.end) / 2), Y(bar.sizes.largestKey), PlotColours::Key);
     }
 }
 
 void CSizePlot::DrawMean()
 {
-    if (!HasSeveralPerColumn()) {
-        SizeBin all;
-        for (const SizeBin& column : columns)
-            all.Merge(column);
-        const double mean = static_cast<double>(all.sum) / static_cast<double>(all.count);
-        Add("<path d=\"M{} {:.1f}h{}\" stroke=\"{}\" stroke-width=\"1.5\" stroke-dasharray=\"7 5\"/>\n", Left,
-            Y(mean), PlotWidth, MeanColour);
+    page.Add("<path d=\"M{} {:.1f}h{}\" stroke=\"{}\" stroke-width=\"1.5\" stroke-dasharray=\"7 5\"/>\n",
+             Left, Y(static_cast<double>(data.Total().sum) / Count()), PlotWidth, PlotColours::Line);
+}
+
+void CSizePlot::DrawColumns()
+{
+    const double count = std::min(Count() / PicturesPerColumn, PlotWidth / NarrowestColumn);
+    const std::vector<PlotColumn> columns = data.Columns(static_cast<size_t>(count));
+    DrawKeys(columns);
+    DrawArea(columns, PlotColours::Other, &SizeBin::largestOther, 1);
+    DrawDots();
+    page.AddLegend(LegendMark::Block, PlotColours::Other,
+                   fmt::format("other: largest of {:.0f}", std::round(Count() / std::floor(count))));
+}
+
+void CSizePlot::DrawKeys(const std::vector<PlotColumn>& columns)
+{
+    if (data.Total().keyCount == 0)
+        return;
+    if (HasDots()) {
+        page.AddLegend(LegendMark::BlockWithDot, PlotColours::Key, "key frame");
+        page.Add("<path stroke=\"{}\" stroke-width=\"1.5\" d=\"", PlotColours::Key);
+        for (const PlotColumn& bin : data.Bins()) {
+            if (bin.sizes.keyCount != 0)
+                page.Add("M{:.2f} {}V{:.1f}", X((bin.begin + bin.end) / 2), Top + SizesHeight,
+                         Y(bin.sizes.largestKey));
+        }
+        page.Add("\"/>\n");
         return;
     }
-    Add("<path fill=\"none\" stroke=\"{}\" stroke-width=\"1.2\" d=\"", MeanColour);
-    for (size_t i = 0; i < columns.size(); ++i)
-        Add("{}{:.1f} {:.1f}", i == 0 ? 'M' : 'L', X(i),
-            Y(static_cast<double>(columns[i].sum) / static_cast<double>(columns[i].count)));
-    Add("\"/>\n");
+    page.AddLegend(LegendMark::Area, PlotColours::Key,
+                   fmt::format("key frame: largest of {:.0f}",
+                               std::round(Count() / static_cast<double>(columns.size()))));
+    DrawArea(columns, PlotColours::Key, &SizeBin::largestKey, SvgAreaOpacity);
+}
+
+// A column without such an access unit has the height of the previous one, unless there is a longer gap.
+void CSizePlot::DrawArea(const std::vector<PlotColumn>& columns, const char* colour, uint64_t SizeBin::*size,
+                         double opacity)
+{
+    uint64_t height = 0;
+    int emptyColumns = 0;
+    page.Add("<path fill=\"{0}\" fill-opacity=\"{1}\" stroke=\"{0}\" d=\"M{2} {3}", colour, opacity, Left,
+             Top + SizesHeight);
+    for (const PlotColumn& column : columns) {
+        emptyColumns = column.sizes.*size == 0 ? emptyColumns + 1 : 0;
+        if (emptyColumns == 0 || emptyColumns > MostHeldColumns)
+            height = column.sizes.*size;
+        page.Add("V{:.1f}H{:.1f}", Y(height), X(column.end));
+    }
+    page.Add("V{}z\"/>\n", Top + SizesHeight);
+}
+
+double CSizePlot::RateWindow() const
+{
+    const double pixel = data.Length() / PlotWidth;
+    const double least = std::max(data.IsInSeconds() ? LeastWindow : LeastPictures, 3 * pixel);
+    return std::min(KeyPixels() < ReadableKeys ? data.EvenWindow(least) : least, data.Length());
+}
+
+void CSizePlot::DrawRate()
+{
+    constexpr double Step = 2;
+    const double window = RateWindow();
+    std::vector<double> rates;
+    for (double x = 0; x <= PlotWidth; x += Step)
+        rates.push_back(data.Rate(x / PlotWidth * data.Length(), window));
+    const double largest = *std::max_element(rates.begin(), rates.end());
+    const Axis axis = data.IsInSeconds() ? BitRateAxis(largest, 4) : SizeAxis(largest, 4);
+    DrawVerticalAxis(axis, RateTop, RateHeight);
+    page.Add("<path fill=\"none\" stroke=\"{}\" stroke-width=\"1.5\" d=\"", PlotColours::Line);
+    for (size_t i = 0; i < rates.size(); ++i)
+        page.Add("{}{} {:.1f}", i == 0 ? 'M' : 'L', Left + static_cast<double>(i) * Step,
+                 RateTop + (1 - rates[i] / axis.end) * RateHeight);
+    page.Add("\"/>\n");
+    page.AddLegend(LegendMark::Line, PlotColours::Line,
+                   data.IsInSeconds() ? fmt::format("bit rate: mean of {:.3g} s", window)
+                                      : fmt::format("mean of {:.0f} access units", window));
 }
 
 }  // namespace
 
-std::string DrawSizes(const CSizeHistory& history, const PlotText& text, std::optional<double> seconds)
+std::string DrawSizes(const CSizeHistory& history, const PlotText& text, bool isInSeconds)
 {
-    return CSizePlot(history, seconds).Draw(text);
+    return CSizePlot(history, text, isInSeconds).Draw();
 }
 
 }  // namespace tool

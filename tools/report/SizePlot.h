@@ -1,23 +1,18 @@
-// Draws access-unit sizes over time as an SVG picture.
+// Draws the sizes of access units over time as an SVG picture.
 //
 // SPDX-License-Identifier: MIT
 
 #pragma once
 
 #include "report/SizeHistory.h"
+#include "report/SvgPage.h"
 
-#include <optional>
 #include <string>
 
 namespace tool {
 
-struct PlotText
-{
-    std::string title;
-    std::string subtitle;
-};
-
-// With `seconds` the axis is time, else it counts access units.
-std::string DrawSizes(const CSizeHistory& history, const PlotText& text, std::optional<double> seconds);
+// If `isInSeconds`, the axis is time and every bin of the history has its seconds. Otherwise it counts access
+// units.
+std::string DrawSizes(const CSizeHistory& history, const PlotText& text, bool isInSeconds);
 
 }  // namespace tool

@@ -46,10 +46,13 @@ void CStreamSummary::Add(const AccessUnit& unit)
         lastKeyFrame = unit.number;
     }
     fields += unit.isField;
-    if (present.HasFrameRate())
-        seconds += (unit.isField ? 0.5 : 1.0) / present.FrameRate();
-    else
-        ++untimedUnits;
+    seconds += SecondsOf(unit);
+    untimedUnits += !present.HasFrameRate();
+}
+
+double CStreamSummary::SecondsOf(const AccessUnit& unit) const
+{
+    return present.HasFrameRate() ? (unit.isField ? 0.5 : 1.0) / present.FrameRate() : 0;
 }
 
 void CStreamSummary::NoteSequence(const AccessUnit& unit)

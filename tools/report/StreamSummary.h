@@ -54,6 +54,9 @@ class CStreamSummary
 public:
     void Add(const AccessUnit& unit);
 
+    // After Add of the unit; 0 if the stream does not give its frame rate.
+    double SecondsOf(const AccessUnit& unit) const;
+
     const Spread& Sizes() const { return sizes; }  // bytes of the access units
     const Spread& KeyDistances() const
     {
