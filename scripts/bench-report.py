@@ -223,7 +223,7 @@ def chart(medians, path):
         f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {width} {height}" font-family="sans-serif" '
         'font-size="13">',
         f'<rect width="{width}" height="{height}" fill="#fff"/>',
-        "<style>text{fill:#222}</style>",
+        "<style>text{fill:#222}@media (prefers-color-scheme:dark){text{fill:#d6dae0}rect{fill:#14171c}}</style>",
         '<text x="10" y="22" font-size="16" font-weight="bold">Time for the same access units, memcpy = 1</text>',
         '<text x="10" y="42">H.264, 60 KB each, one thread; left is faster; logarithmic</text>',
         dot(16, 60, "ours", "cache"), '<text x="28" y="64">in the cache</text>',
