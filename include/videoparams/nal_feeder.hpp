@@ -1,4 +1,4 @@
-// Takes an H.264 or H.265 byte stream (Annex B) in pieces of any size and hands on whole NAL units, one a
+// Takes an H.264 or H.265 byte stream (Annex B) in pieces of any size and passes on whole NAL units, one per
 // call. C++11.
 //
 //     CNalFeeder feeder;
@@ -11,7 +11,7 @@
 //         feeder.Feed(piece, size, takeUnit);
 //     feeder.Finish(takeUnit);
 //
-// Every byte is searched once, and kept no longer than until its unit is whole.
+// Every byte is searched once, and kept only until its unit is complete.
 //
 // SPDX-License-Identifier: MIT
 
@@ -27,20 +27,20 @@
 class CNalFeeder
 {
 public:
-    // A unit runs from its start code (00 00 01 or 00 00 00 01) to the next one or to the end of the stream.
-    // A start code counts only where five bytes are left from its first zero on. More zeros in front of it
-    // belong to the unit before.
+    // A unit goes from its start code (00 00 01 or 00 00 00 01) to the next start code or to the end of the
+    // stream. A start code counts only if at least five bytes are left, counted from its first zero. Further
+    // zeros before it belong to the previous unit.
     //
-    // Units of three or four bytes (such as an end of sequence, 00 00 01 0A) are too short for a call of
-    // their own: the library ignores such a buffer. Join hands them on as the last bytes of the unit in front
-    // of them, Separate alone.
+    // A unit of three or four bytes (such as an end of sequence, 00 00 01 0A) is too short for a call of its
+    // own: the library ignores such a buffer. Join passes it on as the last bytes of the previous unit,
+    // Separate passes it on alone.
     enum class ShortUnits
     {
         Join,
         Separate
     };
 
-    // A unit beyond `largestUnit` bytes is passed over; the library takes sizes of 32 bits.
+    // A unit of more than `largestUnit` bytes is skipped. The library takes sizes of 32 bits.
     explicit CNalFeeder(ShortUnits shortUnits = ShortUnits::Join, size_t largestUnit = 0xFFFFFFFF)
         : shortestUnit(shortUnits == ShortUnits::Join ? 5 : 0), unitLimit(largestUnit)
     {}
@@ -50,10 +50,10 @@ public:
         void operator()(const unsigned char*, size_t) const {}
     };
 
-    // takeUnit(const unsigned char* unit, unsigned int unitSize) gets each unit as soon as it is whole. The
-    // bytes stay valid during the call. takeSkipped(const unsigned char* bytes, size_t size) gets what
-    // belongs to no unit: the bytes in front of the first start code and those of units that are too large.
-    // Together they get every byte, in order.
+    // takeUnit(const unsigned char* unit, unsigned int unitSize) gets each unit as soon as it is complete.
+    // The bytes stay valid during the call. takeSkipped(const unsigned char* bytes, size_t size) gets the
+    // bytes of no unit: those before the first start code, and those of units that are too large. Together
+    // they get every byte, in order.
     template <class UnitTaker, class SkippedTaker = IgnoreBytes>
     void Feed(const unsigned char* data, size_t size, UnitTaker&& takeUnit,
               SkippedTaker&& takeSkipped = SkippedTaker())
@@ -68,26 +68,27 @@ public:
         }
     }
 
-    // Hands on the last unit. The next Feed begins a new stream.
+    // Passes on the last unit. The next Feed begins a new stream.
     template <class UnitTaker, class SkippedTaker = IgnoreBytes>
     void Finish(UnitTaker&& takeUnit, SkippedTaker&& takeSkipped = SkippedTaker())
     {
         if (cut != NoCut)
-            HandOn(cut, takeUnit);
+            PassOn(cut, takeUnit);
         if (inUnit && bytes.size() - begin <= unitLimit)
-            HandOn(bytes.size(), takeUnit);
+            PassOn(bytes.size(), takeUnit);
         else
             Skip(bytes.size(), takeSkipped);
         *this = CNalFeeder(shortestUnit, unitLimit);
     }
 
-    // Where the unit or the bytes handed on last begin, counted from the first byte of the stream.
-    uint64_t Offset() const { return handedOffset; }
+    // The first byte of the unit, or of the skipped bytes, that was passed on last; counted from the first
+    // byte of the stream.
+    uint64_t Offset() const { return passedOffset; }
 
 private:
     static constexpr size_t PieceSize = 65536;
-    static constexpr size_t CodeZeros = 3;  // at most, in front of the 01 of a start code
-    static constexpr size_t CodeLook = 5;   // bytes that must be left for a start code to count
+    static constexpr size_t CodeZeros = 3;  // at most, before the 01 of a start code
+    static constexpr size_t CodeLook = 5;   // a start code counts if so many bytes are left
     static constexpr size_t NoCut = static_cast<size_t>(-1);
 
     CNalFeeder(size_t shortest, size_t limit) : shortestUnit(shortest), unitLimit(limit) {}
@@ -108,14 +109,14 @@ private:
                 searched = one;
                 break;
             }
-            // The next 01 behind two zeros is three bytes away at least.
+            // The next 01 after two zeros is at least three bytes away.
             searched = std::min(one + 3, bytes.size());
             if (isStartCode)
                 TakeStartCode(one - zeros, takeUnit, takeSkipped);
         }
-        // No start code is left that begins so soon behind the cut: the unit there is long enough.
+        // No start code can follow within so few bytes after the cut: the unit there is long enough.
         if (cut != NoCut && searched >= cut + shortestUnit + CodeZeros)
-            HandOn(cut, takeUnit);
+            PassOn(cut, takeUnit);
         const size_t sure = searched - std::min(searched, size_t{CodeZeros});
         if (cut == NoCut && (!inUnit || sure - begin > unitLimit)) {
             Skip(sure, takeSkipped);
@@ -140,7 +141,7 @@ private:
                 cut = start;
                 return;
             }
-            HandOn(cut, takeUnit);
+            PassOn(cut, takeUnit);
         }
         if (inUnit && start - begin <= unitLimit) {
             cut = start;
@@ -151,12 +152,12 @@ private:
     }
 
     template <class UnitTaker>
-    void HandOn(size_t end, UnitTaker& takeUnit)
+    void PassOn(size_t end, UnitTaker& takeUnit)
     {
         const size_t start = begin;
         begin = end;
         cut = NoCut;
-        handedOffset = offset + start;
+        passedOffset = offset + start;
         takeUnit(&bytes[start], static_cast<unsigned int>(end - start));
     }
 
@@ -167,7 +168,7 @@ private:
         begin = end;
         if (end == start)
             return;
-        handedOffset = offset + start;
+        passedOffset = offset + start;
         takeSkipped(&bytes[start], end - start);
     }
 
@@ -184,14 +185,14 @@ private:
     size_t shortestUnit;
     size_t unitLimit;
 
-    std::vector<unsigned char> bytes;  // what has not been handed on
+    std::vector<unsigned char> bytes;  // not passed on yet
     uint64_t offset = 0;               // of bytes[0] in the stream
-    uint64_t handedOffset = 0;
+    uint64_t passedOffset = 0;
 
-    // Places in `bytes`.
-    size_t begin = 0;     // the present unit, or what may belong to the first start code
-    size_t searched = 0;  // every 01 in front of this has been looked at
-    size_t cut = NoCut;   // the start code that ends the present unit, unless the unit behind it is too short
+    // Positions in `bytes`.
+    size_t begin = 0;     // the current unit, or zeros that may belong to the first start code
+    size_t searched = 0;  // every 01 before this has been examined
+    size_t cut = NoCut;   // the start code that ends the current unit, unless the next unit is too short
 
     bool inUnit = false;
 };
