@@ -1,4 +1,4 @@
-# Runs an example and holds what it prints against what is expected.
+# Runs an example and compares what it prints with what is expected.
 
 execute_process(COMMAND ${COMMAND} OUTPUT_VARIABLE printed COMMAND_ERROR_IS_FATAL ANY)
 file(READ "${EXPECTED}" expected)

@@ -1,5 +1,5 @@
-// Reports every access unit at once instead of one picture late: it is handed over whole and followed by a
-// flush.
+// Reports every access unit at once instead of one picture late: passes each access unit whole, and then
+// flushes.
 //
 //     low-latency h264|h265 FILE
 //
@@ -16,18 +16,24 @@ namespace {
 
 using AccessUnit = std::vector<unsigned char>;
 
-// In the place of an encoder, or of a transport that marks where an access unit ends (such as RTP): the
-// access units of a file, cut by a handle of their own.
-std::vector<AccessUnit> ReadAccessUnits(const char* name, VideoCodecType codec)
+int Fail(const char* message, const char* name)
 {
-    std::vector<AccessUnit> accessUnits;
+    std::fprintf(stderr, "low-latency: %s%s\n", message, name);
+    return 1;
+}
+
+// Stands for an encoder, or for a transport that marks where an access unit ends (such as RTP): cuts the file
+// into access units with a handle of its own.
+bool ReadAccessUnits(const char* name, VideoCodecType codec, std::vector<AccessUnit>& accessUnits)
+{
     std::FILE* const file = std::fopen(name, "rb");
     void* parser = nullptr;
     if (file == nullptr || ParseCreate(&parser, codec, 0, 0) != 0)
-        return accessUnits;
+        return false;
     const auto takeUnit = [&](const unsigned char* unit, unsigned int size) {
         VideoInfo info;
-        ParseVideoParams(parser, unit, size, &info);
+        if (ParseVideoParams(parser, unit, size, &info) != 0)
+            std::fputs("low-latency: a damaged unit was skipped\n", stderr);
         if (info.accessUnitFound)
             accessUnits.emplace_back(info.accessUnitData, info.accessUnitData + info.accessUnitSize);
     };
@@ -36,30 +42,32 @@ std::vector<AccessUnit> ReadAccessUnits(const char* name, VideoCodecType codec)
     while (const size_t size = std::fread(piece, 1, sizeof piece, file))
         feeder.Feed(piece, size, takeUnit);
     feeder.Finish(takeUnit);
-    takeUnit(nullptr, 0);
+    takeUnit(nullptr, 0);  // flush: the last access unit
     ParseRelease(parser);
+    const bool isRead = std::ferror(file) == 0;
     std::fclose(file);
-    return accessUnits;
+    return isRead;
 }
 
 }  // namespace
 
 int main(int argc, char** argv)
 {
-    if (argc != 3) {
-        std::fputs("usage: low-latency h264|h265 FILE\n", stderr);
-        return 2;
-    }
+    if (argc != 3)
+        return Fail("usage: low-latency h264|h265 FILE", "");
     const VideoCodecType codec = std::strcmp(argv[1], "h265") == 0 ? VideoCodecHEVC : VideoCodecAVC;
+    std::vector<AccessUnit> accessUnits;
+    if (!ReadAccessUnits(argv[2], codec, accessUnits))
+        return Fail("cannot read ", argv[2]);
     void* parser = nullptr;
     if (ParseCreate(&parser, codec, 0, 0) != 0)
-        return 1;
+        return Fail("out of memory", "");
 
     unsigned int number = 0;
-    for (const AccessUnit& accessUnit : ReadAccessUnits(argv[2], codec)) {
+    for (const AccessUnit& accessUnit : accessUnits) {
         VideoInfo info;
-        // The next picture has not begun, so this completes nothing; the flush says that there is no more to
-        // come.
+        // This call completes nothing, because the next picture has not begun. The flush then reports the
+        // access unit.
         ParseVideoParams(parser, accessUnit.data(), static_cast<unsigned int>(accessUnit.size()), &info);
         const bool isEarly = info.accessUnitFound;
         ParseVideoParams(parser, nullptr, 0, &info);

@@ -1,4 +1,5 @@
-// Puts the fields of an interlaced H.264 stream together: each is an access unit of its own.
+// Joins the fields of an interlaced H.264 stream into pairs: the library reports each field as an access
+// unit.
 //
 //     pair-fields FILE
 //
@@ -11,7 +12,13 @@
 
 namespace {
 
-// A second field follows its first one at once, and is never a key frame.
+int Fail(const char* message, const char* name)
+{
+    std::fprintf(stderr, "pair-fields: %s%s\n", message, name);
+    return 1;
+}
+
+// A second field immediately follows its first field, and is never a key frame.
 class CFieldPairer
 {
 public:
@@ -19,10 +26,10 @@ public:
 
     void Take(const VideoInfo& unit)
     {
-        VideoInfoEx test;
+        VideoInfoEx test{};
         VideoSampleTest(tester, unit.accessUnitData, unit.accessUnitSize, &test);
         if (hasFirstField && !test.isFrame && !unit.keyFrame) {
-            // The bytes of the first field are still there: they outlive the reports of four access units.
+            // The bytes of the first field are still valid: they stay so during the next four reports.
             std::printf("fields of %u and %u bytes\n", firstField.accessUnitSize, unit.accessUnitSize);
             hasFirstField = false;
             return;
@@ -43,7 +50,7 @@ public:
     }
 
 private:
-    void* tester;  // not the analysing handle: its slice headers are not to be mixed with these
+    void* tester;  // a separate handle: the analysis must not see the slice headers that the test reads
     VideoInfo firstField{};
     bool hasFirstField = false;
 };
@@ -52,17 +59,21 @@ private:
 
 int main(int argc, char** argv)
 {
-    std::FILE* const file = argc == 2 ? std::fopen(argv[1], "rb") : nullptr;
+    if (argc != 2)
+        return Fail("usage: pair-fields FILE", "");
+    std::FILE* const file = std::fopen(argv[1], "rb");
+    if (file == nullptr)
+        return Fail("cannot read ", argv[1]);
     void* parser = nullptr;
     void* tester = nullptr;
-    if (file == nullptr || ParseCreate(&parser, VideoCodecAVC, 0, 0) != 0 ||
-        ParseCreate(&tester, VideoCodecAVC, 0, 0) != 0)
-        return 1;
+    if (ParseCreate(&parser, VideoCodecAVC, 0, 0) != 0 || ParseCreate(&tester, VideoCodecAVC, 0, 0) != 0)
+        return Fail("out of memory", "");
 
     CFieldPairer pairer(tester);
     VideoInfo info;
     const auto takeUnit = [&](const unsigned char* unit, unsigned int size) {
-        ParseVideoParams(parser, unit, size, &info);
+        if (ParseVideoParams(parser, unit, size, &info) != 0)
+            std::fputs("pair-fields: a damaged unit was skipped\n", stderr);
         if (info.accessUnitFound)
             pairer.Take(info);
     };
@@ -73,6 +84,9 @@ int main(int argc, char** argv)
     feeder.Finish(takeUnit);
     takeUnit(nullptr, 0);  // flush: the last access unit
     pairer.Finish();
+    ParseRelease(tester);
+    ParseRelease(parser);
+    const bool isRead = std::ferror(file) == 0;
     std::fclose(file);
-    return ParseRelease(tester) == 0 && ParseRelease(parser) == 0 ? 0 : 1;
+    return isRead ? 0 : Fail("cannot read ", argv[1]);
 }

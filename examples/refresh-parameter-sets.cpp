@@ -1,7 +1,8 @@
-// Keeps the parameter sets that an H.264 handle holds up with its stream. The handle holds the first ones and
-// puts them into key frames that carry none; where the stream has changed them meanwhile, the host must say.
+// Keeps the parameter sets that an H.264 handle holds up to date. The handle holds the first ones of the
+// stream and inserts them into key frames without parameter sets. If the stream changes its parameter sets,
+// the program must pass the new ones to the handle.
 //
-//     refresh-parameter-sets FILE...    the files one behind the other, as one stream
+//     refresh-parameter-sets FILE...    the files one after the other, as one stream
 //
 // SPDX-License-Identifier: MIT
 
@@ -13,9 +14,15 @@
 
 namespace {
 
+int Fail(const char* message, const char* name)
+{
+    std::fprintf(stderr, "refresh-parameter-sets: %s%s\n", message, name);
+    return 1;
+}
+
 using Bytes = std::vector<unsigned char>;
 
-// Whether the set differs from the one kept so far, which it replaces.
+// Returns whether the set differs from the one kept so far, and keeps it instead.
 bool Keep(Bytes& kept, const unsigned char* set, unsigned int size)
 {
     const Bytes found(set, set + size);
@@ -34,9 +41,11 @@ unsigned int SizeOf(const Bytes& bytes)
 
 int main(int argc, char** argv)
 {
+    if (argc < 2)
+        return Fail("usage: refresh-parameter-sets FILE...", "");
     void* parser = nullptr;
     if (ParseCreate(&parser, VideoCodecAVC, 0, 0) != 0)
-        return 1;
+        return Fail("out of memory", "");
 
     Bytes sps;
     Bytes pps;
@@ -49,27 +58,31 @@ int main(int argc, char** argv)
         hasChanged |= Keep(pps, found.pps, found.ppsSize);
 
         VideoInfo info;
-        ParseVideoParams(parser, unit, size, &info);
+        if (ParseVideoParams(parser, unit, size, &info) != 0)
+            std::fputs("refresh-parameter-sets: a damaged unit was skipped\n", stderr);
         if (!info.accessUnitFound)
             return;
         if (info.keyFrame)
             std::printf("key frame, access unit %u: %u x %u\n", number, info.width, info.height);
         ++number;
-        // Sets met since the last report belong to the access unit that has just begun: too late for the one
-        // that was reported, and in time for those to come.
-        if (hasChanged)
-            SetParameterSetData(parser, sps.data(), SizeOf(sps), pps.data(), SizeOf(pps));
+        // Sets that came since the last report belong to the access unit that has just begun. They are needed
+        // for this one and the next ones, not for the reported one.
+        if (hasChanged && SetParameterSetData(parser, sps.data(), SizeOf(sps), pps.data(), SizeOf(pps)) != 0)
+            std::fputs("refresh-parameter-sets: the parameter sets cannot be read\n", stderr);
         hasChanged = false;
     };
     CNalFeeder feeder;
     for (int i = 1; i < argc; ++i) {
         std::FILE* const file = std::fopen(argv[i], "rb");
         if (file == nullptr)
-            return 1;
+            return Fail("cannot read ", argv[i]);
         unsigned char piece[65536];
         while (const size_t size = std::fread(piece, 1, sizeof piece, file))
             feeder.Feed(piece, size, takeUnit);
+        const bool isRead = std::ferror(file) == 0;
         std::fclose(file);
+        if (!isRead)
+            return Fail("cannot read ", argv[i]);
     }
     feeder.Finish(takeUnit);
     takeUnit(nullptr, 0);  // flush: the last access unit
