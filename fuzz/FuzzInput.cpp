@@ -15,14 +15,19 @@ CFuzzInput::CFuzzInput(const uint8_t* data, size_t size)
 {
     if (size == 0)
         return;
-    const size_t choiceCount = std::min<size_t>(data[size - 1] % 64, size - 1);
-    stream.assign(data, data + size - 1 - choiceCount);
-    choices.assign(data + size - 1 - choiceCount, data + size - 1);
+    const Bytes rest{data + 1, size - 1};
+    const size_t choiceCount = std::min<size_t>(data[0] % 64, rest.size());
+    choices = rest.first(choiceCount);
+    stream = rest.subspan(choiceCount);
 }
 
 uint32_t CFuzzInput::Choose(uint32_t count)
 {
-    return taken < choices.size() ? choices[taken++] % count : 0;
+    if (choices.empty())
+        return 0;
+    const uint32_t choice = choices.front() % count;
+    choices = choices.subspan(1);
+    return choice;
 }
 
 VideoCodecType CFuzzInput::ChooseCodec()
@@ -30,11 +35,16 @@ VideoCodecType CFuzzInput::ChooseCodec()
     return Choose(2) == 0 ? VideoCodecAVC : VideoCodecHEVC;
 }
 
-CHeapCopy::CHeapCopy(const unsigned char* bytes, size_t count)
-    : block(new unsigned char[count]), size(static_cast<uint32_t>(count))
+unsigned char* CRoom::Put(Bytes bytes)
 {
-    if (count != 0)
-        std::memcpy(block.get(), bytes, count);
+    if (block == nullptr || bytes.size() > size) {
+        size = bytes.size();
+        block = std::make_unique<unsigned char[]>(size);
+    }
+    unsigned char* const begin = block.get() + size - bytes.size();
+    if (!bytes.empty())
+        std::memcpy(begin, bytes.data(), bytes.size());
+    return begin;
 }
 
 CParseHandle::CParseHandle(VideoCodecType codec, uint32_t queueCount, uint32_t queueSize)
@@ -42,66 +52,77 @@ CParseHandle::CParseHandle(VideoCodecType codec, uint32_t queueCount, uint32_t q
     REQUIRE(ParseCreate(&handle, codec, queueCount, queueSize) == 0);
 }
 
+bool Equal(Bytes a, Bytes b)
+{
+    return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size()) == 0);
+}
+
+CDigest& CDigest::Add(Bytes bytes)
+{
+    constexpr uint64_t Factor = 0x9E3779B97F4A7C15;
+    sum = (sum ^ bytes.size()) * Factor;
+    while (!bytes.empty()) {
+        uint64_t word = 0;
+        const Bytes piece = bytes.first(std::min(bytes.size(), sizeof word));
+        std::memcpy(&word, piece.data(), piece.size());
+        sum = (sum ^ word) * Factor;
+        sum ^= sum >> 32;
+        bytes = bytes.subspan(piece.size());
+    }
+    return *this;
+}
+
 namespace {
 
-bool IsStartCode(const Bytes& stream, size_t at)
+const unsigned char* FindStartCode(const unsigned char* at, const unsigned char* end)
 {
-    if (stream.size() - at < 5 || stream[at] != 0 || stream[at + 1] != 0)
-        return false;
-    return stream[at + 2] == 1 || (stream[at + 2] == 0 && stream[at + 3] == 1);
+    for (; end - at >= 5; ++at) {
+        if (at[0] == 0 && at[1] == 0 && (at[2] == 1 || (at[2] == 0 && at[3] == 1)))
+            return at;
+    }
+    return end;
 }
 
-size_t FindStartCode(const Bytes& stream, size_t at)
-{
-    while (at < stream.size() && !IsStartCode(stream, at))
-        ++at;
-    return std::min(at, stream.size());
-}
-
-bool IsCutIndependent(const Bytes& unit)
+bool IsCutIndependent(Bytes unit)
 {
     return unit.size() >= 5 && HeaderOffset(unit) < unit.size() && unit[HeaderOffset(unit)] < 0x80;
 }
 
 }  // namespace
 
-std::vector<Bytes> SplitPlainly(const Bytes& stream)
+void SplitPlainly(Bytes stream, std::vector<Bytes>& units)
 {
-    std::vector<Bytes> units;
-    size_t at = FindStartCode(stream, 0);
-    while (at < stream.size()) {
-        const size_t next = FindStartCode(stream, at + (stream[at + 2] == 1 ? 3 : 4));
-        units.emplace_back(stream.begin() + static_cast<ptrdiff_t>(at),
-                           stream.begin() + static_cast<ptrdiff_t>(next));
+    units.clear();
+    const unsigned char* const end = stream.data() + stream.size();
+    const unsigned char* at = FindStartCode(stream.data(), end);
+    while (at != end) {
+        const unsigned char* const next = FindStartCode(at + (at[2] == 1 ? 3 : 4), end);
+        units.emplace_back(at, next);
         at = next;
     }
-    return units;
 }
 
-Bytes Join(const std::vector<Bytes>& units)
-{
-    Bytes joined;
-    for (const Bytes& unit : units)
-        joined.insert(joined.end(), unit.begin(), unit.end());
-    return joined;
-}
-
-std::vector<Bytes> CutIndependentUnits(const Bytes& stream)
-{
-    std::vector<Bytes> units = SplitPlainly(stream);
-    units.erase(
-        std::remove_if(units.begin(), units.end(), [](const Bytes& unit) { return !IsCutIndependent(unit); }),
-        units.end());
-    return SplitPlainly(Join(units)) == units ? units : std::vector<Bytes>();
-}
-
-size_t HeaderOffset(const Bytes& unit)
+size_t HeaderOffset(Bytes unit)
 {
     return unit[2] == 1 ? 3 : 4;
 }
 
-uint32_t UnitType(const Bytes& unit, VideoCodecType codec)
+uint32_t UnitType(Bytes unit, VideoCodecType codec)
 {
     const unsigned char header = unit[HeaderOffset(unit)];
     return codec == VideoCodecAVC ? header & 0x1F : (header >> 1) & 0x3F;
+}
+
+CCutIndependentUnits::CCutIndependentUnits(Bytes stream)
+{
+    std::vector<Bytes> wanted;
+    SplitPlainly(stream, wanted);
+    std::erase_if(wanted, [](Bytes unit) { return !IsCutIndependent(unit); });
+    for (const Bytes unit : wanted)
+        joined.insert(joined.end(), unit.begin(), unit.end());
+    SplitPlainly(joined, units);
+    if (!std::equal(units.begin(), units.end(), wanted.begin(), wanted.end(), Equal)) {
+        joined.clear();
+        units.clear();
+    }
 }

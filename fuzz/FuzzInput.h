@@ -5,11 +5,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <vector>
 
-using Bytes = std::vector<unsigned char>;
+using Bytes = std::span<const unsigned char>;
 
-// Stops with a word of what does not hold.
+// Stops the fuzzer and names the condition that does not hold.
 #define REQUIRE(condition)                                                                                   \
     do {                                                                                                     \
         if (!(condition))                                                                                    \
@@ -18,38 +19,36 @@ using Bytes = std::vector<unsigned char>;
 
 [[noreturn]] void StopBecause(const char* condition, const char* file, int line);
 
-// Stream bytes in front, choices behind: the last byte tells how many bytes of choices there are.
+// The first byte gives the number of choices, which follow it. The rest is the stream. It ends with the
+// fuzzer's own block, so that a byte read after it is detected.
 class CFuzzInput
 {
 public:
     CFuzzInput(const uint8_t* data, size_t size);
 
-    const Bytes& Stream() const { return stream; }
+    Bytes Stream() const { return stream; }
+    bool HasChoices() const { return !choices.empty(); }
     uint32_t Choose(uint32_t count);  // 0 to count - 1; 0 when the choices are used up
     VideoCodecType ChooseCodec();
 
 private:
-    Bytes stream;
     Bytes choices;
-    size_t taken = 0;
+    Bytes stream;
 };
 
-// A copy on the heap of exactly the size, so that one byte read too far shows.
-class CHeapCopy
+// A heap block that is used again and again. Bytes are copied to its end, so that a byte read after them is
+// detected.
+class CRoom
 {
 public:
-    CHeapCopy(const unsigned char* bytes, size_t size);
-    explicit CHeapCopy(const Bytes& bytes) : CHeapCopy(bytes.data(), bytes.size()) {}
-
-    unsigned char* Data() const { return block.get(); }
-    uint32_t Size() const { return size; }
+    unsigned char* Put(Bytes bytes);
 
 private:
     std::unique_ptr<unsigned char[]> block;
-    uint32_t size;
+    size_t size = 0;
 };
 
-// Handles that are released at the end.
+// A parse handle that is released at the end.
 class CParseHandle
 {
 public:
@@ -58,27 +57,49 @@ public:
     CParseHandle(const CParseHandle&) = delete;
     CParseHandle& operator=(const CParseHandle&) = delete;
 
+    operator void*() const { return handle; }
+
+private:
     void* handle = nullptr;
 };
 
-class CUserDataHandle
+bool Equal(Bytes a, Bytes b);
+
+// A number that stands for all bytes added to it.
+class CDigest
 {
 public:
-    explicit CUserDataHandle(VideoCodecType codec) { REQUIRE(UserDataCreate(&handle, codec) == 0); }
-    ~CUserDataHandle() { REQUIRE(UserDataRelease(handle) == 0); }
-    CUserDataHandle(const CUserDataHandle&) = delete;
-    CUserDataHandle& operator=(const CUserDataHandle&) = delete;
+    CDigest& Add(Bytes bytes);
 
-    void* handle = nullptr;
+    template <typename Value>
+    CDigest& AddValue(const Value& value)
+    {
+        return Add({reinterpret_cast<const unsigned char*>(&value), sizeof value});
+    }
+
+    bool operator==(const CDigest&) const = default;
+
+private:
+    uint64_t sum = 0;
 };
 
 // The units of a stream by the rule itself, byte by byte.
-std::vector<Bytes> SplitPlainly(const Bytes& stream);
-Bytes Join(const std::vector<Bytes>& units);
+void SplitPlainly(Bytes stream, std::vector<Bytes>& units);
 
-// The units that mean the same whatever buffer they come in: 5 bytes or more, forbidden_zero_bit 0. Empty
-// where the stream of them would be cut elsewhere.
-std::vector<Bytes> CutIndependentUnits(const Bytes& stream);
+size_t HeaderOffset(Bytes unit);
+uint32_t UnitType(Bytes unit, VideoCodecType codec);
 
-size_t HeaderOffset(const Bytes& unit);
-uint32_t UnitType(const Bytes& unit, VideoCodecType codec);
+// The units of a stream that mean the same whatever buffer they come in: 5 bytes or more, forbidden_zero_bit
+// 0. None if the stream of them would be cut elsewhere.
+class CCutIndependentUnits
+{
+public:
+    explicit CCutIndependentUnits(Bytes stream);
+
+    Bytes Joined() const { return joined; }
+    const std::vector<Bytes>& Units() const { return units; }
+
+private:
+    std::vector<unsigned char> joined;
+    std::vector<Bytes> units;
+};

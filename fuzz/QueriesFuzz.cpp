@@ -1,32 +1,13 @@
 // Queries and the exchange of parameter sets, in any order with everything else on the same handle: each
-// answers by its rules, and the same on another handle of the same past.
+// answers by its rules, and the same on another handle of the same past whose queue has another size.
 
 #include "FuzzInput.h"
 
+#include <algorithm>
 #include <cstring>
 #include <deque>
 
 namespace {
-
-// All that a call said, to compare.
-class CAnswer
-{
-public:
-    template <typename Value>
-    void Add(const Value& value)
-    {
-        Add(reinterpret_cast<const unsigned char*>(&value), sizeof value);
-    }
-    void Add(const unsigned char* data, size_t size)
-    {
-        if (size != 0)
-            bytes.insert(bytes.end(), data, data + size);
-    }
-    bool operator==(const CAnswer& other) const { return bytes == other.bytes; }
-
-private:
-    Bytes bytes;
-};
 
 template <typename Record>
 Record Marked()
@@ -43,154 +24,146 @@ bool IsUntouched(const Record& record)
     return std::memcmp(&record, &marked, sizeof record) == 0;
 }
 
-struct Handle
+// A handle, the bytes of a call, and a digest of all that the call returned.
+struct Call
 {
     void* handle;
     VideoCodecType codec;
+    unsigned char* data;
+    uint32_t size;
+    CDigest& answer;
 };
 
-Bytes LastOfType(const std::vector<Bytes>& units, uint32_t type)
+void GetSets(const Call& call)
 {
-    Bytes last;
-    for (const Bytes& unit : units) {
-        if (HeaderOffset(unit) < unit.size() && UnitType(unit, VideoCodecAVC) == type)
-            last = unit;
-    }
-    return last;
-}
-
-bool Equals(const Bytes& wanted, const unsigned char* bytes, uint32_t size)
-{
-    return wanted.empty() ? bytes == nullptr && size == 0
-                          : bytes != nullptr && wanted == Bytes(bytes, bytes + size);
-}
-
-void GetSets(Handle h, const CHeapCopy& piece, CAnswer& answer)
-{
+    static std::vector<Bytes> units;
     auto sets = Marked<ParameterSetData>();
-    const int64_t result = GetParameterSetData(h.handle, piece.Data(), piece.Size(), &sets);
-    answer.Add(result);
-    if (piece.Size() == 0 || h.codec == VideoCodecHEVC) {
-        REQUIRE(result == (piece.Size() == 0 ? -1 : 0) && IsUntouched(sets));
+    const int64_t result = GetParameterSetData(call.handle, call.data, call.size, &sets);
+    call.answer.AddValue(result);
+    if (call.size == 0 || call.codec == VideoCodecHEVC) {
+        REQUIRE(result == (call.size == 0 ? -1 : 0) && IsUntouched(sets));
         return;
     }
-    const std::vector<Bytes> units = SplitPlainly(Bytes(piece.Data(), piece.Data() + piece.Size()));
-    REQUIRE(result == (units.empty() && piece.Size() >= 5 ? -1 : 0));
+    SplitPlainly({call.data, call.size}, units);
+    Bytes last[2];  // the last SPS, the last PPS
+    for (const Bytes unit : units) {
+        const uint32_t type = HeaderOffset(unit) < unit.size() ? UnitType(unit, VideoCodecAVC) : 0;
+        if (type == 7 || type == 8)
+            last[type - 7] = unit;
+    }
+    REQUIRE(result == (units.empty() && call.size >= 5 ? -1 : 0));
     REQUIRE(sets.vps == nullptr && sets.vpsSize == 0);
-    REQUIRE(Equals(LastOfType(units, 7), sets.sps, sets.spsSize));
-    REQUIRE(Equals(LastOfType(units, 8), sets.pps, sets.ppsSize));
+    REQUIRE(Equal({sets.sps, sets.spsSize}, last[0]) && (sets.sps == nullptr) == last[0].empty());
+    REQUIRE(Equal({sets.pps, sets.ppsSize}, last[1]) && (sets.pps == nullptr) == last[1].empty());
 }
 
-void SetSets(Handle h, const CHeapCopy& piece, CAnswer& answer)
+void SetSets(const Call& call)
 {
-    const uint32_t half = piece.Size() / 2;
-    const CHeapCopy sps(piece.Data(), half);
-    const CHeapCopy pps(piece.Data() + half, piece.Size() - half);
-    const int64_t result = SetParameterSetData(h.handle, sps.Data(), sps.Size(), pps.Data(), pps.Size());
-    REQUIRE(half == 0 ? result == -1 : h.codec == VideoCodecAVC || result == 0);
-    answer.Add(result);
+    static CRoom spsRoom;
+    const uint32_t half = call.size / 2;
+    unsigned char* const sps = spsRoom.Put({call.data, half});
+    const int64_t result = SetParameterSetData(call.handle, sps, half, call.data + half, call.size - half);
+    REQUIRE(half == 0 ? result == -1 : call.codec == VideoCodecAVC || result == 0);
+    call.answer.AddValue(result);
 }
 
-// Without state: what a used handle says, a fresh one says too.
-void Query(Handle h, const CHeapCopy& piece, CAnswer& answer)
+// Without state: what a used handle answers, one that answers nothing else answers too.
+void Query(const Call& call)
 {
-    const CParseHandle fresh(h.codec, 1, 1);
+    static const CParseHandle others[] = {{VideoCodecAVC, 2, 1}, {VideoCodecHEVC, 2, 1}};
     VideoPicType type = VideoPicB;
-    VideoPicType freshType = VideoPicSI;
-    const int64_t result = QueryType(h.handle, piece.Data(), piece.Size(), type);
-    REQUIRE(QueryType(fresh.handle, piece.Data(), piece.Size(), freshType) == result && type == freshType);
-    REQUIRE(result == 0 ? h.codec == VideoCodecAVC : type == VideoPicUnknown);
-    answer.Add(type);
+    VideoPicType otherType = VideoPicSI;
+    const int64_t result = QueryType(call.handle, call.data, call.size, type);
+    REQUIRE(QueryType(others[call.codec], call.data, call.size, otherType) == result && type == otherType);
+    REQUIRE(result == 0 ? call.codec == VideoCodecAVC : type == VideoPicUnknown);
+    call.answer.AddValue(type);
 }
 
-void TestSample(Handle h, const CHeapCopy& piece, CAnswer& answer)
+void TestSample(const Call& call)
 {
     auto test = Marked<VideoInfoEx>();
-    const int64_t result = VideoSampleTest(h.handle, piece.Data(), piece.Size(), &test);
-    if (h.codec == VideoCodecHEVC)
+    const int64_t result = VideoSampleTest(call.handle, call.data, call.size, &test);
+    if (call.codec == VideoCodecHEVC)
         REQUIRE(result == 0 && IsUntouched(test));
     else
         REQUIRE(test.sampleError <= 1 && test.isFrame <= 1 && test.isIntra <= 1 &&
                 (result == 0 || (test.isFrame == 0 && test.isIntra == 0)));
-    answer.Add(result);
-    answer.Add(test);
+    call.answer.AddValue(result).AddValue(test);
 }
 
 // An empty piece flushes.
-void Analyse(Handle h, const CHeapCopy& piece, CAnswer& answer)
+void Analyse(const Call& call)
 {
     auto info = Marked<VideoInfo>();
-    answer.Add(ParseVideoParams(h.handle, piece.Data(), piece.Size(), &info));
-    answer.Add(info.accessUnitData, info.accessUnitSize);
+    call.answer.AddValue(ParseVideoParams(call.handle, call.data, call.size, &info));
+    call.answer.Add({info.accessUnitData, info.accessUnitSize});
     info.accessUnitData = nullptr;
-    answer.Add(info);
+    call.answer.AddValue(info);
 }
 
-void Split(Handle h, const CHeapCopy& piece, CAnswer& answer)
+void Split(const Call& call)
 {
     auto count = Marked<unsigned int>();
     auto units = Marked<unsigned char**>();
     auto sizes = Marked<unsigned int*>();
-    answer.Add(GetNalFromFrame(h.handle, piece.Data(), piece.Size(), &count, &units, &sizes));
-    answer.Add(count);
-    if (h.codec == VideoCodecHEVC) {
+    call.answer.AddValue(GetNalFromFrame(call.handle, call.data, call.size, &count, &units, &sizes));
+    if (call.codec == VideoCodecHEVC) {
         REQUIRE(IsUntouched(count) && IsUntouched(units) && IsUntouched(sizes));
         return;
     }
+    call.answer.AddValue(count);
     for (unsigned int i = 0; i < count; ++i)
-        answer.Add(units[i], sizes[i]);
+        call.answer.Add({units[i], sizes[i]});
 }
 
-void BeginIteration(Handle h, const CHeapCopy& piece, CAnswer& answer)
+void BeginIteration(const Call& call)
 {
-    answer.Add(SetVideoData(h.handle, piece.Data(), piece.Size()));
+    call.answer.AddValue(SetVideoData(call.handle, call.data, call.size));
 }
 
-void TakeUnit(Handle h, const CHeapCopy& /*piece*/, CAnswer& answer)
+void TakeUnit(const Call& call)
 {
     auto unit = Marked<unsigned char*>();
     auto unitSize = Marked<unsigned int>();
     bool isSlice = true;
     auto headerLength = Marked<unsigned int>();
-    answer.Add(GetNalUnit(h.handle, &unit, &unitSize, &isSlice, &headerLength));
-    answer.Add(unitSize);
-    answer.Add(isSlice);
-    answer.Add(headerLength);
-    if (h.codec == VideoCodecHEVC)
+    call.answer.AddValue(GetNalUnit(call.handle, &unit, &unitSize, &isSlice, &headerLength));
+    if (call.codec == VideoCodecHEVC)
         REQUIRE(IsUntouched(unit) && IsUntouched(unitSize) && isSlice && IsUntouched(headerLength));
     else
-        answer.Add(unit, unitSize);
+        call.answer.Add({unit, unitSize}).AddValue(isSlice).AddValue(headerLength);
 }
 
-constexpr void (*operations[])(Handle, const CHeapCopy&, CAnswer&) = {
+constexpr void (*operations[])(const Call&) = {
     TestSample, Query, GetSets, SetSets, Analyse, BeginIteration, TakeUnit, TakeUnit, Split,
 };
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t length)
 {
-    CFuzzInput input(data, size);
+    CFuzzInput input(bytes, length);
     const VideoCodecType codec = input.ChooseCodec();
-    const uint32_t queueCount = 2 + input.Choose(5);
-    const uint32_t queueSize = 1 + input.Choose(200);
-    const CParseHandle one(codec, queueCount, queueSize);
-    const CParseHandle two(codec, queueCount, queueSize);
-
-    const Bytes& stream = input.Stream();
-    std::deque<CHeapCopy> pieces;  // an iteration needs its own to stay
+    const CParseHandle one(codec, 2 + input.Choose(5), 1 + input.Choose(200));
+    const CParseHandle other(codec, 3, 40);
+    const Bytes stream = input.Stream();
+    std::deque<CRoom> rooms;  // an iteration needs its bytes to stay
     size_t begin = 0;
-    for (int step = 0; step < 30 && begin <= stream.size(); ++step) {
+    for (int step = 0; begin <= stream.size() && (step == 0 || input.HasChoices()); ++step) {
         const auto operation = operations[input.Choose(std::size(operations))];
         const size_t wanted = input.Choose(16) * 8;
-        const size_t end = wanted == 0 ? stream.size() : std::min(stream.size(), begin + wanted);
-        pieces.emplace_back(stream.data() + begin, end - begin);
-        CAnswer answer;
-        CAnswer otherAnswer;
-        operation({one.handle, codec}, pieces.back(), answer);
-        operation({two.handle, codec}, pieces.back(), otherAnswer);
+        const Bytes piece = stream.subspan(begin, wanted == 0 ? std::dynamic_extent
+                                                              : std::min(wanted, stream.size() - begin));
+        unsigned char* const data = rooms.emplace_back().Put(piece);
+        const auto size = static_cast<uint32_t>(piece.size());
+        CDigest answer;
+        CDigest otherAnswer;
+        operation({one, codec, data, size, answer});
+        operation({other, codec, data, size, otherAnswer});
         REQUIRE(answer == otherAnswer);
-        begin = end == stream.size() ? input.Choose(256) : end;
+        begin += piece.size();
+        if (begin == stream.size())
+            begin = input.Choose(256);
     }
     return 0;
 }

@@ -54,11 +54,11 @@ def main():
     folder.mkdir(parents=True, exist_ok=True)
     for name, stream in CORNERS.items():
         for codec in (0, 1):
-            (folder / f"{name}-{codec}").write_bytes(stream + bytes([codec, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11]))
+            (folder / f"{name}-{codec}").write_bytes(bytes([11, codec, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10]) + stream)
     for path in sorted(STREAMS.glob("*.h26[45]")):
         codec = 0 if path.suffix == ".h264" else 1
-        choices = bytes([codec]) + bytes(range(1, 24)) + b"\x18"
-        (folder / path.name).write_bytes(path.read_bytes()[:HEAD] + choices)
+        choices = bytes([24, codec]) + bytes(range(1, 24))
+        (folder / path.name).write_bytes(choices + path.read_bytes()[:HEAD])
 
 
 if __name__ == "__main__":

@@ -24,13 +24,16 @@ if compgen -G "$projectDir/fuzz/*.dict" >/dev/null; then
     dictionary=("-dict=$buildRoot/fuzz.dict")
 fi
 
+# A run frees what it allocates, so few freed blocks have to be kept to detect their use.
+export ASAN_OPTIONS=quarantine_size_mb=8:malloc_context_size=4${ASAN_OPTIONS:+:$ASAN_OPTIONS}
+
 for name in "${names[@]}"; do
     corpus=$buildRoot/fuzz-corpus/$name
     mkdir -p "$corpus"
     seeds=("$projectDir/fuzz/corpus/Corners")
     [ -d "$projectDir/fuzz/corpus/$name" ] && seeds+=("$projectDir/fuzz/corpus/$name")
     if ! quietly "$buildRoot/fuzz-$name.log" "$buildRoot/fuzz/fuzz/fuzz_$name" "$corpus" "${seeds[@]}" \
-        -max_total_time=$(((seconds + ${#names[@]} - 1) / ${#names[@]})) -timeout=10 -print_final_stats=1 \
+        -max_total_time=$(((seconds + ${#names[@]} - 1) / ${#names[@]})) -max_len=4096 -timeout=10 -print_final_stats=1 \
         "${dictionary[@]}" "-artifact_prefix=$findings/$name-"; then
         echo "The input lies in $findings." >&2
         exit 1

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "FuzzInput.h"
+
+// Holds what is reported against what was fed, a unit a call: no unit is lost, repeated or moved. Only two
+// kinds of units are never reported: those that come while no access unit is open, and H.264 slices whose
+// parameter sets are unknown.
+class CUnitLedger
+{
+public:
+    explicit CUnitLedger(VideoCodecType streamCodec) : codec(streamCodec) {}
+
+    void Feed(Bytes unit);
+    void Report(Bytes accessUnit, bool isKeyFrame);
+    void Flush();
+
+private:
+    bool MayBeDropped(Bytes unit, bool isOpen) const;
+    size_t UnitsIn(Bytes begin, Bytes rest) const;
+    size_t UnitsInCompleted(Bytes accessUnit) const;
+
+    VideoCodecType codec;
+    std::vector<Bytes> fed;    // and not reported yet
+    bool wasReported = false;  // since the last flush
+    Bytes firstSps;
+    Bytes firstPps;
+};
