@@ -1,6 +1,6 @@
 """Makes the wheel of the module for pip: one file and its description.
 
-It needs nothing but Python, so that `pip install` downloads nothing. The functions are the hooks of PEP 517 and 660.
+It needs only Python, so `pip install` downloads nothing. The functions are the hooks of PEP 517 and 660.
 """
 
 import base64
@@ -41,7 +41,7 @@ def _write_wheel(folder, contents):
     wheel = f"{NAME}-py3-none-any.whl"
     with zipfile.ZipFile(pathlib.Path(folder, wheel), "w", zipfile.ZIP_DEFLATED) as archive:
         for name, text in files.items():
-            archive.writestr(zipfile.ZipInfo(name), text)  # without a time: the same wheel each time
+            archive.writestr(zipfile.ZipInfo(name), text)  # without a time, so that every build gives the same wheel
     return wheel
 
 

@@ -9,13 +9,13 @@
                 print(len(access_unit.data), access_unit.key_frame)
         last = parser.flush()
 
-Needs the shared library, which is looked for in $VIDEOPARAMS_LIBRARY (a file), beside this file, and where the system
-keeps libraries; and CPython, nothing else.
+The module needs CPython and the shared library. It looks for it in $VIDEOPARAMS_LIBRARY (a file), then in the
+folder of this file, then in the system's library folders.
 
-Bytes go in as any object with a contiguous buffer and are not copied. NAL units come back as memoryviews of that very
-object. What lies in a block of the library, which the next calls overwrite, comes back as bytes, copied once.
+Input can be any object with a contiguous buffer; it is not copied. NAL units are returned as memoryviews of that object.
+Results in a block of the library, which later calls overwrite, are copied once and returned as bytes.
 
-A Parser or UserDataEditor is used by one thread at a time.
+Use a Parser or a UserDataEditor from one thread at a time.
 """
 
 from __future__ import annotations
@@ -40,7 +40,7 @@ BytesLike = Union[bytes, bytearray, memoryview]
 
 
 class Error(Exception):
-    """The library refused: -1, for a reason that the call's documentation names."""
+    """A call of the library returned -1. Its documentation lists the reasons."""
 
 
 class Codec(enum.IntEnum):
@@ -51,7 +51,7 @@ class Codec(enum.IntEnum):
 
 
 class PictureType(enum.IntEnum):
-    """slice_type as coded, ITU-T H.264 Table 7-6; the ALL_ forms say that every slice of the picture is of the kind."""
+    """slice_type as coded (ITU-T H.264, Table 7-6). With ALL_, every slice of the picture has this type."""
 
     P = 0
     B = 1
@@ -67,15 +67,15 @@ class PictureType(enum.IntEnum):
 
 @dataclass(frozen=True)
 class SequenceInfo:
-    """What a sequence parameter set says. Values are as coded, without range checks."""
+    """The values of a sequence parameter set, as coded, without range checks."""
 
     width: int
-    """Luma samples after cropping; wraps modulo 2**32 where the stream crops more than there is."""
+    """Luma samples after cropping. Wraps modulo 2**32 if the stream crops more than its picture."""
     height: int
     frame_rate_numerator: int
-    """Frames a second = numerator / denominator; both 0 when the stream does not say."""
+    """Frames per second = numerator / denominator. Both are 0 if the stream codes no rate."""
     frame_rate_denominator: int
-    """H.264: 2 * num_units_in_tick. H.265: num_units_in_tick. May be 0: check before dividing."""
+    """H.264: 2 * num_units_in_tick. H.265: num_units_in_tick. Can be 0: check it before you divide."""
     video_signal_type_present_flag: int
     video_format: int
     video_full_range_flag: int
@@ -90,16 +90,16 @@ class AccessUnit:
     """One access unit."""
 
     data: bytes
-    """Its NAL units with their start codes."""
+    """The NAL units with their start codes. An H.264 key frame may have the held parameter sets inserted."""
     key_frame: bool
-    """Whether it holds an H.264 IDR slice or an H.265 IRAP slice."""
+    """Whether the access unit has an H.264 IDR slice or an H.265 IRAP slice."""
     sequence: Optional[SequenceInfo]
-    """None where it carries no sequence parameter set (H.264 key frames: and the parser holds none)."""
+    """None if the access unit has no sequence parameter set (an H.264 key frame: and the parser holds none)."""
 
 
 @dataclass(frozen=True)
 class SampleTest:
-    """What Parser.test_sample found."""
+    """The result of Parser.test_sample."""
 
     error: bool
     """The sample does not continue the sequence of reference pictures, or its parameter sets are unknown."""
@@ -109,7 +109,7 @@ class SampleTest:
 
 @dataclass(frozen=True)
 class ParameterSets:
-    """The last parameter sets of a piece of stream, start codes included."""
+    """The last parameter sets of a part of a stream, start codes included."""
 
     sps: Optional[bytes]
     pps: Optional[bytes]
@@ -123,18 +123,18 @@ class NalUnit:
     """A view of the caller's bytes, start code included."""
     is_slice: bool
     slice_header_length: int
-    """Bytes behind the unit header that hold the elements read: less than the whole slice header."""
+    """Bytes after the unit header up to the picture order count: less than the whole slice header."""
 
 
 def units(pieces: Iterable[BytesLike]) -> Iterator[bytes]:
-    """Cuts a stream that comes in pieces of any size into whole NAL units, start codes included.
+    """Takes a stream in pieces of any size and returns whole NAL units, start codes included.
 
-    A unit of 3 or 4 bytes (such as an end of sequence) comes at the end of the unit in front of it: Parser.parse passes
-    over a buffer so short.
+    A unit of 3 or 4 bytes (such as an end of sequence) is joined to the previous unit, because Parser.parse ignores a
+    buffer so short.
     """
-    held = bytearray()  # from the present unit on, once one has begun
+    held = bytearray()  # the current unit and what follows it, once a unit has begun
     begun = False
-    cut = 0  # where the present unit ends, unless the one behind it is too short; 0: not known
+    cut = 0  # the end of the current unit, unless the next unit is too short; 0: not known
     scanned = 0
     for piece in pieces:
         held += piece
@@ -142,7 +142,7 @@ def units(pieces: Iterable[BytesLike]) -> Iterator[bytes]:
         while True:
             at = held.find(b"\0\0\1", scanned)
             start = at - 1 if at > 0 and held[at - 1] == 0 else at
-            if at < 0 or len(held) - start < 5:  # a start code counts with five bytes from its first zero on
+            if at < 0 or len(held) - start < 5:  # a start code counts if five bytes are left
                 scanned = max(scanned, len(held) - 3 if at < 0 else at)
                 break
             scanned = at + 3
@@ -156,7 +156,7 @@ def units(pieces: Iterable[BytesLike]) -> Iterator[bytes]:
                     yield bytes(held[begin:cut])
                     begin = cut
                 cut = start
-        if cut and scanned > cut + 5:  # the next start code is not before the one in front of `scanned`
+        if cut and scanned > cut + 5:  # no start code follows within five bytes after the cut
             yield bytes(held[begin:cut])
             begin, cut = cut, 0
         if not begun:
@@ -206,7 +206,7 @@ class _ParameterSetData(ctypes.Structure):
 
 
 class _PyBuffer(ctypes.Structure):
-    """Py_buffer of the C interface; the way to the address of a read-only object's bytes."""
+    """Py_buffer of the C interface: gives the address of a read-only object's bytes."""
 
     _fields_ = [
         ("buf", ctypes.c_void_p), ("obj", ctypes.py_object), ("len", ctypes.c_ssize_t), ("itemsize", ctypes.c_ssize_t),
@@ -217,7 +217,7 @@ class _PyBuffer(ctypes.Structure):
 
 @contextmanager
 def _address(data: Optional[BytesLike]) -> Iterator[tuple[Optional[int], int]]:
-    """Address and size of an object's bytes, which stay in place meanwhile."""
+    """Address and size of an object's bytes, which do not move inside the with block."""
     if data is None:
         yield None, 0
         return
@@ -268,7 +268,7 @@ def _load() -> ctypes.CDLL:
             getattr(library, function).argtypes = arguments
             getattr(library, function).restype = ctypes.c_int64
         return library
-    raise ImportError(f"{name} not found; install it or name it in VIDEOPARAMS_LIBRARY") from failure
+    raise ImportError(f"{name} not found: install the library, or set VIDEOPARAMS_LIBRARY to its file") from failure
 
 
 _library = _load()
@@ -283,7 +283,7 @@ _Own = TypeVar("_Own", bound="_Handle")
 
 
 class _Handle:
-    """A handle of the library; released by close(), at the end of a with block, or with the object."""
+    """A handle of the library. Freed by close(), at the end of a with block, or with the object."""
 
     _release: str
 
@@ -317,10 +317,10 @@ class Parser(_Handle):
         _check(_library.ParseCreate(ctypes.byref(self._handle), codec, 0, 0), "ParseCreate")
 
     def parse(self, data: BytesLike) -> Optional[AccessUnit]:
-        """Takes in whole NAL units, best one a call; returns the access unit that they complete, one picture late.
+        """Takes whole NAL units, best one per call. Returns the access unit that they complete, one picture late.
 
-        Where a call completes several, the last one is returned. Raises Error for more than 4 bytes without a start
-        code and for a unit with forbidden_zero_bit 1.
+        If a call completes several, the last one is returned. Raises Error for 5 bytes or more without a start code,
+        and for a unit with forbidden_zero_bit 1.
         """
         return self._parse(data) if len(data) else None
 
@@ -341,8 +341,10 @@ class Parser(_Handle):
         return AccessUnit(data, bool(info.keyFrame), sequence)
 
     def test_sample(self, sample: BytesLike) -> Optional[SampleTest]:
-        """Tells whether an H.264 sample continues the sequence of reference pictures; give every sample in decoding
-        order, to a parser of its own beside parse. None for H.265."""
+        """Tests whether an H.264 sample continues the sequence of reference pictures. None for H.265.
+
+        Pass every sample in decoding order, to a parser that is not used for parse.
+        """
         test = _VideoInfoEx(2, 2, 2)
         with _address(sample) as (address, size):
             result = _library.VideoSampleTest(self._handle, address, size, ctypes.byref(test))
@@ -353,7 +355,7 @@ class Parser(_Handle):
         return SampleTest(bool(test.sampleError), bool(test.isFrame), bool(test.isIntra))
 
     def picture_type(self, sample: BytesLike) -> Optional[PictureType]:
-        """The slice_type of the first slice of an H.264 sample; None where there is none, and for H.265."""
+        """The slice_type of the first slice of an H.264 sample; None if there is no slice, and for H.265."""
         value = ctypes.c_int32(-1)
         with _address(sample) as (address, size):
             if _library.QueryType(self._handle, address, size, ctypes.byref(value)) != 0:
@@ -361,13 +363,13 @@ class Parser(_Handle):
         return PictureType(value.value) if 0 <= value.value <= 9 else None
 
     def set_parameter_sets(self, sps: BytesLike, pps: BytesLike) -> None:
-        """Gives an H.264 parser the parameter sets of a stream that carries none, with start codes or without."""
+        """Gives an H.264 parser the parameter sets of a stream without them. Start codes are optional."""
         with _address(sps) as (spsAddress, spsSize), _address(pps) as (ppsAddress, ppsSize):
             result = _library.SetParameterSetData(self._handle, spsAddress, spsSize, ppsAddress, ppsSize)
         _check(result, "SetParameterSetData")
 
     def parameter_sets(self, data: BytesLike) -> ParameterSets:
-        """The last SPS and the last PPS of a piece of H.264 stream; none of H.265."""
+        """The last SPS and the last PPS in a part of an H.264 stream; None for H.265."""
         sets = _ParameterSetData()
         with _address(data) as (address, size):
             _check(_library.GetParameterSetData(self._handle, address, size, ctypes.byref(sets)), "GetParameterSetData")
@@ -377,8 +379,11 @@ class Parser(_Handle):
         )
 
     def nal_units(self, data: BytesLike) -> list[NalUnit]:
-        """The NAL units of an H.264 buffer, slice headers measured; none of H.265. Units with forbidden_zero_bit 1 and
-        start codes alone are left out. Reads the parameter sets on the way, so use a parser of its own beside parse."""
+        """The NAL units of an H.264 buffer, with measured slice headers; an empty list for H.265.
+
+        Units with forbidden_zero_bit 1, and start codes that are immediately followed by another one, are left out.
+        The call reads parameter sets on the way, so use a parser that is not used for parse.
+        """
         tries = len(self.split(data))
         view = memoryview(data).cast("B")
         found = []
@@ -396,7 +401,7 @@ class Parser(_Handle):
         return found
 
     def split(self, data: BytesLike) -> list[memoryview]:
-        """The NAL units of an H.264 buffer as views of it; none of H.265."""
+        """The NAL units of an H.264 buffer as views of it; an empty list for H.265."""
         count, addresses, sizes = ctypes.c_uint(), ctypes.POINTER(ctypes.c_void_p)(), ctypes.POINTER(ctypes.c_uint)()
         view = memoryview(data).cast("B")
         with _address(data) as (address, size):
@@ -408,7 +413,7 @@ class Parser(_Handle):
 
 
 class UserDataEditor(_Handle):
-    """A user-data handle: bytes of one's own in user-data SEI messages."""
+    """A user-data handle: bytes of your own in user-data SEI messages."""
 
     _release = "UserDataRelease"
 
@@ -417,21 +422,23 @@ class UserDataEditor(_Handle):
         _check(_library.UserDataCreate(ctypes.byref(self._handle), codec), "UserDataCreate")
 
     def add(self, access_unit: BytesLike, user_data: BytesLike) -> bytes:
-        """A copy of the access unit that carries the bytes. Error where there is no place for them: neither a SEI unit
-        nor a slice, or a SEI unit without an end."""
+        """A copy of the access unit with the bytes in it.
+
+        Raises Error if there is no place for them (neither an SEI unit nor a slice), or for an SEI unit without an end.
+        """
         with _address(user_data) as (dataAddress, dataSize):
             result, copy = self._edit("AddUserData", access_unit, dataAddress, dataSize)
         _check(result, "AddUserData")
         return copy or b""
 
     def get(self, access_unit: BytesLike) -> Optional[bytes]:
-        """The bytes that an access unit carries; None where it carries none. Of several messages, the last."""
+        """The bytes that `add` put into an access unit; None if there are none. Of several messages, the last."""
         result, copy = self._edit("GetUserData", access_unit)
         _check(result, "GetUserData")
         return copy
 
     def remove(self, stream: BytesLike) -> bytes:
-        """A copy of the stream without user-data messages, other makers' too."""
+        """A copy of the stream without user-data messages, whoever wrote them."""
         result, copy = self._edit("RemoveUserData", stream)
         _check(result, "RemoveUserData")
         return copy or b""

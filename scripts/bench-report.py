@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Makes the tables of docs/performance.md, in Markdown, from the benchmark's JSON files, and the chart of the README.
+"""Makes the tables of docs/performance.md (Markdown) and the chart of the README from the benchmark's JSON files.
 
     bench-report.py FOLDER [--chart OUT.svg]
 
-Figures are medians of interleaved repetitions; ratios are within one run. A ratio that misses its target is in bold.
+Figures are medians of repetitions in random order. Ratios are within one run. A ratio that misses its target is bold.
 """
 
 import argparse
@@ -16,7 +16,7 @@ SIZES = ("small", "medium", "large")
 RESIDENCES = ("cache", "memory")
 STREAMS = [(size, residence) for size in SIZES for residence in RESIDENCES]
 
-# Operation, baseline, at most this many times the baseline in the cache and from memory.
+# Operation, baseline, and the limit: so many times the baseline, in the cache and from memory.
 OPERATIONS = (
     ("GetNalFromFrame", "memchr", (3.0, 1.25)),
     ("SetVideoData + GetNalUnit", "memchr", (3.5, 1.35)),
@@ -28,7 +28,7 @@ OPERATIONS = (
     ("QueryType", "memchr", None),
     ("VideoSampleTest", "memchr", None),
 )
-# Operation, what a host would take instead, at least this many times as long in the cache and from memory.
+# Operation, what a program would use instead, and the target: at least so many times as long, in the cache and from memory.
 PEERS = (
     ("ParseVideoParams", "libavcodec parser", (5, 3)),
     ("VideoSampleTest", "libavcodec parser, complete frames", None),
@@ -63,13 +63,13 @@ class Medians:
         return above["cpu_time"] / below["cpu_time"] if above and below else None
 
     def groups(self, first):
-        """The second parts of the names that begin with `first`, sorted, sizes by their value."""
+        """The second parts of the names that begin with `first`, sorted; sizes are sorted by value."""
         names = {name.split("/")[1] for name in self.entries if name.startswith(first + "/")}
         return sorted(names, key=lambda name: (int(name[:-3]) if name.endswith(" MB") else 0, name))
 
 
 def number(value, digits=3):
-    """Three figures, without a power of ten."""
+    """Three significant digits, without an exponent."""
     if value is None:
         return "–"
     if value == 0:
@@ -113,7 +113,7 @@ def operations_table(medians, codec):
             cells = []
             for size, residence in STREAMS:
                 value = medians.ratio((codec, size, residence), operation, against)
-                # Small access units are held to the time of a call, below.
+                # Small access units have a limit for the time per call instead, see calls_table.
                 limit = targets[RESIDENCES.index(residence)] if targets and size != "small" else math.inf
                 cells.append(mark(value, value is not None and against == baseline and value > limit))
             if any(cell != "–" for cell in cells):
@@ -124,7 +124,7 @@ def operations_table(medians, codec):
 
 def calls_table(medians):
     rows = [["operation", *(f"{title}, {residence}" for _, title in CODECS for residence in RESIDENCES),
-             "allocations a call"]]
+             "allocations per call"]]
     for operation, baseline, _ in OPERATIONS:
         cells = []
         allocations = []
@@ -172,7 +172,7 @@ def hostile_table(medians):
 
 def scale_table(medians):
     operations = ("memcpy by unit", "ParseVideoParams", "ParseVideoParams, one call", "GetNalFromFrame, one call")
-    rows = [["stream", *(f"{operation}, ns a KB" for operation in operations), "`ParseVideoParams` / memcpy by unit",
+    rows = [["stream", *(f"{operation}, ns per KB" for operation in operations), "`ParseVideoParams` / memcpy by unit",
              "memory of the handle"]]
     for stream in medians.groups("scale"):
         cells = []
@@ -185,8 +185,8 @@ def scale_table(medians):
     table(*rows)
     one, two = (medians.get("threads", "in cache", "real_time", f"threads:{count}") for count in (1, 2))
     if one and two:
-        print("Two handles on two threads, in the cache: "
-              f"{two['bytes_per_second'] / one['bytes_per_second']:.2f} times the speed of one.\n")
+        print("In the cache, two handles on two threads process "
+              f"{two['bytes_per_second'] / one['bytes_per_second']:.2f} times as much as one handle on one thread.\n")
 
 
 # The rows of the chart: name, kind.
@@ -202,7 +202,7 @@ CHART = (
 
 
 def chart(medians, path):
-    """Dots on a logarithmic scale: how long the same access units take, in the cache and from memory."""
+    """Dots on a logarithmic scale: the time for the same access units, in the cache and from memory."""
     width, left, right, step, gap, top = 800, 300, 30, 22, 14, 84
     count = sum(len(rows) for _, rows in CHART)
     height = top + count * step + len(CHART) * gap + 34
@@ -262,12 +262,12 @@ def main():
     for codec, title in CODECS:
         print(f"### {title}: time relative to the baseline\n")
         operations_table(medians, codec)
-    print("### Small access units: µs a call beyond the baseline\n")
+    print("### Small access units: µs per call in addition to the baseline\n")
     calls_table(medians)
     for codec, title in CODECS:
-        print(f"### {title}: how many times as long others take\n")
+        print(f"### {title}: time of other libraries relative to this one\n")
         peers_table(medians, codec)
-    print("### Hostile streams: ns a byte\n")
+    print("### Hostile streams: ns per byte\n")
     hostile_table(medians)
     print("### Scale\n")
     scale_table(medians)

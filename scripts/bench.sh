@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Builds and runs the benchmark, and prints its tables in Markdown. Takes about a quarter of an hour and 3 GB of memory.
+# Builds and runs the benchmark, and prints its tables in Markdown. Takes about 15 minutes and 3 GB of memory.
 #
 #   scripts/bench.sh [--sse2] [--chart OUT.svg]
 #
-#   --sse2             with the SSE2 kernel in place of the best one
+#   --sse2             uses the SSE2 kernel instead of the best one
 #   --chart OUT.svg    writes the chart of the README
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -32,7 +32,7 @@ done
 "$projectDir/scripts/setup.sh" build bench
 build bench "$folder" "-DCMAKE_CXX_FLAGS=$flags"
 
-# Stream by stream: a run keeps all the streams that it has used.
+# One stream per run, because a run keeps all streams that it has used in memory.
 results=$buildRoot/$folder-results
 rm -rf "$results"
 mkdir -p "$results"

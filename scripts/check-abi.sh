@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
-# Holds the shared library's binary interface against the recorded one: symbols, signatures, layout of the records.
+# Compares the shared library's binary interface with the recorded one: symbols, signatures, layout of the records.
 #
-#   scripts/check-abi.sh             fails at any difference
-#   scripts/check-abi.sh --record    records the present interface in abi/
+#   scripts/check-abi.sh             fails on any difference
+#   scripts/check-abi.sh --record    records the current interface in abi/
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 if [ "$(uname -m)" != x86_64 ]; then
-    echo "skipped: the interface is recorded for x86-64"
+    echo "check-abi.sh: skipped, because the interface is recorded for x86-64 only"
     exit
 fi
 "$projectDir/scripts/setup.sh" build abi
@@ -27,6 +27,6 @@ if [ "${1:-}" = --record ]; then
     exit
 fi
 if ! quietly "$buildRoot/abidiff.log" abidiff "$recorded" "$present"; then
-    echo "The binary interface differs from abi/libVideoParams.abi. An addition goes into the record with --record." >&2
+    echo "The binary interface differs from abi/libVideoParams.abi. To record an addition, run scripts/check-abi.sh --record." >&2
     exit 1
 fi

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Shows what .clang-format would change; with --fix, changes it.
+# Shows what clang-format would change, and fails if there is anything. With --fix: changes it.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs clang-tidy over the library and the tool.
+# Runs clang-tidy on the library and the command.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 

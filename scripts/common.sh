@@ -1,14 +1,14 @@
-# For the project's scripts, to be sourced: where things are, and building without a word unless something fails.
+# Other scripts source this file. It sets the folders, and has functions that build and print only if something fails.
 
 projectDir=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
-# Builds lie outside the tree, one folder for each checkout, so a read-only checkout can be built.
+# Builds are outside the source tree, in one folder per checkout, so a read-only checkout can be built.
 chooseBuildRoot() {
     local cache=${XDG_CACHE_HOME:-${HOME:-/nonexistent}/.cache}
     if ! mkdir -p "$cache" 2>/dev/null || [ ! -w "$cache" ]; then
         cache=${TMPDIR:-/tmp}/cache-$(id -u)
         mkdir -p -m 700 "$cache"
-        [ -O "$cache" ] || { echo "$cache belongs to somebody else" >&2; return 1; }
+        [ -O "$cache" ] || { echo "$cache belongs to another user: set XDG_CACHE_HOME to a folder of your own" >&2; return 1; }
     fi
     echo "$cache/videoparams/$(basename "$projectDir")-$(printf %s "$projectDir" | cksum | cut -d ' ' -f 1)"
 }
@@ -19,7 +19,7 @@ cores=$(nproc 2>/dev/null || echo 2)
 export CMAKE_BUILD_PARALLEL_LEVEL=${CMAKE_BUILD_PARALLEL_LEVEL:-$cores}
 export CTEST_PARALLEL_LEVEL=${CTEST_PARALLEL_LEVEL:-$cores}
 
-# quietly LOG COMMAND...: runs it; its output is shown only when it fails.
+# quietly LOG COMMAND...: runs the command, and shows its output only if it fails.
 quietly() {
     local log=$1
     shift
@@ -29,13 +29,13 @@ quietly() {
     return 1
 }
 
-# build PRESET FOLDER [CMAKE_ARGUMENT...]: configures and builds in $buildRoot/FOLDER, one at a time.
+# build PRESET FOLDER [CMAKE_ARGUMENT...]: configures and builds in $buildRoot/FOLDER. Waits for another build there.
 build() (
     local preset=$1 folder=$buildRoot/$2
     shift 2
     exec 9>"$folder.lock"
     flock 9
-    # The folder may be left over from another compiler or generator; then it is made afresh.
+    # If the folder is from another compiler or generator, it is configured again from the start.
     cmake --preset "$preset" -S "$projectDir" -B "$folder" "$@" </dev/null >"$folder.log" 2>&1 ||
         quietly "$folder.log" cmake --fresh --preset "$preset" -S "$projectDir" -B "$folder" "$@"
     quietly "$folder.log" cmake --build "$folder" -- --quiet

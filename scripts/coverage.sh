@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Line and branch coverage of the library by its tests: a line a file, then every line and branch that no test
-# reaches. What is left of them is explained in docs/architecture.md.
+# Prints the line and branch coverage of the library by its tests, one file per line, and then every line and branch that
+# no test reaches. docs/architecture.md explains the ones that are left.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 

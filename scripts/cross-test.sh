@@ -1,9 +1,9 @@
-# For the scripts of platforms, to be sourced: the tests, built by a cross compiler and run there. The tool is left out:
+# The platform scripts source this file. It builds the tests with a cross compiler and runs them. The command is not built:
 # its libraries are installed for this machine only.
 
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-# buildGoogleTest NAME CMAKE_ARGUMENT...: from Debian's sources into $buildRoot/NAME-googletest.
+# buildGoogleTest NAME CMAKE_ARGUMENT...: builds Debian's sources of GoogleTest into $buildRoot/NAME-googletest.
 buildGoogleTest() {
     local folder=$buildRoot/$1-googletest
     shift
@@ -14,7 +14,7 @@ buildGoogleTest() {
     touch "$folder/complete"
 }
 
-# crossTest NAME CMAKE_ARGUMENT...: fails with the tests' output, says one line when all is well.
+# crossTest NAME CMAKE_ARGUMENT...: prints one line if all tests pass; otherwise fails with their output.
 crossTest() {
     local name=$1
     shift
@@ -22,7 +22,7 @@ crossTest() {
     build release "$name" "$@" "-DGTest_DIR=$buildRoot/$name-googletest/lib/cmake/GTest" \
         -DVIDEOPARAMS_BUILD_TESTS=ON -DVIDEOPARAMS_BUILD_EXAMPLES=ON -DVIDEOPARAMS_BUILD_TOOL=OFF
     quietly "$buildRoot/$name.tests.log" ctest --test-dir "$buildRoot/$name" --no-tests=error --verbose
-    # The tests of an executable are run in shares, which ctest takes for one test each.
+    # The tests of one executable run in several parts, and ctest counts each part as one test.
     awk -v name="$name" '
         /\[  PASSED  \]/ { cases += $(NF - 1); ++shares }
         /tests passed/ { others = $NF - shares }

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Makes the reference of the interface from the header, and fails at any warning.
+# Makes the HTML reference of the interface from the header, and fails on any warning.
 #
-#   scripts/docs.sh [FOLDER]    FOLDER gets the pages (a folder outside of the tree)
+#   scripts/docs.sh [FOLDER]    FOLDER receives the pages (default: a folder outside the source tree)
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Fuzzes: each target in turn, from the committed corpus and what earlier runs found.
+# Runs each fuzz target, starting with the corpus in fuzz/corpus and the results of earlier runs.
 #
 #   scripts/fuzz.sh [SECONDS] [NAME...]    SECONDS for all targets together (60); NAME as in fuzz/<NAME>Fuzz.cpp
 set -euo pipefail
@@ -35,7 +35,7 @@ for name in "${names[@]}"; do
     if ! quietly "$buildRoot/fuzz-$name.log" "$buildRoot/fuzz/fuzz/fuzz_$name" "$corpus" "${seeds[@]}" \
         -max_total_time=$(((seconds + ${#names[@]} - 1) / ${#names[@]})) -max_len=4096 -timeout=10 -print_final_stats=1 \
         "${dictionary[@]}" "-artifact_prefix=$findings/$name-"; then
-        echo "The input lies in $findings." >&2
+        echo "The input that failed is in $findings." >&2
         exit 1
     fi
     runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$buildRoot/fuzz-$name.log")

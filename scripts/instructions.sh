@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Counts the instructions of each operation in fixed runs of the tool, in Markdown, so that a change can be compared exactly.
+# Counts the instructions of each operation in fixed runs of the command, and prints them in Markdown. The counts are
+# exact, so two versions can be compared.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -9,7 +10,7 @@ tool=$buildRoot/release/tools/videoparams
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-# count OPERATION ARGUMENT...: instructions within an exported function while the tool runs
+# count OPERATION ARGUMENT...: instructions inside an exported function while the command runs
 count() {
     local operation=$1
     shift

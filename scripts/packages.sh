@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# Makes the Debian packages, tries them (lintian, and a host and the tool from a scratch root) and says where they lie.
+# Makes the Debian packages, tests them (lintian; a program and the command from a temporary root) and prints their paths.
 #
 #   scripts/packages.sh [FOLDER]               FOLDER gets the packages
-#   scripts/packages.sh --install [FOLDER]     tries them installed on this machine, too, and removes them again (root)
+#   scripts/packages.sh --install [FOLDER]     also installs them here, tests them and removes them again (as root)
 #
-# VIDEOPARAMS_PACKAGER="Name <address>" names their maintainer.
+# VIDEOPARAMS_PACKAGER="Name <address>" sets their maintainer.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -15,7 +15,7 @@ if [ "${1:-}" = --install ]; then
 fi
 "$projectDir/scripts/setup.sh" build tool packages
 
-# With the prefix /usr, libraries go to the folder of their architecture; there the tool needs no search path.
+# With the prefix /usr, libraries go to the folder of their architecture. There the command needs no search path.
 folder=$buildRoot/packages
 build release packages -DCMAKE_INSTALL_PREFIX=/usr -DCMAKE_SKIP_INSTALL_RPATH=ON -DVIDEOPARAMS_BUILD_TESTS=OFF \
     -DVIDEOPARAMS_BUILD_EXAMPLES=OFF ${VIDEOPARAMS_PACKAGER:+"-DVIDEOPARAMS_PACKAGER=$VIDEOPARAMS_PACKAGER"}
@@ -23,11 +23,11 @@ rm -rf "$folder/out"
 (umask 022 && cd "$folder" && quietly "$folder.log" cpack -G DEB -B "$folder/out")
 packages=("$folder"/out/*.deb)
 
-# Not for the archive: no request for a package (ITP) is closed by a changelog written here.
+# The packages are not for the Debian archive, so their changelog closes no request for a package (ITP).
 quietly "$buildRoot/lintian.log" lintian --fail-on error --allow-root --suppress-tags initial-upload-closes-no-bugs \
     "${packages[@]}"
 
-# tryPackages ROOT: builds a host with what lies in ROOT, runs it and the tool.
+# tryPackages ROOT: builds a program with the files in ROOT, and runs it and the command.
 tryPackages() {
     local root=$1 library
     library=$root/usr/lib/$(g++ -print-multiarch)

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs the tests on 64-bit Arm, emulated.
+# Runs the tests on emulated 64-bit Arm.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/cross-test.sh"
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs the tests on 32-bit x86: by this machine's processor where the kernel runs such programs, else emulated.
+# Runs the tests on 32-bit x86: on this processor if the kernel runs such programs, otherwise emulated.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/cross-test.sh"
 
@@ -8,8 +8,8 @@ root=/usr/i686-linux-gnu
 emulator=("$root/lib/ld-linux.so.2" --library-path "$root/lib")
 if ! "${emulator[@]}" --version >/dev/null 2>&1; then
     emulator=(qemu-i386 -cpu max -L "$root")
-    # There even threads that share nothing never end.
-    echo "i686-linux-gnu: the thread test is left out, which qemu-i386 cannot run"
+    # In qemu-i386, threads never end, even if they share nothing.
+    echo "i686-linux-gnu: the thread test is left out, because qemu-i386 cannot run it"
     export GTEST_FILTER=-Thread.*
 fi
 crossTestLinux i686-linux-gnu i686 "${emulator[@]}"
