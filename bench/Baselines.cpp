@@ -1,4 +1,4 @@
-// What the operations are measured against: the cost of the memory alone.
+// The baselines of the operations: the cost of the memory traffic alone.
 
 #include "Measure.h"
 
@@ -20,7 +20,7 @@ void Memcpy(benchmark::State& state, const StreamKey& key, const Stream& stream)
     });
 }
 
-// Into one block, as an edit does.
+// Copies to one block, as insertion and removal do.
 void MemcpyByUnit(benchmark::State& state, const StreamKey& key, const Stream& stream)
 {
     (void)key;

@@ -135,8 +135,8 @@ void MeasureUnits(benchmark::State& state, const Stream& stream, bool parseHeade
     Codec::Free(parser);
 }
 
-// What is inserted stands beside references to the stream's own bytes, until somebody wants the access unit
-// in one piece.
+// An edited buffer has the inserted bytes and references to the bytes of the stream. Mapping it copies both
+// into one piece.
 bool ReadInOnePiece(GstBuffer* buffer)
 {
     GstMapInfo map;

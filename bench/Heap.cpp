@@ -1,4 +1,5 @@
-// Takes the place of the C heap and counts. The C library has its own functions under a second name.
+// Replaces the functions of the C heap, and counts their calls. The C library has its own functions under a
+// second name.
 
 #include "Heap.h"
 

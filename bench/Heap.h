@@ -4,7 +4,7 @@
 
 namespace bench {
 
-// Of this thread, the shared libraries' included.
+// The count of this thread, with the allocations of shared libraries.
 uint64_t AllocationCount();
 int64_t HeapBytesInUse();
 

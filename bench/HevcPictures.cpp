@@ -54,7 +54,7 @@ public:
         rbsp.TrailingBits();  // byte_alignment()
         rbsp.Append(payload);
         rbsp.TrailingBits();
-        // IDR_W_RADL, then TRAIL_R and TRAIL_N in turn: the header of the latter begins with a zero byte.
+        // IDR_W_RADL, then TRAIL_R and TRAIL_N by turns. The header of TRAIL_N begins with a zero byte.
         AppendUnit(stream, Header(isIdr ? 19 : index % 2), rbsp.Rbsp());
     }
 

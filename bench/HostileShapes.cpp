@@ -1,4 +1,4 @@
-// What the worst streams cost, a byte. Each is one call's buffer.
+// The cost per byte of the worst streams. Each stream is the buffer of one call.
 
 #include "Handles.h"
 #include "Measure.h"
@@ -12,10 +12,10 @@ namespace {
 
 constexpr size_t Million = 1000000;
 
-// Each of them has grown when all have been through it: six in the ring and the spare one.
+// After so many calls, each block of the queue has grown: six in the ring, and the spare one.
 constexpr int QueueBlocks = 7;
 
-// As many as make so many bytes.
+// Repeats the unit until the stream has so many bytes.
 Bytes Repeat(const Bytes& unit, size_t size)
 {
     Bytes bytes;
@@ -25,24 +25,24 @@ Bytes Repeat(const Bytes& unit, size_t size)
     return bytes;
 }
 
-Bytes Behind(const Bytes& front, const Bytes& repeated)
+Bytes Join(const Bytes& front, const Bytes& repeated)
 {
     Bytes bytes = front;
     bytes.insert(bytes.end(), repeated.begin(), repeated.end());
     return bytes;
 }
 
-// So that slices can be read.
-Bytes BehindParameterSets(const Bytes& slices)
+// Parameter sets for the slices.
+Bytes WithParameterSets(const Bytes& slices)
 {
     Bytes bytes;
     avcPictures.WriteParameterSets(bytes);
-    return Behind(bytes, slices);
+    return Join(bytes, slices);
 }
 
 constexpr uint32_t LargestCount = UINT32_MAX - 1;  // of ue(v)
 
-// Counts that promise billions of elements, one or a few bits each, and 64 bytes of them.
+// The count says that billions of elements of one or a few bits follow. 64 bytes follow.
 Bytes WithElements(RbspWriter& rbsp)
 {
     rbsp.Ue(LargestCount);
@@ -92,25 +92,25 @@ struct Shape
 const Shape shapes[] = {
     {"zeros", 5 * Million, [](size_t size) { return Bytes(size); }},
     {"FF", 5 * Million, [](size_t size) { return Bytes(size, 0xFF); }},
-    {"zeros in a SEI unit", 5 * Million,
+    {"zeros in an SEI unit", 5 * Million,
      [](size_t size) {
-         return Behind({0, 0, 1, 6}, Bytes(size));
+         return Join({0, 0, 1, 6}, Bytes(size));
      }},
     {"zeros in a slice", 5 * Million,
      [](size_t size) {
-         return Behind({0, 0, 1, 0x65}, Bytes(size));
+         return Join({0, 0, 1, 0x65}, Bytes(size));
      }},
-    {"00 00 03 in a SEI unit", 6 * Million,
+    {"00 00 03 in an SEI unit", 6 * Million,
      [](size_t size) {
-         return Behind({0, 0, 1, 6}, Repeat({0, 0, 3}, size));
+         return Join({0, 0, 1, 6}, Repeat({0, 0, 3}, size));
      }},
     {"00 00 03 in a slice", 6 * Million,
      [](size_t size) {
-         return Behind({0, 0, 1, 0x65}, Repeat({0, 0, 3}, size));
+         return Join({0, 0, 1, 0x65}, Repeat({0, 0, 3}, size));
      }},
-    {"FF in a SEI unit", 5 * Million,
+    {"FF in an SEI unit", 5 * Million,
      [](size_t size) {
-         return Behind({0, 0, 1, 6}, Bytes(size, 0xFF));
+         return Join({0, 0, 1, 6}, Bytes(size, 0xFF));
      }},
     {"delimiters of 5 bytes", 5 * Million,
      [](size_t size) {
@@ -130,17 +130,17 @@ const Shape shapes[] = {
      }},
     {"an access unit of slices of 5 bytes", 2 * Million,
      [](size_t size) {
-         return BehindParameterSets(Repeat({0, 0, 1, 0x65, 0x88}, size));
+         return WithParameterSets(Repeat({0, 0, 1, 0x65, 0x88}, size));
      }},
     {"SPS of 64 bytes with the largest count", 5 * Million, AvcSequenceParameterSets},
     {"H.265 VPS of 64 bytes with the largest count", 5 * Million, HevcVideoParameterSets, VideoCodecHEVC},
     {"a slice", 200 * Million,
      [](size_t size) {
-         return BehindParameterSets(Behind({0, 0, 1, 0x65, 0x88}, Bytes(size, 0x55)));
+         return WithParameterSets(Join({0, 0, 1, 0x65, 0x88}, Bytes(size, 0x55)));
      }},
-    {"a SEI unit", 200 * Million,
+    {"an SEI unit", 200 * Million,
      [](size_t size) {
-         return Behind({0, 0, 1, 6}, Bytes(size, 0x80));
+         return Join({0, 0, 1, 6}, Bytes(size, 0x80));
      }},
 };
 
@@ -154,7 +154,7 @@ void Split(void* handle, unsigned char* data, unsigned int size)
     GetNalFromFrame(handle, data, size, &count, &units, &sizes);
 }
 
-// A unit that is skipped answers like the end, and the call behind it goes on.
+// The result for a skipped unit is that of the end, and the next call continues after it.
 void Iterate(void* handle, unsigned char* data, unsigned int size)
 {
     SetVideoData(handle, data, size);
@@ -248,7 +248,7 @@ void RegisterShape(const Shape& shape, size_t size, const char* operation, Call 
 
 }  // namespace
 
-// Each in two sizes, so that a cost beyond the bytes shows.
+// Each shape in two sizes: if the cost grows faster than the bytes, the two figures differ.
 void RegisterHostileShapes()
 {
     for (const Shape& shape : shapes) {

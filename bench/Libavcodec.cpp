@@ -18,7 +18,7 @@ AVCodecID CodecId(const StreamKey& key)
     return key.codec == VideoCodecAVC ? AV_CODEC_ID_H264 : AV_CODEC_ID_HEVC;
 }
 
-// `wholeUnits`: the parser is told that a call brings one access unit, so it neither searches nor copies.
+// `wholeUnits`: a flag makes the parser expect one access unit per call, so it neither searches nor copies.
 void MeasureParser(benchmark::State& state, const StreamKey& key, const Stream& stream, bool wholeUnits)
 {
     AVCodecParserContext* const parser = av_parser_init(CodecId(key));
@@ -48,7 +48,7 @@ void MeasureParser(benchmark::State& state, const StreamKey& key, const Stream& 
 
 void KeepBytes(void* /*opaque*/, uint8_t* /*data*/) {}
 
-// Packets refer to the stream's bytes, so that the filter need not copy them first.
+// Packets refer to the bytes of the stream, so the filter does not need to copy them first.
 bool FilterUnit(AVBSFContext* filter, AVPacket* packet, const AccessUnit& unit)
 {
     packet->buf = av_buffer_create(unit.data, unit.size + AV_INPUT_BUFFER_PADDING_SIZE, KeepBytes, nullptr,
@@ -111,7 +111,7 @@ void RegisterLibavcodec(const StreamKey& key)
                         "2024-05-17T12.34.56.789Z camera 7"));
         Register(key, "libavcodec filter_units", filter("filter_units=remove_types=6"));
     } else {
-        // There is no insertion of user data for H.265; the delimiter takes the same road.
+        // This filter does not insert user data. Inserting a delimiter takes the same steps.
         Register(key, "libavcodec hevc_metadata", filter("hevc_metadata=aud=insert"));
         Register(key, "libavcodec filter_units", filter("filter_units=remove_types=39"));
     }

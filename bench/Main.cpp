@@ -1,5 +1,5 @@
-// Names are codec/access-unit size/residence/operation. A run over everything needs memory for all streams at
-// once; scripts/bench.sh runs stream by stream.
+// The name of a benchmark is codec/access-unit size/residence/operation. A run of all benchmarks keeps all
+// streams in memory; scripts/bench.sh runs one stream at a time.
 
 #include "Measure.h"
 

@@ -9,8 +9,8 @@
 
 namespace bench {
 
-// Measures `pass`, which goes once over a stream of `bytes` bytes in `calls` calls and says whether all went
-// well. The passes in front let blocks grow to their size.
+// Measures `pass`, which reads a stream of `bytes` bytes once, in `calls` calls, and returns whether all
+// calls succeeded. Before the measurement, a few passes let the blocks grow to their size.
 template <typename Pass>
 void Measure(benchmark::State& state, size_t bytes, size_t calls, Pass&& pass, int warmUpPasses = 3)
 {
@@ -30,7 +30,7 @@ void Measure(benchmark::State& state, size_t bytes, size_t calls, Pass&& pass, i
     state.counters["allocations"] = allocations / iterations / static_cast<double>(calls);
 }
 
-// Registers a function that takes the state and the stream, under the stream's name.
+// Registers a function of state and stream, under the name of the stream.
 template <typename Function>
 void Register(const StreamKey& key, const std::string& operation, Function function)
 {

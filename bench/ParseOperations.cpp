@@ -1,4 +1,4 @@
-// The operations of a parse handle, an access unit a call.
+// The operations of a parse handle, with one access unit per call.
 
 #include "Handles.h"
 #include "Measure.h"
@@ -17,7 +17,7 @@ void MeasureParseVideoParams(benchmark::State& state, const StreamKey& key, cons
             ParseVideoParams(handle, unit.data, unit.size, &info);
             reportedBytes += info.accessUnitSize;
         }
-        // The last report of this pass is made in the next one.
+        // The last access unit of this pass is reported in the next pass.
         return reportedBytes + stream.accessUnits.back().size >= stream.size;
     });
 }
@@ -95,7 +95,7 @@ void MeasureGetParameterSetData(benchmark::State& state, const StreamKey& key, c
     });
 }
 
-// A call reads two small units, whatever the stream.
+// Each call reads the same two small units. The stream makes no difference.
 void MeasureSetParameterSetData(benchmark::State& state, const StreamKey& key, const Stream& stream)
 {
     const CParseHandle source(key.codec);

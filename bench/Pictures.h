@@ -4,8 +4,8 @@
 
 namespace bench {
 
-// The headers of a synthetic stream: sound in every element, since the libraries that are measured beside
-// this one read more of them.
+// The headers of a synthetic stream. Every element is correct, because the other measured libraries read more
+// of them than this one.
 class CPictureWriter
 {
 public:
@@ -14,7 +14,7 @@ public:
     virtual void WriteDelimiter(Bytes& stream) const = 0;
     virtual void WriteParameterSets(Bytes& stream) const = 0;
     virtual void WriteSei(Bytes& stream, const Bytes& messages) const = 0;
-    // Picture `index` of a group of at most 128, the first of which is an IDR picture; one slice.
+    // Picture `index` of a group of at most 128. Picture 0 is an IDR picture. One slice.
     virtual void WritePicture(Bytes& stream, uint32_t index, const Bytes& payload) const = 0;
 };
 

@@ -26,7 +26,7 @@ private:
     uint32_t freeBits = 0;  // in the last byte
 };
 
-// Appends a unit: start code, header, the RBSP with emulation prevention.
+// Appends a unit: start code, header, and the RBSP with emulation prevention.
 void AppendUnit(Bytes& stream, const Bytes& header, const Bytes& rbsp);
 
 }  // namespace bench

@@ -1,4 +1,4 @@
-// Time a byte and memory of a handle from 1 MB to 1 GB, and what a second thread brings.
+// Time per byte and memory of a handle for streams from 1 MB to 1 GB, and the gain by a second thread.
 
 #include "Handles.h"
 #include "Measure.h"
@@ -12,7 +12,7 @@ namespace {
 constexpr size_t AccessUnitSize = 60000;
 constexpr size_t Megabyte = 1000000;
 
-// Into one block; what the time is measured against.
+// The baseline: copies to one block.
 void Copy(benchmark::State& state, const Stream& stream)
 {
     const PageBytes block = AllocatePages(2 * AccessUnitSize);
@@ -25,7 +25,7 @@ void Copy(benchmark::State& state, const Stream& stream)
     });
 }
 
-// An access unit a call.
+// One access unit per call.
 void Analyse(benchmark::State& state, const Stream& stream)
 {
     const int64_t before = HeapBytesInUse();
@@ -42,7 +42,7 @@ void Analyse(benchmark::State& state, const Stream& stream)
     state.SetBytesProcessed(static_cast<int64_t>(stream.size) * state.iterations());
 }
 
-// The stream in one call.
+// The whole stream in one call.
 void AnalyseAtOnce(benchmark::State& state, const Stream& stream)
 {
     const int64_t before = HeapBytesInUse();

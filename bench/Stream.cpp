@@ -17,7 +17,7 @@ constexpr size_t Padding = 64;
 constexpr size_t CacheStreamSize = size_t{128} << 10;
 constexpr size_t MemoryStreamSize = size_t{200} << 20;
 
-// Longer than what the third-level cache or a branch predictor remembers.
+// Longer than what a third-level cache or a branch predictor can remember.
 constexpr size_t PeriodSize = size_t{40} << 20;
 constexpr uint32_t GroupLength = 60;
 
@@ -36,7 +36,7 @@ Bytes RandomPayload(size_t size, Random& random)
     return payload;
 }
 
-// A message of this library's kind: 16 bytes behind the identifier.
+// A message with the identifier of this library, and 16 bytes after it.
 Bytes UserDataMessage()
 {
     Bytes message(34, 'u');
@@ -62,7 +62,7 @@ const CPictureWriter& PicturesOf(VideoCodecType codec)
     return codec == VideoCodecAVC ? avcPictures : hevcPictures;
 }
 
-// Whole groups of pictures, so that what follows a repetition is sound.
+// Whole groups of pictures, so that the stream is correct when it is repeated.
 struct Period
 {
     Bytes bytes;
@@ -93,7 +93,7 @@ Stream Repeat(const Period& period, size_t size)
     return stream;
 }
 
-// The second picture is there because two equal pictures in a row would be one.
+// With only one picture, the repetitions would be slices of the same picture.
 Stream MakeCacheFillingStream(VideoCodecType codec)
 {
     Random random(1);

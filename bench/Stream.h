@@ -12,9 +12,9 @@ namespace bench {
 
 enum class UnitSize
 {
-    Small,   // 1.5 KB an access unit
+    Small,   // 1.5 KB per access unit
     Medium,  // 60 KB
-    Large,   // 1 MB; in the cache, one that fills it and one of a few bytes
+    Large,   // 1 MB; a stream in the cache has one such access unit and one of a few bytes
 };
 
 enum class Residence
@@ -38,7 +38,7 @@ struct FreeMemory
     void operator()(void* memory) const { std::free(memory); }
 };
 
-// Bytes from a page's beginning on, followed by the padding that libavcodec wants.
+// Bytes that begin at a page, followed by the padding that libavcodec needs.
 using PageBytes = std::unique_ptr<unsigned char[], FreeMemory>;
 PageBytes AllocatePages(size_t size);
 
@@ -48,8 +48,8 @@ struct AccessUnit
     unsigned int size;
 };
 
-// A synthetic stream: delimiter, parameter sets in front of an IDR picture, a SEI unit with a user-data
-// message, one slice of random bytes with emulation prevention.
+// A synthetic stream. Each access unit has a delimiter, parameter sets (IDR pictures only), an SEI unit with
+// a user-data message, and one slice of random bytes with emulation prevention.
 struct Stream
 {
     PageBytes bytes;
@@ -57,13 +57,13 @@ struct Stream
     std::vector<AccessUnit> accessUnits;
 };
 
-// No stream has this byte, so that a search for it runs to the end.
+// No stream has this byte, so a search for it reads the whole stream.
 constexpr unsigned char AbsentByte = 0xB5;
 
-// Made at the first call, kept for the later ones.
+// The first call makes the stream; later calls return the same one.
 const Stream& GetStream(const StreamKey& key);
 
-// At least `size` bytes of access units of `accessUnitSize`.
+// At least `size` bytes, in access units of `accessUnitSize` bytes.
 Stream MakeStream(VideoCodecType codec, size_t accessUnitSize, size_t size);
 
 }  // namespace bench

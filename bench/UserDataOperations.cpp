@@ -1,4 +1,5 @@
-// The operations of a user-data handle, an access unit a call. Every access unit has a message already.
+// The operations of a user-data handle, with one access unit per call. Every access unit already has a
+// message.
 
 #include "Handles.h"
 #include "Measure.h"

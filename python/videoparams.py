@@ -12,7 +12,7 @@
 The module needs CPython and the shared library. It looks for it in $VIDEOPARAMS_LIBRARY (a file), then in the
 folder of this file, then in the system's library folders.
 
-Input can be any object with a contiguous buffer; it is not copied. NAL units are returned as memoryviews of that object.
+Input can be any object with a contiguous buffer. It is not copied. NAL units are returned as memoryviews of it.
 Results in a block of the library, which later calls overwrite, are copied once and returned as bytes.
 
 Use a Parser or a UserDataEditor from one thread at a time.
