@@ -29,6 +29,10 @@ public:
 
     bool IsStandardOutput() const { return file == stdout; }
 
+    // The file that gets the bytes until Commit, for a library that opens files by name; empty if there is
+    // none.
+    const std::string& TemporaryPath() const { return temporaryPath; }
+
 private:
     void OpenTemporary(unsigned int mode);
     [[noreturn]] void Fail() const;

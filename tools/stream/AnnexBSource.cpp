@@ -37,6 +37,7 @@ public:
     {
         output.Write(bytes, size);
     }
+    void MarkKey(const std::shared_ptr<const Sample>&, bool) override {}
     void Commit() override { output.Commit(); }
     bool IsStandardOutput() const override { return output.IsStandardOutput(); }
 

@@ -26,6 +26,9 @@ public:
     virtual void WriteOther(const std::shared_ptr<const Sample>& sample, const unsigned char* bytes,
                             size_t size) = 0;
 
+    // Marks the sample as a key sample, or not, in a container that has such marks. Throws CToolError.
+    virtual void MarkKey(const std::shared_ptr<const Sample>& sample, bool isKey) = 0;
+
     // Puts the output into its place. Without it nothing remains of the output. Throws CToolError.
     virtual void Commit() = 0;
 

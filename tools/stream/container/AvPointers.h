@@ -21,6 +21,7 @@ struct AvDeleter
         else
             avformat_free_context(context);
     }
+    // Made with avio_alloc_context.
     void operator()(AVIOContext* io) const
     {
         av_freep(&io->buffer);
@@ -29,8 +30,15 @@ struct AvDeleter
     void operator()(AVPacket* packet) const { av_packet_free(&packet); }
 };
 
+// Made with avio_open2.
+struct AvFileCloser
+{
+    void operator()(AVIOContext* file) const { avio_close(file); }
+};
+
 using FormatPointer = std::unique_ptr<AVFormatContext, AvDeleter>;
 using AvioPointer = std::unique_ptr<AVIOContext, AvDeleter>;
+using AvioFilePointer = std::unique_ptr<AVIOContext, AvFileCloser>;
 using PacketPointer = std::unique_ptr<AVPacket, AvDeleter>;
 
 }  // namespace tool

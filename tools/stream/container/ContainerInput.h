@@ -37,6 +37,9 @@ public:
     AVFormatContext& Context() const { return *context; }
     const std::string& Name() const { return name; }
 
+    // What libavformat reports about a failure of its own.
+    std::string Describe(int code) const;
+
     // Why reading ended before the end of the file; empty if it did not.
     const std::string& Error() const { return error; }
 
@@ -52,7 +55,6 @@ public:
 private:
     void Open(const char* url, const AVInputFormat* format);
     std::string DescribeVideos() const;
-    std::string Describe(int code) const;
 
     static int ReadBytes(void* input, uint8_t* buffer, int size) noexcept;
     static int64_t SeekBytes(void* input, int64_t offset, int whence) noexcept;

@@ -105,19 +105,27 @@ void CContainerSource::ForEach(const TakeUnit& takeUnit, const TakeSkipped& take
     const PacketPointer packet(av_packet_alloc());
     if (!packet)
         throw std::bad_alloc();
+    if (sink == nullptr)
+        DiscardOtherStreams();
+    HandOnDescription(facts.container->parameterSets, takeUnit);
+    while (input->Read(*packet)) {
+        if (packet->stream_index == video.index)
+            TakePacket(*packet, takeUnit, takeSkipped);
+        else if (sink != nullptr)
+            sink->CopyPacket(*packet);
+        av_packet_unref(packet.get());
+        progress.Update(input->BytesRead());
+    }
+    NoteEnd();
+}
+
+void CContainerSource::DiscardOtherStreams()
+{
     for (unsigned int i = 0; i < input->Context().nb_streams; ++i) {
         AVStream& stream = *input->Context().streams[i];
         if (&stream != &video)
             stream.discard = AVDISCARD_ALL;
     }
-    HandOnDescription(facts.container->parameterSets, takeUnit);
-    while (input->Read(*packet)) {
-        if (packet->stream_index == video.index)
-            TakePacket(*packet, takeUnit, takeSkipped);
-        av_packet_unref(packet.get());
-        progress.Update(input->BytesRead());
-    }
-    NoteEnd();
 }
 
 void CContainerSource::TakePacket(AVPacket& packet, const TakeUnit& takeUnit, const TakeSkipped& takeSkipped)
@@ -132,6 +140,8 @@ void CContainerSource::TakePacket(AVPacket& packet, const TakeUnit& takeUnit, co
     if (av_packet_make_writable(&packet) < 0)
         throw std::bad_alloc();
     const std::shared_ptr<const Sample> sample = SampleOf(packet);
+    if (sink != nullptr)
+        sink->BeginSample(sample, packet);
     const size_t size = static_cast<size_t>(packet.size);
     const auto take = [&](const unsigned char* unit, size_t unitSize) {
         takeUnit(NalUnit{Codec(), unit, static_cast<uint32_t>(unitSize), streamOffset, counts.units++, sample,
@@ -180,9 +190,11 @@ void CContainerSource::NoteEnd()
         end.missingSamples = static_cast<uint64_t>(indexed) - end.samples;
 }
 
-std::unique_ptr<CUnitSink> CContainerSource::OpenSink(const std::string&)
+std::unique_ptr<CUnitSink> CContainerSource::OpenSink(const std::string& path)
 {
-    throw CToolError(fmt::format("{}: containers are not written yet", Name()));
+    auto made = std::make_unique<CContainerSink>(*input, video, lengthSize, path);
+    sink = made.get();
+    return made;
 }
 
 }  // namespace tool

@@ -7,7 +7,7 @@
 #pragma once
 
 #include "stream/UnitSource.h"
-#include "stream/container/ContainerInput.h"
+#include "stream/container/ContainerSink.h"
 #include "stream/container/SampleForm.h"
 
 namespace tool {
@@ -23,6 +23,7 @@ public:
 
 private:
     void DescribeContainer();
+    void DiscardOtherStreams();
     void TakePacket(AVPacket& packet, const TakeUnit& takeUnit, const TakeSkipped& takeSkipped);
     void HandOnDescription(const std::vector<std::vector<unsigned char>>& sets, const TakeUnit& takeUnit);
     std::shared_ptr<const Sample> SampleOf(const AVPacket& packet);
@@ -32,7 +33,8 @@ private:
     AVStream& video;
     uint32_t lengthSize = 0;
     CSampleCutter cutter;
-    uint64_t streamOffset = 0;  // of the next unit
+    CContainerSink* sink = nullptr;  // from OpenSink on; the caller's
+    uint64_t streamOffset = 0;       // of the next unit
     bool showsProgress = true;
 };
 
