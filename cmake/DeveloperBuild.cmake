@@ -1,4 +1,4 @@
-# What holds for the project's own builds. As a part of another project, the library leaves its host's settings alone.
+# Settings for the project's own builds. If the library is part of another project, that project's settings stay.
 
 if(PROJECT_IS_TOP_LEVEL)
     get_property(isMultiConfig GLOBAL PROPERTY GENERATOR_IS_MULTI_CONFIG)
@@ -6,7 +6,7 @@ if(PROJECT_IS_TOP_LEVEL)
         set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
     endif()
 
-    # Windows looks for a DLL where the program lies.
+    # Windows searches for a DLL in the folder of the program.
     if(WIN32 AND NOT CMAKE_RUNTIME_OUTPUT_DIRECTORY)
         set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
     endif()
@@ -25,7 +25,7 @@ if(PROJECT_IS_TOP_LEVEL)
     endif()
 endif()
 
-# Language level and warnings of a target of this project; nothing of it reaches the targets that link it.
+# Language level and warnings for a target of this project. They do not affect targets that link it.
 function(videoparams_configure_target target)
     set_target_properties(${target} PROPERTIES
         CXX_STANDARD 20

@@ -2,7 +2,7 @@ include(CMakePackageConfigHelpers)
 
 set(packageDir "${CMAKE_INSTALL_LIBDIR}/cmake/VideoParams")
 
-# Components: Runtime, Development, Tool; and Manual, which goes into packages compressed.
+# Components: Runtime, Development, Tool and Manual. Packages have the manual page compressed.
 install(TARGETS VideoParams VideoParamsStatic EXPORT VideoParamsTargets
     RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT Runtime
     LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT Runtime NAMELINK_COMPONENT Development
@@ -18,7 +18,7 @@ install(FILES "${CMAKE_CURRENT_BINARY_DIR}/VideoParamsConfig.cmake"
     "${CMAKE_CURRENT_BINARY_DIR}/VideoParamsConfigVersion.cmake"
     DESTINATION "${packageDir}" COMPONENT Development)
 
-# The .pc file finds its prefix from where it lies, so an installed tree may be moved.
+# The .pc file computes the prefix from its own location, so an installed tree may be moved.
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
     BASE_DIRECTORY "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" OUTPUT_VARIABLE prefixFromPkgConfig)
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_INCLUDEDIR

@@ -1,4 +1,4 @@
-# Debian packages, made by `cpack -G DEB`; scripts/packages.sh gives the build what they need.
+# Debian packages, made by `cpack -G DEB`. scripts/packages.sh configures the build for them.
 
 set(CPACK_PACKAGE_NAME videoparams)
 set(CPACK_PACKAGE_VENDOR "The VideoParams authors")
@@ -37,17 +37,17 @@ set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION video)
 set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS
     "${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME} (>= ${PROJECT_VERSION})")
 
-# The first line of each is its summary; one for all would come in front of them.
+# The first line of each description is its summary. A common summary would be put before each of them.
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 set(summary "analysis and editing of H.264 and H.265 streams")
-set(about "VideoParams tells the access units of a stream, its key frames,
-picture size, frame rate and colour description, and puts user data
-into SEI messages.\n\nThis package holds")
+set(about "VideoParams reports the access units of a stream, its key frames,
+picture size, frame rate and colour description, and inserts user data
+in SEI messages.\n\nThis package contains")
 set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "${summary} (shared library)\n${about} the shared library.")
-set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "${summary} (development files)\n${about} what a program is built with.")
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "${summary} (development files)\n${about} the files to build a program with the library.")
 set(CPACK_DEBIAN_TOOL_DESCRIPTION "${summary} (command line tool)\n${about} the command line tool.")
 
-# What Debian's policy wants beside the files, and a plain install does without.
+# Files that Debian's policy requires, and that a plain installation does not need.
 function(compress file compressed)
     execute_process(COMMAND gzip -9nc "${file}" OUTPUT_FILE "${CMAKE_CURRENT_BINARY_DIR}/${compressed}"
         COMMAND_ERROR_IS_FATAL ANY)
