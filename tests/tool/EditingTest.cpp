@@ -41,11 +41,11 @@ TEST_F(EditingTool, GivesBackWhatWasAddedAndThenTheStream)
         const std::string add = "userdata add " + path + " --data message -o edited --where ";
         EXPECT_EQ(RunTool(add + places[place]).status, 0);
         EXPECT_EQ(RunTool("userdata get edited -o got").status, 0);
-        EXPECT_EQ(ReadFile("got"), Repeat(message, counts[place]));
+        EXPECT_TRUE(AreSame(ReadFile("got"), Repeat(message, counts[place])));
         EXPECT_EQ(RunTool("userdata remove edited -o restored").status, 0);
-        EXPECT_EQ(ReadFile("restored"), ReadFile("plain"));
+        EXPECT_TRUE(AreSame(ReadFile("restored"), ReadFile("plain")));
         if (stream.name.find("user-data") == std::string::npos) {
-            EXPECT_EQ(ReadFile("plain"), stream.Read());
+            EXPECT_TRUE(AreSame(ReadFile("plain"), stream.Read()));
         }
     }
 }
@@ -112,13 +112,14 @@ TEST_F(EditingTool, LeavesTheOutputAloneWhenItFails)
 TEST_F(EditingTool, ReplacesTheInputItselfWhenToldSo)
 {
     const std::string path = StreamPath("hevc-aud.h265");
-    std::filesystem::copy(path, folder / "stream");
+    std::filesystem::copy(TEST_STREAMS_DIR "/hevc-aud.h265", folder / "stream");
     std::filesystem::permissions(folder / "stream", std::filesystem::perms(0640));
     std::filesystem::create_symlink("stream", folder / "link");
     EXPECT_EQ(RunTool("userdata add link --text x -o link").status, 0);
     EXPECT_EQ(RunTool("userdata get stream -o -").out, "x");
     EXPECT_EQ(std::filesystem::status(folder / "stream").permissions(), std::filesystem::perms(0640));
-    EXPECT_EQ(RunTool("userdata remove - -o - <link").out, RunTool("userdata remove " + path + " -o -").out);
+    EXPECT_TRUE(RunTool("userdata remove - -o - <link").out ==
+                RunTool("userdata remove " + path + " -o -").out);
 }
 
 }  // namespace videoparams::test

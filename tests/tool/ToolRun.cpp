@@ -1,5 +1,6 @@
 #include "tool/ToolRun.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -10,7 +11,7 @@ namespace videoparams::test {
 
 ToolTest::ToolTest()
 {
-    std::string name = std::filesystem::temp_directory_path() / "videoparams-XXXXXX";
+    std::string name = std::filesystem::temp_directory_path() / "video params-XXXXXX";
     if (mkdtemp(name.data()) == nullptr)
         throw std::runtime_error("cannot make a folder");
     folder = name;
@@ -23,10 +24,8 @@ ToolTest::~ToolTest()
 
 ToolTest::Run ToolTest::RunTool(const std::string& arguments) const
 {
-    const std::string output = folder / ".out";
-    const std::string errors = folder / ".err";
-    const std::string command = "cd '" + folder.string() + "' && '" VIDEOPARAMS_TOOL "' " + arguments + " >" +
-                                output + " 2>" + errors;
+    const std::string command =
+        "cd '" + folder.string() + "' && '" VIDEOPARAMS_TOOL "' " + arguments + " >.out 2>.err";
     const int status = std::system(command.c_str());
     const Bytes out = ReadFile(".out");
     const Bytes err = ReadFile(".err");
@@ -49,6 +48,19 @@ Bytes ToolTest::ReadFile(const std::string& name) const
 {
     std::ifstream file(folder / name, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+testing::AssertionResult AreSame(const Bytes& found, const Bytes& expected)
+{
+    if (found == expected)
+        return testing::AssertionSuccess();
+    const auto [place, other] = std::mismatch(found.begin(), found.end(), expected.begin(), expected.end());
+    const auto show = [](const Bytes& bytes, Bytes::const_iterator from) {
+        const auto rest = std::min<std::ptrdiff_t>(bytes.end() - from, 16);
+        return std::to_string(bytes.size()) + " bytes, there " + Hex({from, from + rest});
+    };
+    return testing::AssertionFailure() << "differ at byte " << place - found.begin() << ": found "
+                                       << show(found, place) << ", expected " << show(expected, other);
 }
 
 }  // namespace videoparams::test

@@ -38,10 +38,13 @@ inline long LineCount(const std::string& text)
     return std::count(text.begin(), text.end(), '\n');
 }
 
-// The path of a stream of tests/streams.
+// The path of a stream of tests/streams, quoted for the shell.
 inline std::string StreamPath(const std::string& name)
 {
-    return std::string(TEST_STREAMS_DIR) + "/" + name;
+    return "'" TEST_STREAMS_DIR "/" + name + "'";
 }
+
+// Long contents are not printed, only the first place where they differ.
+testing::AssertionResult AreSame(const Bytes& found, const Bytes& expected);
 
 }  // namespace videoparams::test
