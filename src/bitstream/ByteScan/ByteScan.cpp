@@ -14,6 +14,8 @@ const ByteScanKernel* const byteScanKernels[] = {
     &sse2Kernel,
 #elif defined(__aarch64__)
     &neonKernel,
+#elif defined(__wasm_simd128__)
+    &wasmKernel,
 #endif
     &plainKernel,
     nullptr,

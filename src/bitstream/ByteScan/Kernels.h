@@ -25,6 +25,8 @@ extern const ByteScanKernel sse2Kernel;
 extern const ByteScanKernel avx2Kernel;
 #elif defined(__aarch64__)
 extern const ByteScanKernel neonKernel;
+#elif defined(__wasm_simd128__)
+extern const ByteScanKernel wasmKernel;
 #endif
 
 // All kernels of this architecture, the best first and the plain one last; a null ends the list.
