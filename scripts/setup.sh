@@ -55,6 +55,12 @@ windows       nlohmann-json3-dev                header nlohmann/json.hpp
 windows       wine                              command wine
 windows       wine64                            file /usr/lib/wine/wine64
 docs          doxygen                           command doxygen
+web           emscripten                        command emcc
+web           nodejs                            command node
+web           npm                               command npm
+web           googletest                        file /usr/src/googletest/CMakeLists.txt
+web           chromium                          command chromium
+web           ffmpeg                            command ffmpeg
 '
 
 # Questions. A command, header or library may also come from somewhere else than the Debian package.

@@ -1,0 +1,56 @@
+import { VideoParamsError } from "./errors.js";
+import type { Bytes } from "./module.js";
+import { viewOf } from "./module.js";
+
+/** A piece of a stream: bytes, or an `EncodedVideoChunk` of WebCodecs, whose bytes are Annex B. */
+export type Chunk = Bytes | { readonly byteLength: number; copyTo(destination: Uint8Array): void };
+
+/** Anything that gives chunks: a `ReadableStream` (`response.body`, `blob.stream()`), a Node.js stream, an array. */
+export type ChunkSource = ReadableStream<Chunk> | AsyncIterable<Chunk> | Iterable<Chunk>;
+
+// A chunk goes into the module in steps of this size.
+const stepSize = 0x100000;
+
+interface Step {
+    size: number;
+    copyTo: (destination: Uint8Array) => void;
+}
+
+/** @internal */
+export function* stepsOf(chunk: Chunk): Generator<Step> {
+    if ("copyTo" in chunk) {
+        yield { size: chunk.byteLength, copyTo: (destination) => chunk.copyTo(destination) };
+        return;
+    }
+    const bytes = viewOf(chunk);
+    for (let begin = 0; begin < bytes.length; begin += stepSize) {
+        const step = bytes.subarray(begin, begin + stepSize);
+        yield { size: step.length, copyTo: (destination) => destination.set(step) };
+    }
+}
+
+// Not every browser can iterate over a ReadableStream.
+async function* readAll(stream: ReadableStream<Chunk>): AsyncGenerator<Chunk> {
+    const reader = stream.getReader();
+    let isDone = false;
+    try {
+        for (;;) {
+            const { done, value } = await reader.read();
+            if (done) {
+                isDone = true;
+                return;
+            }
+            yield value;
+        }
+    } finally {
+        if (!isDone) await reader.cancel();
+        reader.releaseLock();
+    }
+}
+
+/** @internal */
+export function chunksOf(source: ChunkSource): AsyncIterable<Chunk> | Iterable<Chunk> {
+    if ("getReader" in source) return readAll(source);
+    if (Symbol.asyncIterator in source || Symbol.iterator in source) return source;
+    throw new VideoParamsError("bad-argument", "a stream or an iterable of chunks is expected");
+}
