@@ -2,6 +2,7 @@
 
 #include "Exports.h"
 #include "bitstream/NalRules.h"
+#include "bitstream/StartCode.h"
 
 #include <algorithm>
 
@@ -21,8 +22,9 @@ constexpr uint32_t ShortestForTheLibrary = 5;
 // H.264
 bool IsParameterSet(const unsigned char* unit)
 {
-    const uint32_t nal_unit_type = videoparams::UnitType(videoparams::avcRules, unit[unit[2] == 1 ? 3 : 4]);
-    return nal_unit_type == videoparams::AvcUnitSps || nal_unit_type == videoparams::AvcUnitPps;
+    const unsigned char* const header = unit + videoparams::StartCodeLength(unit);
+    return videoparams::avcRules.TraitsOf(videoparams::avcRules.HeaderOf(*header).nal_unit_type)
+        .isParameterSet;
 }
 
 }  // namespace
