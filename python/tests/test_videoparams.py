@@ -123,6 +123,24 @@ class QueriesTest(unittest.TestCase):
             self.assertEqual(cut.count(True), 1)
             self.assertIsNone(parser.picture_type(b"\0\0\1\x09\x10"))
 
+    def test_samples_are_described_field_by_field(self):
+        stream = (STREAMS / "avc-paff.h264").read_bytes()
+        wanted = json.loads((STREAMS / "avc-paff.json").read_text())["accessUnits"]
+        with vp.Parser(vp.Codec.AVC) as parser:
+            tests = [parser.test_sample(report.data) for report in analyse(vp.Codec.AVC, vp.units([stream]))]
+        self.assertEqual("".join("F" if test.is_frame else "-" for test in tests),
+                         re.sub("[TB]", "-", wanted["structures"]))
+        self.assertEqual("".join("I" if test.is_intra else "-" for test in tests),
+                         re.sub("[PB]", "-", wanted["sliceTypes"]))
+
+    def test_every_picture_type_is_known(self):
+        with vp.Parser(vp.Codec.AVC) as parser:
+            for value in (*vp.PictureType, 10):
+                bits = bin(value + 1)[2:]
+                header = "1" + "0" * (len(bits) - 1) + bits + "1" * 24  # first_mb_in_slice, slice_type, more
+                sample = b"\0\0\1\x65" + int(header[:24], 2).to_bytes(3, "big")
+                self.assertEqual(parser.picture_type(sample), value if value < 10 else None)
+
     def test_parameter_sets_go_from_one_parser_to_another(self):
         with vp.Parser(vp.Codec.AVC) as parser, vp.Parser(vp.Codec.AVC) as other:
             sets = parser.parameter_sets(self.stream)
