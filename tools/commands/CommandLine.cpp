@@ -45,6 +45,12 @@ void AddInput(CLI::App* command, Options& options)
         ->type_name("CODEC");
 }
 
+template <class Options>
+void AddForce(CLI::App* command, Options& options)
+{
+    command->add_flag("--force", options.force, "Replace an existing file of another kind");
+}
+
 class CCommandLine
 {
 public:
@@ -95,6 +101,7 @@ void CCommandLine::AddInfo()
     command->add_flag("--json", info.isJson, "Write JSON");
     command->add_option("--plot", info.plotFile, "Draw the sizes of the access units over time, as SVG")
         ->type_name("OUT.svg");
+    AddForce(command, info);
     SetAction(command, RunInfo, info);
 }
 
@@ -121,6 +128,7 @@ void CCommandLine::AddParams()
         ->add_option("-o,--output", params.outputFile,
                      "Write the first set of each kind and identifier as a byte stream")
         ->type_name("OUT");
+    AddForce(command, params);
     SetAction(command, RunParams, params);
 }
 
@@ -149,6 +157,7 @@ void CCommandLine::AddUserData()
     get->add_option("-o,--output", userDataOptions.outputFile,
                     "Write the bytes, of all messages one after the other")
         ->type_name("OUT");
+    AddForce(get, userDataOptions);
     SetAction(get, RunUserDataGet, userDataOptions);
 
     CLI::App* const remove = userData->add_subcommand("remove", "Remove all user data");
@@ -160,6 +169,7 @@ void CCommandLine::AddUserData()
                      "The stream without user data; may be FILE itself")
         ->required()
         ->type_name("OUT");
+    AddForce(remove, userDataOptions);
     SetAction(remove, RunUserDataRemove, userDataOptions);
 }
 
@@ -183,6 +193,7 @@ void CCommandLine::AddUserDataAdd(CLI::App* userData)
                     "The stream with the user data; may be FILE itself")
         ->required()
         ->type_name("OUT");
+    AddForce(add, userDataOptions);
     add->callback([this] {
         if (!userDataOptions.text && userDataOptions.dataFile.empty())
             throw CLI::RequiredError("--text or --data");

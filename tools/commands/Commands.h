@@ -18,6 +18,7 @@ struct InfoOptions
     bool listsUnits = false;
     bool isJson = false;
     std::string plotFile;
+    bool force = false;  // the plot may replace a file of any kind
 };
 
 struct UnitsOptions
@@ -31,6 +32,7 @@ struct ParamsOptions
     SourceOptions source;
     bool isJson = false;
     std::string outputFile;
+    bool force = false;  // the output may replace a file of any kind
 };
 
 struct CheckOptions
@@ -53,6 +55,7 @@ struct UserDataOptions
     std::string dataFile;
     Where where = Where::First;
     std::string outputFile;
+    bool force = false;  // the output may replace a file of any kind
 };
 
 Status RunInfo(const InfoOptions& options);

@@ -1,5 +1,5 @@
 #include "commands/Commands.h"
-#include "io/OutputFile.h"
+#include "io/OutputCheck.h"
 #include "report/InfoReport.h"
 #include "report/Message.h"
 #include "report/SizeHistory.h"
@@ -11,6 +11,11 @@ namespace tool {
 
 namespace {
 
+bool LooksLikeSvg(std::string_view start)
+{
+    return start.starts_with('<') && start.substr(0, 1024).find("<svg") != std::string_view::npos;
+}
+
 class CInfo
 {
 public:
@@ -21,6 +26,7 @@ private:
     void ReadStream();
     void Take(const AccessUnit& unit);
     void WritePlot() const;
+    OutputRequest PlotRequest() const;
 
     InfoOptions options;
     std::unique_ptr<CUnitSource> source;
@@ -40,6 +46,8 @@ CInfo::CInfo(const InfoOptions& given)
 
 Status CInfo::Run()
 {
+    if (!options.plotFile.empty())
+        CheckOutput(PlotRequest());
     report->Begin(source->Facts());
     ReadStream();
     result.facts = source->Facts();
@@ -82,10 +90,18 @@ void CInfo::Take(const AccessUnit& unit)
         report->Add(unit);
 }
 
+OutputRequest CInfo::PlotRequest() const
+{
+    return {.path = options.plotFile,
+            .kind = {"an SVG picture", LooksLikeSvg},
+            .inputs = {options.source.file},
+            .force = options.force};
+}
+
 void CInfo::WritePlot() const
 {
     const std::string name = source->Name().substr(source->Name().find_last_of('/') + 1);
-    COutputFile output(options.plotFile);
+    COutputFile output(PlotRequest());
     output.Write(
         DrawSizes(history, {name, DescribeInALine(result)}, result.summary.Duration().value_or(0) > 0));
     output.Commit();

@@ -1,7 +1,8 @@
 #include "commands/Commands.h"
-#include "io/OutputFile.h"
+#include "io/OutputCheck.h"
 #include "report/Message.h"
 #include "report/ParamsReport.h"
+#include "stream/Detection.h"
 #include "stream/ParameterSetId.h"
 
 #include <algorithm>
@@ -49,7 +50,7 @@ public:
     explicit CParameterSets(CParamsReport* given) : report(given) {}
 
     void Take(const NalUnit& unit);
-    void Write(const std::string& path) const;
+    void Write(const OutputRequest& request) const;
 
     const std::vector<ParameterSetSummary>& Summaries() const { return summaries; }
     uint64_t Changes() const { return changes; }
@@ -95,9 +96,9 @@ void CParameterSets::Take(const NalUnit& unit)
     known.last = std::move(bytes);
 }
 
-void CParameterSets::Write(const std::string& path) const
+void CParameterSets::Write(const OutputRequest& request) const
 {
-    COutputFile output(path);
+    COutputFile output(request);
     for (const Contents& set : contents)
         output.Write(set.first.data(), set.first.size());
     output.Commit();
@@ -109,6 +110,12 @@ Status RunParams(const ParamsOptions& options)
 {
     const auto source = OpenSource(options.source);
     const bool isPrinted = options.outputFile.empty();
+    const OutputRequest request{.path = options.outputFile,
+                                .kind = {"a byte stream of parameter sets", LooksLikeParameterSets},
+                                .inputs = {options.source.file},
+                                .force = options.force};
+    if (!isPrinted)
+        CheckOutput(request);
     const auto report = MakeParamsReport({.isJson = options.isJson});
     CParameterSets sets(isPrinted ? report.get() : nullptr);
     if (isPrinted) {
@@ -126,7 +133,7 @@ Status RunParams(const ParamsOptions& options)
         report->Close();
         return StatusGood;
     }
-    sets.Write(options.outputFile);
+    sets.Write(request);
     if (sets.Changes() != 0)
         Complain(fmt::format("{}: the parameter sets change {}; the first ones were written", source->Name(),
                              CountOf(sets.Changes(), "time")));

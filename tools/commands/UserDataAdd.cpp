@@ -156,7 +156,8 @@ Status RunUserDataAdd(const UserDataOptions& options)
     std::string data = options.text ? *options.text : ReadWholeFile(options.dataFile, LargestData);
     const size_t dataSize = data.size();
     const auto source = OpenSource(options.source);
-    const auto output = source->OpenSink(options.outputFile);
+    const auto output =
+        source->OpenSink({.path = options.outputFile, .inputs = {options.dataFile}, .force = options.force});
     CUserDataAdder adder(source->Codec(), options.where, std::move(data), *output);
     source->ForEach([&](const NalUnit& unit) { adder.Take(unit); },
                     [&](const auto& sample, const unsigned char* bytes, size_t size) {

@@ -93,7 +93,10 @@ Status RunUserDataGet(const UserDataOptions& options)
     if (options.outputFile.empty())
         source->PrintsLines();
     else
-        output.emplace(options.outputFile);
+        output.emplace(OutputRequest{.path = options.outputFile,
+                                     .kind = {"user data", nullptr},
+                                     .inputs = {options.source.file},
+                                     .force = options.force});
     CUserDataLister lister(source->Codec(), *report, output ? &*output : nullptr);
     report->Begin(source->Facts());
     source->ForEach([&](const NalUnit& unit) { lister.Take(unit); });

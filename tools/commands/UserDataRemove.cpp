@@ -69,7 +69,7 @@ void CUserDataRemover::TakeSei(const NalUnit& unit)
 Status RunUserDataRemove(const UserDataOptions& options)
 {
     const auto source = OpenSource(options.source);
-    const auto output = source->OpenSink(options.outputFile);
+    const auto output = source->OpenSink({.path = options.outputFile, .force = options.force});
     CUserDataRemover remover(source->Codec(), *output);
     source->ForEach([&](const NalUnit& unit) { remover.Take(unit); },
                     [&](const auto& sample, const unsigned char* bytes, size_t size) {

@@ -13,7 +13,7 @@
 
 namespace tool {
 
-CInputFile::CInputFile(const std::string& path) : name(path == "-" ? "standard input" : path)
+CInputFile::CInputFile(const std::string& given) : path(given), name(given == "-" ? "standard input" : given)
 {
     descriptor = path == "-" ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC);
     struct stat status;

@@ -31,6 +31,7 @@ public:
     // Moves to a byte of the file. False if that is not possible, as in a pipe.
     bool Seek(uint64_t offset);
 
+    const std::string& Path() const { return path; }
     const std::string& Name() const { return name; }
 
     // Bytes of the file when it was opened; 0 if that is not known.
@@ -40,9 +41,10 @@ public:
     bool IsRegular() const { return isRegular; }
 
 private:
-    std::string name;
     size_t ReadDescriptor(unsigned char* buffer, size_t capacity);
 
+    std::string path;
+    std::string name;
     int descriptor = -1;
     std::vector<unsigned char> head;  // what was peeked at and not read yet
     size_t headPosition = 0;

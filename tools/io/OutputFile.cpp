@@ -1,10 +1,10 @@
 #include "io/OutputFile.h"
 
+#include "io/CleanUpOnSignal.h"
+#include "io/OutputCheck.h"
 #include "io/ToolError.h"
 
 #include <cerrno>
-#include <climits>
-#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <fmt/format.h>
@@ -15,24 +15,6 @@ namespace tool {
 
 namespace {
 
-constexpr int EndingSignals[] = {SIGHUP, SIGINT, SIGTERM};
-
-// What a signal has to take away. Written before the handlers are set.
-char temporaryToRemove[PATH_MAX];
-
-void RemoveTemporary(int signal)
-{
-    unlink(temporaryToRemove);
-    std::signal(signal, SIG_DFL);
-    raise(signal);
-}
-
-void SetSignalHandlers(void (*handler)(int))
-{
-    for (const int signal : EndingSignals)
-        std::signal(signal, handler);
-}
-
 mode_t DefaultMode()
 {
     const mode_t mask = umask(0);
@@ -40,10 +22,12 @@ mode_t DefaultMode()
     return 0666 & ~mask;
 }
 
-// A link is followed: the file that it names is replaced, not the link.
 std::string ResolvePath(const std::string& path)
 {
     char* const resolved = realpath(path.c_str(), nullptr);
+    struct stat status;
+    if (resolved == nullptr && lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode))
+        throw CToolError(fmt::format("{}: this is a link to a file that cannot be found", path));
     if (resolved == nullptr)
         return path;
     std::string result = resolved;
@@ -53,21 +37,23 @@ std::string ResolvePath(const std::string& path)
 
 }  // namespace
 
-COutputFile::COutputFile(const std::string& givenPath) : path(ResolvePath(givenPath))
+COutputFile::COutputFile(const OutputRequest& request)
 {
-    struct stat status;
-    const bool exists = stat(path.c_str(), &status) == 0;
-    if (givenPath == "-") {
+    CheckOutput(request);
+    if (request.path == "-") {
         path = "standard output";
         file = stdout;
         return;
     }
+    path = ResolvePath(request.path);
+    struct stat status;
+    const bool exists = stat(path.c_str(), &status) == 0;
     if (exists && S_ISDIR(status.st_mode)) {
         errno = EISDIR;
         Fail();
     }
     if (!exists || S_ISREG(status.st_mode)) {
-        OpenTemporary(exists ? status.st_mode & 07777 : DefaultMode());
+        OpenTemporary(exists ? &status : nullptr);
         return;
     }
     file = std::fopen(path.c_str(), "wb");
@@ -75,23 +61,25 @@ COutputFile::COutputFile(const std::string& givenPath) : path(ResolvePath(givenP
         Fail();
 }
 
-void COutputFile::OpenTemporary(unsigned int mode)
+// The new file gets the owner, as far as that is allowed, and the mode of the one that it replaces.
+void COutputFile::OpenTemporary(const struct stat* replaced)
 {
+    const CSignalPause pause;
     temporaryPath = path + ".XXXXXX";
     const int descriptor = mkstemp(temporaryPath.data());
     if (descriptor < 0) {
         temporaryPath.clear();
         Fail();
     }
-    if (temporaryPath.size() < sizeof temporaryToRemove) {
-        std::memcpy(temporaryToRemove, temporaryPath.c_str(), temporaryPath.size() + 1);
-        SetSignalHandlers(RemoveTemporary);
-    }
-    fchmod(descriptor, mode);
+    RemoveOnSignal(temporaryPath);
+    const bool isOwned = replaced == nullptr || fchown(descriptor, replaced->st_uid, replaced->st_gid) == 0;
+    const mode_t mode = replaced == nullptr ? DefaultMode() : replaced->st_mode;
+    fchmod(descriptor, mode & (isOwned ? 07777 : 0777));
     file = fdopen(descriptor, "wb");
     if (file == nullptr) {
         close(descriptor);
         unlink(temporaryPath.c_str());
+        StopRemovingOnSignal();
         Fail();
     }
 }
@@ -103,7 +91,7 @@ COutputFile::~COutputFile()
     if (temporaryPath.empty())
         return;
     unlink(temporaryPath.c_str());
-    SetSignalHandlers(SIG_DFL);
+    StopRemovingOnSignal();
 }
 
 void COutputFile::Write(const void* data, size_t size)
@@ -127,7 +115,7 @@ void COutputFile::Commit()
     if (std::rename(temporaryPath.c_str(), path.c_str()) != 0)
         Fail();
     temporaryPath.clear();
-    SetSignalHandlers(SIG_DFL);
+    StopRemovingOnSignal();
 }
 
 void COutputFile::Fail() const

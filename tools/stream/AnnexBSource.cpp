@@ -1,9 +1,8 @@
 #include "stream/AnnexBSource.h"
 
-#include "io/OutputFile.h"
 #include "io/Progress.h"
 #include "io/ToolError.h"
-#include "stream/CodecDetection.h"
+#include "stream/Detection.h"
 
 #include "videoparams/nal_feeder.hpp"
 
@@ -24,10 +23,21 @@ constexpr size_t SmallestHead = 16 << 10;
 // No real unit comes near to this. A damaged or foreign file must not fill the memory.
 constexpr size_t LargestUnit = 256 << 20;
 
+// The feeder, like the library, counts no start code with less than five bytes from its first zero on. A unit
+// of a header byte alone, such as an end of sequence (00 00 01 0A), is then the end of the last unit.
+unsigned int ShortUnitAtEnd(const unsigned char* data, unsigned int size)
+{
+    constexpr unsigned int ShortSize = 4;
+    if (size < 2 * ShortSize)
+        return 0;
+    const unsigned char* const unit = data + size - ShortSize;
+    return unit[0] == 0 && unit[1] == 0 && unit[2] == 1 ? ShortSize : 0;
+}
+
 class CAnnexBSink : public CUnitSink
 {
 public:
-    explicit CAnnexBSink(const std::string& path) : output(path) {}
+    explicit CAnnexBSink(const OutputRequest& request) : output(request) {}
 
     void Write(const std::shared_ptr<const Sample>&, const unsigned char* unit, size_t size) override
     {
@@ -53,28 +63,41 @@ CAnnexBSource::CAnnexBSource(std::unique_ptr<CInputFile> file, const SourceOptio
     facts.name = input->Name();
     if (input->Peek(1).empty())
         throw CToolError(fmt::format("{}: the file is empty", Name()));
-    facts.codec = options.codec ? *options.codec : DetectCodecOfHead();
+    facts.codec = ChooseCodec(options.codec);
 }
 
 // A pipe may be slow: no more is read than the detection takes.
-VideoCodecType CAnnexBSource::DetectCodecOfHead()
+CodecRating CAnnexBSource::RateHead()
 {
     for (size_t size = input->IsRegular() ? HeadSize : SmallestHead;; size *= 4) {
         const std::vector<unsigned char>& head = input->Peek(size);
-        if (const std::optional<VideoCodecType> codec = DetectCodec(head.data(), head.size()))
-            return *codec;
-        if (size >= HeadSize || head.size() < size)
-            break;
+        const CodecRating rating = RateCodecs(head.data(), head.size());
+        if (rating.Best() || size >= HeadSize || head.size() < size)
+            return rating;
     }
-    throw CToolError(
-        fmt::format("{}: there is no H.264 or H.265 video in it (if it is a byte stream, give its codec: "
-                    "--codec h264 or --codec h265)",
-                    Name()));
 }
 
-std::unique_ptr<CUnitSink> CAnnexBSource::OpenSink(const std::string& path)
+VideoCodecType CAnnexBSource::ChooseCodec(std::optional<VideoCodecType> given)
 {
-    return std::make_unique<CAnnexBSink>(path);
+    const CodecRating rating = RateHead();
+    const std::optional<VideoCodecType> found = rating.Best();
+    if (!given && !found)
+        throw CToolError(
+            fmt::format("{}: there is no H.264 or H.265 video in it (if it is a byte stream, give its codec: "
+                        "--codec h264 or --codec h265)",
+                        Name()));
+    if (given && found && *found != *given && rating.Of(*given) <= 0)
+        throw CToolError(fmt::format("{}: this is an {} byte stream, but --codec says {}", Name(),
+                                     CodecName(*found), CodecName(*given)));
+    return given ? *given : *found;
+}
+
+std::unique_ptr<CUnitSink> CAnnexBSource::OpenSink(OutputRequest request)
+{
+    request.kind = {"an H.264 or H.265 byte stream", LooksLikeByteStream};
+    request.editedInput = input->Path();
+    request.inputs.push_back(input->Path());
+    return std::make_unique<CAnnexBSink>(request);
 }
 
 void CAnnexBSource::PrintsLines()
@@ -87,9 +110,18 @@ void CAnnexBSource::ForEach(const TakeUnit& takeUnit, const TakeSkipped& takeSki
     CNalFeeder feeder(CNalFeeder::ShortUnits::Separate, LargestUnit);
     CProgress progress(showsProgress, input->Size());
     bool isLeading = true;
-    const auto takeFed = [&](const unsigned char* data, unsigned int size) {
+    const auto takeOne = [&](const unsigned char* data, unsigned int size, uint64_t offset) {
         isLeading = false;
-        takeUnit(NalUnit{Codec(), data, size, feeder.Offset(), counts.units++});
+        takeUnit(NalUnit{Codec(), data, size, offset, counts.units++});
+    };
+    const auto takeFed = [&](const unsigned char* data, unsigned int size) {
+        takeOne(data, size, feeder.Offset());
+    };
+    const auto takeLast = [&](const unsigned char* data, unsigned int size) {
+        const unsigned int shortSize = ShortUnitAtEnd(data, size);
+        takeOne(data, size - shortSize, feeder.Offset());
+        if (shortSize != 0)
+            takeOne(data + size - shortSize, shortSize, feeder.Offset() + size - shortSize);
     };
     const auto takeOther = [&](const unsigned char* data, size_t size) {
         const bool isZero = std::all_of(data, data + size, [](unsigned char byte) { return byte == 0; });
@@ -105,7 +137,7 @@ void CAnnexBSource::ForEach(const TakeUnit& takeUnit, const TakeSkipped& takeSki
         feeder.Feed(piece.data(), size, takeFed, takeOther);
         progress.Update(counts.bytes);
     }
-    feeder.Finish(takeFed, takeOther);
+    feeder.Finish(takeLast, takeOther);
 }
 
 }  // namespace tool

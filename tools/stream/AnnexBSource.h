@@ -5,6 +5,7 @@
 #pragma once
 
 #include "io/InputFile.h"
+#include "stream/Detection.h"
 #include "stream/UnitSource.h"
 
 namespace tool {
@@ -15,11 +16,12 @@ public:
     CAnnexBSource(std::unique_ptr<CInputFile> file, const SourceOptions& options);
 
     void ForEach(const TakeUnit& takeUnit, const TakeSkipped& takeSkipped = {}) override;
-    std::unique_ptr<CUnitSink> OpenSink(const std::string& path) override;
+    std::unique_ptr<CUnitSink> OpenSink(OutputRequest request) override;
     void PrintsLines() override;
 
 private:
-    VideoCodecType DetectCodecOfHead();
+    CodecRating RateHead();
+    VideoCodecType ChooseCodec(std::optional<VideoCodecType> given);
 
     std::unique_ptr<CInputFile> input;
     bool showsProgress = true;

@@ -1,6 +1,6 @@
 #include "io/ToolError.h"
 #include "stream/AnnexBSource.h"
-#include "stream/CodecDetection.h"
+#include "stream/FileFormat.h"
 
 #include <fmt/format.h>
 
@@ -37,7 +37,8 @@ bool IsUrl(const std::string&)
 std::unique_ptr<CUnitSource> OpenContainer(const SourceOptions&, std::unique_ptr<CInputFile>& file)
 {
     const std::vector<unsigned char>& head = file->Peek(HeadSize);
-    const std::string container = DetectContainer(head.data(), head.size());
+    const std::string_view container =
+        FileFormatName({reinterpret_cast<const char*>(head.data()), head.size()});
     if (!container.empty())
         throw CToolError(fmt::format("{}: this is {}, and this videoparams was built without containers "
                                      "(-DVIDEOPARAMS_TOOL_CONTAINERS=OFF); it reads byte streams only",

@@ -6,6 +6,7 @@
 
 #pragma once
 
+#include "io/OutputFile.h"
 #include "stream/NalUnit.h"
 #include "stream/UnitSink.h"
 
@@ -58,8 +59,9 @@ public:
     virtual void ForEach(const TakeUnit& takeUnit, const TakeSkipped& takeSkipped = {}) = 0;
 
     // Call before ForEach to write an edited copy of the file: then everything that is not a unit of the
-    // stream (other tracks, metadata) is copied by the source itself. Throws CToolError.
-    virtual std::unique_ptr<CUnitSink> OpenSink(const std::string& path) = 0;
+    // stream (other tracks, metadata) is copied by the source itself. The output may take the place of the
+    // source's file. The source fills in `kind` and `editedInput` of the request. Throws CToolError.
+    virtual std::unique_ptr<CUnitSink> OpenSink(OutputRequest request) = 0;
 
     // Call before ForEach if results are printed while it runs: a progress bar on the same terminal would
     // break them up.

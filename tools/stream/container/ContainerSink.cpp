@@ -19,13 +19,13 @@ void CheckMemory(bool isThere)
 }  // namespace
 
 CContainerSink::CContainerSink(CContainerInput& source, const AVStream& video, uint32_t bytesOfLength,
-                               const std::string& path)
-    : input(source), videoIndex(video.index), lengthSize(bytesOfLength), output(path)
+                               const OutputRequest& request)
+    : input(source), videoIndex(video.index), lengthSize(bytesOfLength), output(request)
 {
-    const OutputFormat format = ChooseOutputFormat(input, path);
+    const OutputFormat format = ChooseOutputFormat(input, request.path);
     if (output.TemporaryPath().empty())
         throw CToolError(fmt::format(
-            "{}: a container can be written to a regular file only; give its name with -o", path));
+            "{}: a container can be written to a regular file only; give its name with -o", request.path));
     AVFormatContext* made = nullptr;
     CheckMemory(avformat_alloc_output_context2(&made, format.format, nullptr, nullptr) >= 0);
     context.reset(made);

@@ -19,7 +19,7 @@ class CContainerSink : public CUnitSink
 public:
     // Throws CToolError if the format cannot be written, or not with these streams.
     CContainerSink(CContainerInput& input, const AVStream& video, uint32_t lengthSize,
-                   const std::string& path);
+                   const OutputRequest& request);
 
     // The source calls these with every packet of the input in its order: of the video before it hands on the
     // units of the sample, of other streams instead. Both throw CToolError.

@@ -2,6 +2,7 @@
 
 #include "io/Progress.h"
 #include "io/ToolError.h"
+#include "stream/Detection.h"
 
 #include <fmt/format.h>
 #include <unistd.h>
@@ -190,9 +191,12 @@ void CContainerSource::NoteEnd()
         end.missingSamples = static_cast<uint64_t>(indexed) - end.samples;
 }
 
-std::unique_ptr<CUnitSink> CContainerSource::OpenSink(const std::string& path)
+std::unique_ptr<CUnitSink> CContainerSource::OpenSink(OutputRequest request)
 {
-    auto made = std::make_unique<CContainerSink>(*input, video, lengthSize, path);
+    request.kind = {"a video file", LooksLikeVideoFile};
+    request.editedInput = Name() == "standard input" ? "-" : Name();
+    request.inputs.push_back(request.editedInput);
+    auto made = std::make_unique<CContainerSink>(*input, video, lengthSize, request);
     sink = made.get();
     return made;
 }

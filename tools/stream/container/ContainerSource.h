@@ -18,7 +18,7 @@ public:
     CContainerSource(std::unique_ptr<CContainerInput> opened, const SourceOptions& options);
 
     void ForEach(const TakeUnit& takeUnit, const TakeSkipped& takeSkipped = {}) override;
-    std::unique_ptr<CUnitSink> OpenSink(const std::string& path) override;
+    std::unique_ptr<CUnitSink> OpenSink(OutputRequest request) override;
     void PrintsLines() override;
 
 private:

@@ -1,18 +1,18 @@
-#include "stream/CodecDetection.h"
+#include "stream/Detection.h"
 
+#include "stream/FileFormat.h"
 #include "stream/NalUnit.h"
 
 #include "videoparams/nal_feeder.hpp"
 
 #include <algorithm>
-#include <cstring>
-#include <string_view>
+#include <cstdlib>
 
 namespace tool {
 
 namespace {
 
-// How well a unit's header goes with a codec. A parameter set says more than a slice: it has more that must
+// How well a unit's header fits a codec. A parameter set counts more than a slice: more of its bits have to
 // fit.
 constexpr int Impossible = -1;
 constexpr int Neutral = 0;
@@ -67,51 +67,65 @@ int RateAsHevc(const NalUnit& unit)
     return type >= 62 ? Neutral : Impossible;
 }
 
-bool StartsWith(const unsigned char* data, size_t size, size_t offset, std::string_view text)
-{
-    return size >= offset + text.size() && std::memcmp(data + offset, text.data(), text.size()) == 0;
-}
+// A lead that a few more units would not change.
+constexpr int CertainLead = 8;
 
 }  // namespace
 
-std::optional<VideoCodecType> DetectCodec(const unsigned char* data, size_t size)
+std::optional<VideoCodecType> CodecRating::Best() const
+{
+    if (std::max(avc, hevc) <= 0 || avc == hevc)
+        return std::nullopt;
+    return avc > hevc ? VideoCodecAVC : VideoCodecHEVC;
+}
+
+bool CodecRating::IsCertain() const
+{
+    return Best() && std::abs(avc - hevc) >= CertainLead;
+}
+
+CodecRating RateCodecs(const unsigned char* data, size_t size)
 {
     CNalFeeder feeder(CNalFeeder::ShortUnits::Separate);
+    CodecRating rating;
     size_t count = 0;
-    int avcRating = 0;
-    int hevcRating = 0;
     const auto rate = [&](const unsigned char* unit, unsigned int unitSize) {
-        const NalUnit avc{VideoCodecAVC, unit, unitSize, 0, 0};
-        const NalUnit hevc{VideoCodecHEVC, unit, unitSize, 0, 0};
+        const NalUnit avc{VideoCodecAVC, unit, unitSize};
+        const NalUnit hevc{VideoCodecHEVC, unit, unitSize};
         if (!avc.HasHeader() || ++count > EnoughUnits)
             return;
-        avcRating += RateAsAvc(avc);
-        hevcRating += hevc.HasHeader() ? RateAsHevc(hevc) : Impossible;
+        rating.avc += RateAsAvc(avc);
+        rating.hevc += hevc.HasHeader() ? RateAsHevc(hevc) : Impossible;
     };
     feeder.Feed(data, size, rate);
     feeder.Finish(rate);
-    if (std::max(avcRating, hevcRating) <= 0 || avcRating == hevcRating)
-        return std::nullopt;
-    return avcRating > hevcRating ? VideoCodecAVC : VideoCodecHEVC;
+    return rating;
 }
 
-std::string DetectContainer(const unsigned char* data, size_t size)
+bool LooksLikeByteStream(std::string_view start)
 {
-    if (StartsWith(data, size, 4, "ftyp") || StartsWith(data, size, 4, "moov") ||
-        StartsWith(data, size, 4, "mdat"))
-        return "an MP4 file";
-    if (StartsWith(data, size, 0, "\x1A\x45\xDF\xA3"))
-        return "a Matroska file";
-    if (StartsWith(data, size, 0, "RIFF"))
-        return "an AVI file";
-    if (StartsWith(data, size, 0, "FLV\x01"))
-        return "an FLV file";
-    if (StartsWith(data, size, 0, "G") && StartsWith(data, size, 188, "G") &&
-        StartsWith(data, size, 376, "G"))
-        return "an MPEG transport stream";
-    if (StartsWith(data, size, 0, std::string_view("\0\0\1\xBA", 4)))
-        return "an MPEG program stream";
-    return "";
+    const auto* const bytes = reinterpret_cast<const unsigned char*>(start.data());
+    return FileFormatName(start).empty() && RateCodecs(bytes, start.size()).Best().has_value();
+}
+
+bool LooksLikeVideoFile(std::string_view start)
+{
+    return LooksLikeByteStream(start) || IsVideoContainer(start);
+}
+
+bool LooksLikeParameterSets(std::string_view start)
+{
+    const auto* const bytes = reinterpret_cast<const unsigned char*>(start.data());
+    const std::optional<VideoCodecType> codec = RateCodecs(bytes, start.size()).Best();
+    bool hasOthers = !codec;
+    CNalFeeder feeder(CNalFeeder::ShortUnits::Separate);
+    const auto look = [&](const unsigned char* data, unsigned int size) {
+        const NalUnit unit{codec.value_or(VideoCodecAVC), data, size};
+        hasOthers = hasOthers || !(unit.IsVps() || unit.IsSps() || unit.IsPps());
+    };
+    feeder.Feed(bytes, start.size(), look, [&](const unsigned char*, size_t) { hasOthers = true; });
+    feeder.Finish(look);
+    return !hasOthers;
 }
 
 }  // namespace tool
