@@ -1,7 +1,9 @@
+#include "avc/AvcParameterTables.h"
+
 #include "support/AvcStream.h"
 #include "support/PageBytes.h"
-#include "support/Probes.h"
 
+#include <algorithm>
 #include <cstring>
 #include <gtest/gtest.h>
 
@@ -9,35 +11,35 @@ namespace videoparams::test {
 
 namespace {
 
-using Parser = Created<AvcProbe>;
-
 constexpr uint32_t Huge = UINT32_MAX - 1;  // the largest ue(v)
 
-VideoInfo UnwrittenInfo()
+SequenceInfo UnwrittenInfo()
 {
-    VideoInfo info;
-    std::memset(&info, 0xAB, sizeof info);
+    SequenceInfo info;
+    std::fill_n(&info.sequenceInfoValid, sizeof info / sizeof(uint32_t), 0xABABABAB);
     return info;
 }
 
-bool IsSame(const VideoInfo& a, const VideoInfo& b)
+bool IsSame(const SequenceInfo& a, const SequenceInfo& b)
 {
     return std::memcmp(&a, &b, sizeof a) == 0;
 }
 
 // Reads the first bits of a set. Data end with a whole byte, so the reader steps over some bits in front.
 template <typename Set>
-Result ReadFirst(size_t bits, const Set& set, Parser& parser, Result (AvcProbe::*read)(VideoInfo*),
-                 VideoInfo* info)
+Result ReadFirst(size_t bits, const Set& set, CAvcParameterTables& tables, SequenceInfo& info)
 {
     const auto inFront = static_cast<unsigned>((8 - bits % 8) % 8);
     BitWriter writer;
     writer.U(inFront, 0);
     set.WriteTo(writer);
     const PageBytes rbsp = AtPageEnd(writer.Written(), (inFront + bits) / 8);
-    parser.InitReadData(rbsp.data(), rbsp.size());
-    parser.ReadData(inFront);
-    return (parser.*read)(info);
+    CBitReader reader(rbsp.data(), rbsp.size());
+    reader.Bits(inFront);
+    if constexpr (std::is_same_v<Set, AvcSps>)
+        return tables.ReadSps(reader, info);
+    else
+        return tables.ReadPps(reader);
 }
 
 template <typename Set>
@@ -48,28 +50,27 @@ BitWriter Write(const Set& set)
     return writer;
 }
 
-VideoInfo ReadSps(Parser& parser, const AvcSps& sps)
+SequenceInfo ReadSps(CAvcParameterTables& tables, const AvcSps& sps)
 {
-    VideoInfo info = UnwrittenInfo();
-    EXPECT_EQ(ReadFirst(Write(sps).BitCount(), sps, parser, &AvcProbe::ReadSequenceParameterSetData, &info),
-              ResultOk);
+    SequenceInfo info = UnwrittenInfo();
+    EXPECT_EQ(ReadFirst(Write(sps).BitCount(), sps, tables, info), ResultOk);
     return info;
 }
 
-void ReadPps(Parser& parser, const AvcPps& pps)
+void ReadPps(CAvcParameterTables& tables, const AvcPps& pps)
 {
-    EXPECT_EQ(ReadFirst(Write(pps).BitCount(), pps, parser, &AvcProbe::ReadPictureParameterSetData, nullptr),
-              ResultOk);
+    SequenceInfo unused;
+    EXPECT_EQ(ReadFirst(Write(pps).BitCount(), pps, tables, unused), ResultOk);
 }
 
 using Colour = std::array<uint32_t, 7>;
 
-void SetColour(VideoInfo& info, const Colour& colour)
+void SetColour(SequenceInfo& info, const Colour& colour)
 {
     std::memcpy(&info.video_signal_type_present_flag, colour.data(), sizeof colour);
 }
 
-void SetTiming(VideoInfo& info, uint32_t numerator, uint32_t denominator)
+void SetTiming(SequenceInfo& info, uint32_t numerator, uint32_t denominator)
 {
     info.frameRateNumerator = numerator;
     info.frameRateDenominator = denominator;
@@ -147,14 +148,12 @@ void ExpectRecord(const SpsRecord* record, const AvcSps& sps, const char* what)
 // A VUI stands behind each, so that an element too many or too few shows.
 TEST(AvcSequenceParameterSet, GivesAfterEveryBitWhatWasReadWholeAndNoMore)
 {
-    Parser parser;
     for (const Described& row : described) {
         AvcSps sps = row.sps;
         sps.vui = fullVui;
         const BitWriter whole = Write(sps);
-        SpsRecord*& record = parser.spsTable[sps.seq_parameter_set_id];
         for (size_t bits = 0; bits <= whole.BitCount(); ++bits) {
-            VideoInfo expected = UnwrittenInfo();
+            SequenceInfo expected = UnwrittenInfo();
             if (bits >= whole.BitsTo("size")) {
                 expected.sequenceInfoValid = 1;
                 expected.width = row.width;
@@ -165,10 +164,11 @@ TEST(AvcSequenceParameterSet, GivesAfterEveryBitWhatWasReadWholeAndNoMore)
             if (bits >= whole.BitsTo("timing"))
                 SetTiming(expected, 60000, 2002);
 
-            FreeBuffer(record);
-            VideoInfo info = UnwrittenInfo();
-            ASSERT_EQ(ReadFirst(bits, sps, parser, &AvcProbe::ReadSequenceParameterSetData, &info), ResultOk);
+            CAvcParameterTables tables;
+            SequenceInfo info = UnwrittenInfo();
+            ASSERT_EQ(ReadFirst(bits, sps, tables, info), ResultOk);
             ASSERT_TRUE(IsSame(info, expected)) << row.what << ", " << bits << " bits";
+            const SpsRecord* const record = tables.FindSps(sps.seq_parameter_set_id);
             if (bits >= whole.BitsTo("size"))
                 ExpectRecord(record, sps, row.what);
             else
@@ -179,9 +179,9 @@ TEST(AvcSequenceParameterSet, GivesAfterEveryBitWhatWasReadWholeAndNoMore)
 
 TEST(AvcSequenceParameterSet, TwelveProfilesCodeTheChromaFormat)
 {
-    Parser parser;
+    CAvcParameterTables tables;
     for (uint32_t profile_idc = 0; profile_idc < 256; ++profile_idc) {
-        const VideoInfo info = ReadSps(parser, {.profile_idc = profile_idc, .vui = fullVui});
+        const SequenceInfo info = ReadSps(tables, {.profile_idc = profile_idc, .vui = fullVui});
         EXPECT_TRUE(info.width == 160 && info.frameRateNumerator == 60000) << profile_idc;
     }
 }
@@ -203,40 +203,40 @@ TEST(AvcSequenceParameterSet, WritesOfTheVuiWhatIsCodedOrItsDefault)
         {{.timing = Timing{1, 50}}, {0, 5, 0, 0, 2, 2, 2}, 50, 2},
         {{.timing = Timing{0x80000001, UINT32_MAX}}, {0, 5, 0, 0, 2, 2, 2}, UINT32_MAX, 2},
     };
-    Parser parser;
+    CAvcParameterTables tables;
     for (const auto& c : cases) {
-        VideoInfo expected = ReadSps(parser, {});
+        SequenceInfo expected = ReadSps(tables, {});
         SetColour(expected, c.colour);
         SetTiming(expected, c.numerator, c.denominator);
-        EXPECT_TRUE(IsSame(ReadSps(parser, {.vui = c.vui}), expected)) << "case " << &c - cases;
+        EXPECT_TRUE(IsSame(ReadSps(tables, {.vui = c.vui}), expected)) << "case " << &c - cases;
     }
 }
 
 TEST(AvcSequenceParameterSet, AnIdentifierOutOfRangeChangesNothing)
 {
-    Parser parser;
+    CAvcParameterTables tables;
     for (const uint32_t identifier : {32u, 255u, 256u, Huge}) {
-        const VideoInfo info = ReadSps(parser, {.seq_parameter_set_id = identifier, .vui = fullVui});
+        const SequenceInfo info = ReadSps(tables, {.seq_parameter_set_id = identifier, .vui = fullVui});
         EXPECT_TRUE(IsSame(info, UnwrittenInfo())) << identifier;
     }
-    for (const SpsRecord* const record : parser.spsTable)
-        EXPECT_EQ(record, nullptr);
+    for (uint32_t identifier = 0; identifier < 300; ++identifier)
+        EXPECT_EQ(tables.FindSps(identifier), nullptr);
 }
 
 TEST(AvcParameterSets, TheLatestOfAnIdentifierCountsAndOthersStay)
 {
-    Parser parser;
-    ReadSps(parser, {.seq_parameter_set_id = 4, .log2_max_frame_num_minus4 = 3});
-    ReadSps(parser, {.seq_parameter_set_id = 5, .pic_order_cnt_type = 2});
-    ReadSps(parser, {.seq_parameter_set_id = 4, .log2_max_frame_num_minus4 = 7});
-    ExpectRecord(parser.spsTable[4], {.seq_parameter_set_id = 4, .log2_max_frame_num_minus4 = 7}, "replaced");
-    ExpectRecord(parser.spsTable[5], {.seq_parameter_set_id = 5, .pic_order_cnt_type = 2}, "other");
+    CAvcParameterTables tables;
+    ReadSps(tables, {.seq_parameter_set_id = 4, .log2_max_frame_num_minus4 = 3});
+    ReadSps(tables, {.seq_parameter_set_id = 5, .pic_order_cnt_type = 2});
+    ReadSps(tables, {.seq_parameter_set_id = 4, .log2_max_frame_num_minus4 = 7});
+    ExpectRecord(tables.FindSps(4), {.seq_parameter_set_id = 4, .log2_max_frame_num_minus4 = 7}, "replaced");
+    ExpectRecord(tables.FindSps(5), {.seq_parameter_set_id = 5, .pic_order_cnt_type = 2}, "other");
 
     const AvcPps sets[] = {{0, 31, 0}, {255, 7, 1}, {1, Huge, 1}, {0, 3, 1}};
     for (const AvcPps& set : sets)
-        ReadPps(parser, set);
+        ReadPps(tables, set);
     for (const AvcPps& set : {sets[1], sets[2], sets[3]}) {
-        const PpsRecord* const record = parser.ppsTable[set.pic_parameter_set_id];
+        const PpsRecord* const record = tables.FindPps(set.pic_parameter_set_id);
         ASSERT_NE(record, nullptr);
         EXPECT_EQ(record->pic_parameter_set_id, set.pic_parameter_set_id);
         EXPECT_EQ(record->seq_parameter_set_id, set.seq_parameter_set_id);
@@ -247,17 +247,18 @@ TEST(AvcParameterSets, TheLatestOfAnIdentifierCountsAndOthersStay)
 
 TEST(AvcPictureParameterSet, CutShortOrOutOfRangeIsNotStored)
 {
-    Parser parser;
+    CAvcParameterTables tables;
     for (const uint32_t identifier : {256u, 257u, Huge})
-        ReadPps(parser, {.pic_parameter_set_id = identifier});
+        ReadPps(tables, {.pic_parameter_set_id = identifier});
     const AvcPps pps = {.pic_parameter_set_id = 9, .seq_parameter_set_id = 30};
     const size_t needed = Write(pps).BitsTo("read");
     for (size_t bits = 0; bits <= needed; ++bits) {
-        for (const PpsRecord* const record : parser.ppsTable)
-            ASSERT_EQ(record, nullptr) << bits;
-        EXPECT_EQ(ReadFirst(bits, pps, parser, &AvcProbe::ReadPictureParameterSetData, nullptr), ResultOk);
+        for (uint32_t identifier = 0; identifier < 300; ++identifier)
+            ASSERT_EQ(tables.FindPps(identifier), nullptr) << bits;
+        SequenceInfo unused;
+        EXPECT_EQ(ReadFirst(bits, pps, tables, unused), ResultOk);
     }
-    EXPECT_NE(parser.ppsTable[9], nullptr);
+    EXPECT_NE(tables.FindPps(9), nullptr);
 }
 
 }  // namespace videoparams::test

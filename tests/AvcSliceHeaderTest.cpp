@@ -1,6 +1,7 @@
+#include "avc/AvcSliceReader.h"
+
 #include "support/AvcStream.h"
 #include "support/PageBytes.h"
-#include "support/Probes.h"
 
 #include <cstring>
 #include <gtest/gtest.h>
@@ -9,13 +10,14 @@ namespace videoparams::test {
 
 namespace {
 
-// A parser that has read one SPS and one PPS, and reads slices.
-class SliceReader : public Created<AvcProbe>
+// Has read one SPS and one PPS, and reads slices.
+class SliceReader
 {
 public:
     explicit SliceReader(const AvcSps& sps = {}, const AvcPps& pps = {})
         : seqParameterSet(sps), picParameterSet(pps)
     {
+        EXPECT_TRUE(scanner.Create());
         Take(sps);
         Take(pps);
     }
@@ -25,33 +27,40 @@ public:
     {
         BitWriter writer;
         set.WriteTo(writer);
-        InitReadData(writer.Written().data(), Size(writer.Written()));
-        VideoInfo info{};
+        const CBitReader bits(writer.Written().data(), Size(writer.Written()));
+        SequenceInfo info;
         constexpr bool IsSps = std::is_same_v<Set, AvcSps>;
-        EXPECT_EQ(IsSps ? ReadSequenceParameterSetData(&info) : ReadPictureParameterSetData(&info), ResultOk);
+        EXPECT_EQ(IsSps ? tables.ReadSps(bits, info) : tables.ReadPps(bits), ResultOk);
     }
 
-    Result ReadUnit(const Bytes& unit)
+    SliceReading ReadUnit(const Bytes& unit)
     {
         const PageBytes page = AtPageEnd(unit);
-        SetData(page.data(), page.size());
-        EXPECT_EQ(BeginNextUnit(avcRules), ResultOk);
-        EXPECT_EQ(OpenHead(avcRules), ResultOk);
-        newPicture = 7;
-        const Result result = ReadSliceHeaderData(nullptr, openUnit.header.nal_unit_type,
-                                                  openUnit.header.nal_ref_idc, &newPicture);
-        bitsRead = static_cast<size_t>(readPtr - openUnit.rbsp) * 8 + readBitPos - 8;
-        return result;
+        scanner.SetData(page.data(), page.size());
+        EXPECT_EQ(scanner.NextUnit(), ScanOutcome::Unit);
+        OpenedSlice slice;
+        const SliceReading reading = reader.Read(slice);
+        newPicture = reading == SliceReading::Read && reader.StartsPicture();
+        bitsRead = slice.rbsp.size * size_t{8} - slice.bits.BitsLeft() - 8;
+        return reading;
     }
 
-    Result Read(const AvcSlice& slice) { return ReadUnit(slice.Write(seqParameterSet, picParameterSet)); }
+    SliceReading Read(const AvcSlice& slice)
+    {
+        return ReadUnit(slice.Write(seqParameterSet, picParameterSet));
+    }
 
-    int32_t newPicture = 7;
-    size_t bitsRead = 0;  // behind the unit header
+    const SliceHeaderRecord& Header() const { return reader.Header(); }
+
+    bool newPicture = false;
+    size_t bitsRead = 0;  // after the unit header
 
 private:
     AvcSps seqParameterSet;
     AvcPps picParameterSet;
+    CNalScanner scanner{avcRules};
+    CAvcParameterTables tables;
+    CAvcSliceReader reader{scanner, tables};
 };
 
 SliceHeaderRecord RecordOf(const AvcSlice& slice)
@@ -125,11 +134,9 @@ TEST(AvcSliceHeader, ReadsEachElementAndCutShortAfterAnyBitAsIfZerosFollowed)
         BitWriter whole;
         c.slice.WriteTo(whole, c.sps, c.pps);
         SliceReader reader(c.sps, c.pps);
-        ASSERT_EQ(reader.Read(c.slice), ResultOk) << &c - sliceCases;
-        EXPECT_TRUE(IsSame(reader.sliceHeader, RecordOf(c.slice))) << &c - sliceCases;
-        EXPECT_TRUE(IsSame(reader.prevSliceHeader, reader.sliceHeader));
-        EXPECT_EQ(reader.newPicture, 0) << "the first slice";
-        EXPECT_EQ(reader.gapsInFrameNumAllowed, c.sps.gaps_in_frame_num_value_allowed_flag);
+        ASSERT_EQ(reader.Read(c.slice), SliceReading::Read) << &c - sliceCases;
+        EXPECT_TRUE(IsSame(reader.Header(), RecordOf(c.slice))) << &c - sliceCases;
+        EXPECT_FALSE(reader.newPicture) << "the first slice";
         EXPECT_EQ(reader.bitsRead, whole.BitsTo("read")) << &c - sliceCases;
 
         SliceReader padded(c.sps, c.pps);
@@ -139,9 +146,9 @@ TEST(AvcSliceHeader, ReadsEachElementAndCutShortAfterAnyBitAsIfZerosFollowed)
             if (bits % 8 != 0)
                 kept.back() = static_cast<unsigned char>(kept.back() & 0xFF00 >> bits % 8);
             const uint32_t type = c.slice.nal_unit_type;
-            const Result result = reader.ReadUnit(AvcUnit(type, kept, 1));
+            const SliceReading result = reader.ReadUnit(AvcUnit(type, kept, 1));
             EXPECT_EQ(padded.ReadUnit(AvcUnit(type, kept + Bytes(300), 1)), result);
-            ASSERT_TRUE(IsSame(reader.sliceHeader, padded.sliceHeader)) << &c - sliceCases << ", " << bits;
+            ASSERT_TRUE(IsSame(reader.Header(), padded.Header())) << &c - sliceCases << ", " << bits;
             ASSERT_EQ(reader.newPicture, padded.newPicture) << &c - sliceCases << ", " << bits;
         }
     }
@@ -159,31 +166,31 @@ TEST(AvcSliceHeader, TellsTheFirstSliceOfAPicture)
         AvcSps sps;
         AvcSlice before;
         AvcSlice now;
-        int32_t newPicture;
+        bool newPicture;
     } cases[] = {
-        {"same", order0, {}, {.first_mb_in_slice = 40, .slice_type = 1}, 0},
-        {"frame_num", order0, {.frame_num = 1}, {.frame_num = 2}, 1},
-        {"IDR", order0, {}, {.nal_unit_type = 5}, 1},
-        {"no IDR", order0, {.nal_unit_type = 5}, {}, 1},
-        {"idr_pic_id", order0, {.nal_unit_type = 5}, {.nal_unit_type = 5, .idr_pic_id = 1}, 1},
-        {"partition A", order0, {}, {.nal_unit_type = 2}, 0},
-        {"reference", order0, {.nal_ref_idc = 2}, {.nal_ref_idc = 0}, 1},
-        {"no reference", order0, {.nal_ref_idc = 0}, {.nal_ref_idc = 1}, 1},
-        {"other nal_ref_idc", order0, {.nal_ref_idc = 3}, {.nal_ref_idc = 1}, 0},
-        {"order lsb", order0, {.pic_order_cnt_lsb = 1}, {.pic_order_cnt_lsb = 3}, 1},
-        {"order bottom", order0, {.delta_pic_order_cnt_bottom = 1}, {.delta_pic_order_cnt_bottom = -1}, 1},
-        {"delta 0", order1, {.delta_pic_order_cnt = {1, 0}}, {.delta_pic_order_cnt = {2, 0}}, 1},
-        {"delta 1", order1, {.delta_pic_order_cnt = {1, 0}}, {.delta_pic_order_cnt = {1, 5}}, 1},
-        {"deltas", order1, {.delta_pic_order_cnt = {1, 5}}, {.delta_pic_order_cnt = {1, 5}}, 0},
-        {"order 2", order2, {.frame_num = 3}, {.frame_num = 3}, 0},
-        {"field", fields, {}, {.field_pic_flag = 1}, 1},
-        {"second field", fields, {.field_pic_flag = 1}, {.field_pic_flag = 1, .bottom_field_flag = 1}, 1},
-        {"same field", fields, {.field_pic_flag = 1}, {.field_pic_flag = 1}, 0},
+        {"same", order0, {}, {.first_mb_in_slice = 40, .slice_type = 1}, false},
+        {"frame_num", order0, {.frame_num = 1}, {.frame_num = 2}, true},
+        {"IDR", order0, {}, {.nal_unit_type = 5}, true},
+        {"no IDR", order0, {.nal_unit_type = 5}, {}, true},
+        {"idr_pic_id", order0, {.nal_unit_type = 5}, {.nal_unit_type = 5, .idr_pic_id = 1}, true},
+        {"partition A", order0, {}, {.nal_unit_type = 2}, false},
+        {"reference", order0, {.nal_ref_idc = 2}, {.nal_ref_idc = 0}, true},
+        {"no reference", order0, {.nal_ref_idc = 0}, {.nal_ref_idc = 1}, true},
+        {"other nal_ref_idc", order0, {.nal_ref_idc = 3}, {.nal_ref_idc = 1}, false},
+        {"order lsb", order0, {.pic_order_cnt_lsb = 1}, {.pic_order_cnt_lsb = 3}, true},
+        {"order bottom", order0, {.delta_pic_order_cnt_bottom = 1}, {.delta_pic_order_cnt_bottom = -1}, true},
+        {"delta 0", order1, {.delta_pic_order_cnt = {1, 0}}, {.delta_pic_order_cnt = {2, 0}}, true},
+        {"delta 1", order1, {.delta_pic_order_cnt = {1, 0}}, {.delta_pic_order_cnt = {1, 5}}, true},
+        {"deltas", order1, {.delta_pic_order_cnt = {1, 5}}, {.delta_pic_order_cnt = {1, 5}}, false},
+        {"order 2", order2, {.frame_num = 3}, {.frame_num = 3}, false},
+        {"field", fields, {}, {.field_pic_flag = 1}, true},
+        {"second field", fields, {.field_pic_flag = 1}, {.field_pic_flag = 1, .bottom_field_flag = 1}, true},
+        {"same field", fields, {.field_pic_flag = 1}, {.field_pic_flag = 1}, false},
     };
     for (const auto& c : cases) {
         SliceReader reader(c.sps, {.bottom_field_pic_order_in_frame_present_flag = 1});
-        ASSERT_EQ(reader.Read(c.before), ResultOk);
-        ASSERT_EQ(reader.Read(c.now), ResultOk);
+        ASSERT_EQ(reader.Read(c.before), SliceReading::Read);
+        ASSERT_EQ(reader.Read(c.now), SliceReading::Read);
         EXPECT_EQ(reader.newPicture, c.newPicture) << c.what;
     }
 }
@@ -192,9 +199,9 @@ TEST(AvcSliceHeader, AnotherPictureParameterSetIsAnotherPicture)
 {
     SliceReader reader;
     reader.Take(AvcPps{.pic_parameter_set_id = 1});
-    ASSERT_EQ(reader.Read({}), ResultOk);
-    ASSERT_EQ(reader.Read({.pic_parameter_set_id = 1}), ResultOk);
-    EXPECT_EQ(reader.newPicture, 1);
+    ASSERT_EQ(reader.Read({}), SliceReading::Read);
+    ASSERT_EQ(reader.Read({.pic_parameter_set_id = 1}), SliceReading::Read);
+    EXPECT_TRUE(reader.newPicture);
 }
 
 TEST(AvcSliceHeader, WithoutItsParameterSetsLeavesTheComparisonAsItWas)
@@ -208,28 +215,23 @@ TEST(AvcSliceHeader, WithoutItsParameterSetsLeavesTheComparisonAsItWas)
                                 .slice_type = 1,
                                 .pic_parameter_set_id = pic_parameter_set_id,
                                 .frame_num = 9};
-        EXPECT_EQ(reader.Read(slice), ResultFailed) << pic_parameter_set_id;
-        EXPECT_EQ(reader.newPicture, 0);
-        EXPECT_TRUE(IsSame(reader.sliceHeader, {3, 1, pic_parameter_set_id, 0, 0, 0, 0, 0, 0, 0, 0, {0, 0}}));
+        EXPECT_EQ(reader.Read(slice), SliceReading::UnknownParameterSets) << pic_parameter_set_id;
+        EXPECT_TRUE(IsSame(reader.Header(), {3, 1, pic_parameter_set_id, 0, 0, 0, 0, 0, 0, 0, 0, {0, 0}}));
     };
     expectRefused(1);
-    EXPECT_EQ(reader.accessUnits.firstSlice, 1u);
-
-    ASSERT_EQ(reader.Read({.first_mb_in_slice = 1, .frame_num = 5}), ResultOk);
-    const SliceHeaderRecord before = reader.prevSliceHeader;
+    ASSERT_EQ(reader.Read({.first_mb_in_slice = 1, .frame_num = 5}), SliceReading::Read);
+    EXPECT_FALSE(reader.newPicture) << "it is still the first slice";
     for (const uint32_t identifier : {1u, 2u, 3u, 4u, 255u, 256u, UINT32_MAX - 1})
         expectRefused(identifier);
-    EXPECT_TRUE(IsSame(reader.prevSliceHeader, before));
-    EXPECT_TRUE(reader.maxFrameNum == 64 && reader.gapsInFrameNumAllowed == 1);
-    ASSERT_EQ(reader.Read({.frame_num = 5}), ResultOk);
-    EXPECT_EQ(reader.newPicture, 0) << "compared with the slice before";
+    ASSERT_EQ(reader.Read({.frame_num = 5}), SliceReading::Read);
+    EXPECT_FALSE(reader.newPicture) << "compared with the last slice that was read";
 }
 
 TEST(AvcSliceHeader, AFrameNumOfMoreBitsThanAnyUnitHasIsZero)
 {
     SliceReader reader({.log2_max_frame_num_minus4 = UINT32_MAX - 1});
-    EXPECT_EQ(reader.ReadUnit(AvcUnit(1, Bytes(200, 0xFF))), ResultOk);
-    EXPECT_EQ(reader.sliceHeader.frame_num, 0u);
+    EXPECT_EQ(reader.ReadUnit(AvcUnit(1, Bytes(200, 0xFF))), SliceReading::Read);
+    EXPECT_EQ(reader.Header().frame_num, 0u);
 }
 
 }  // namespace videoparams::test

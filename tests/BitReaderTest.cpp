@@ -1,8 +1,10 @@
+#include "bitstream/BitReader.h"
+
 #include "support/BitWriter.h"
 #include "support/PageBytes.h"
-#include "support/Probes.h"
 
 #include <gtest/gtest.h>
+#include <optional>
 
 namespace videoparams::test {
 
@@ -15,19 +17,19 @@ protected:
     void Begin(const Bytes& bytes)
     {
         page.emplace(bytes, SIZE_MAX, PageBytes::Side::End);
-        reader.InitReadData(page->data(), page->size());
+        reader = CBitReader(page->data(), page->size());
     }
 
-    // Bits consumed since the beginning, by what the reader says of its place.
+    // Bits consumed since the beginning, as reported by the reader.
     size_t Position() const
     {
-        const unsigned char* at = nullptr;
-        EXPECT_EQ(reader.GetDataPtr(&at), ResultOk);
-        EXPECT_EQ(at + reader.readBytesLeft, page->end());
-        return static_cast<size_t>(at - page->data()) * 8 + reader.readBitPos;
+        const size_t position = page->size() * size_t{8} - reader.BitsLeft();
+        EXPECT_EQ(reader.BytePosition(), position / 8);
+        EXPECT_EQ(reader.AtEnd(), reader.BitsLeft() == 0);
+        return position;
     }
 
-    Created<BaseProbe> reader;
+    CBitReader reader;
     std::optional<PageBytes> page;
 };
 
@@ -40,41 +42,41 @@ TEST_F(BitReader, TakesBitsMostSignificantFirstAcrossBytes)
     Begin({0xA5, 0xAB, 0xCD, 0xEF, 0x12, 0x34, 0x56, 0x78});
     size_t consumed = 0;
     for (const auto& [count, value] : reads) {
-        EXPECT_EQ(reader.ReadData(count), value);
+        EXPECT_EQ(reader.Bits(count), value);
         EXPECT_EQ(Position(), consumed += count);
     }
-    EXPECT_FALSE(reader.readPastEnd);
+    EXPECT_FALSE(reader.PastEnd());
 }
 
 TEST_F(BitReader, ReadsZerosBehindTheEndAndSaysSoUntilInitialised)
 {
     Begin({0xFF});
-    EXPECT_EQ(reader.ReadData(12), 0xFF0u);
+    EXPECT_EQ(reader.Bits(12), 0xFF0u);
     EXPECT_EQ(Position(), 8u);
-    EXPECT_TRUE(reader.readPastEnd);
-    EXPECT_EQ(reader.ReadData(32) + reader.GetUE() + static_cast<uint32_t>(reader.GetSE()), 0u);
+    EXPECT_TRUE(reader.PastEnd());
+    EXPECT_EQ(reader.Bits(32) + reader.Ue() + static_cast<uint32_t>(reader.Se()), 0u);
     EXPECT_EQ(Position(), 8u);
     Begin({});
-    EXPECT_EQ(reader.ReadData(0), 0u);
-    EXPECT_FALSE(reader.readPastEnd);
-    EXPECT_EQ(reader.ReadData(1), 0u);
-    EXPECT_TRUE(reader.readPastEnd);
+    EXPECT_EQ(reader.Bits(0), 0u);
+    EXPECT_FALSE(reader.PastEnd());
+    EXPECT_EQ(reader.Bits(1), 0u);
+    EXPECT_TRUE(reader.PastEnd());
 }
 
 TEST_F(BitReader, OfMoreThan32BitsGivesTheLast32)
 {
     Begin({0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77, 0x88, 0x99});
-    reader.ReadData(4);
-    EXPECT_EQ(reader.ReadData(43), 0x19A22AB3u) << "bits 15 to 46: 0, 33, 44, 55, 0110011";
+    reader.Bits(4);
+    EXPECT_EQ(reader.Bits(43), 0x19A22AB3u) << "bits 15 to 46: 0, 33, 44, 55, 0110011";
     EXPECT_EQ(Position(), 47u);
-    EXPECT_EQ(reader.ReadData(40), 0xC44C8000u) << "25 bits and 15 zeros, the first 8 dropped";
-    EXPECT_TRUE(reader.readPastEnd);
+    EXPECT_EQ(reader.Bits(40), 0xC44C8000u) << "25 bits and 15 zeros, the first 8 dropped";
+    EXPECT_TRUE(reader.PastEnd());
     for (const uint32_t count : {33u, 100u, UINT32_MAX}) {
         Begin({0xFF, 0xFF});
-        reader.ReadData(3);
-        EXPECT_EQ(reader.ReadData(count), count == 33 ? 0xFFF00000u : 0u);
+        reader.Bits(3);
+        EXPECT_EQ(reader.Bits(count), count == 33 ? 0xFFF00000u : 0u);
         EXPECT_EQ(Position(), 16u);
-        EXPECT_TRUE(reader.readPastEnd);
+        EXPECT_TRUE(reader.PastEnd());
     }
 }
 
@@ -106,11 +108,11 @@ TEST_F(BitReader, ReadsExpGolombCodes)
     };
     for (const auto& c : cases) {
         Begin(c.bytes);
-        EXPECT_EQ(reader.GetUE(), c.ue) << Hex(c.bytes);
+        EXPECT_EQ(reader.Ue(), c.ue) << Hex(c.bytes);
         EXPECT_EQ(Position(), c.consumed) << Hex(c.bytes);
-        EXPECT_EQ(reader.readPastEnd, c.pastEnd) << Hex(c.bytes);
+        EXPECT_EQ(reader.PastEnd(), c.pastEnd) << Hex(c.bytes);
         Begin(c.bytes);
-        EXPECT_EQ(reader.GetSE(), c.se) << Hex(c.bytes);
+        EXPECT_EQ(reader.Se(), c.se) << Hex(c.bytes);
     }
 }
 

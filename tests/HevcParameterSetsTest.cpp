@@ -1,7 +1,8 @@
+#include "hevc/HevcParameterSets.h"
+
 #include "support/Analysis.h"
 #include "support/HevcStream.h"
 #include "support/PageBytes.h"
-#include "support/Probes.h"
 
 #include <gtest/gtest.h>
 
@@ -16,7 +17,7 @@ const Window window = {.left = 1, .right = 8, .top = 2, .bottom = 4};
 // Reads a parameter set whose last `missing` bits are cut off: with some bits in front that are stepped over,
 // the data may end behind any bit.
 template <typename Set>
-VideoInfo Read(const Set& set, size_t missing = 0)
+SequenceInfo Read(const Set& set, size_t missing = 0)
 {
     const auto inFront = static_cast<unsigned>(missing % 8);
     BitWriter alone;
@@ -25,17 +26,17 @@ VideoInfo Read(const Set& set, size_t missing = 0)
     writer.U(inFront, 0);
     set.WriteTo(writer);
     const PageBytes rbsp = AtPageEnd(writer.Written(), (inFront + alone.BitCount() - missing) / 8);
-    Created<HevcProbe> parser;
-    parser.InitReadData(rbsp.data(), rbsp.size());
-    parser.ReadData(inFront);
-    VideoInfo info{};
-    constexpr bool IsVps = std::is_same_v<Set, HevcVps>;
-    EXPECT_EQ(IsVps ? parser.ReadVideoParameterSetData(&info) : parser.ReadSequenceParameterSetData(&info),
-              0);
+    CBitReader bits(rbsp.data(), rbsp.size());
+    bits.Bits(inFront);
+    SequenceInfo info;
+    if constexpr (std::is_same_v<Set, HevcVps>)
+        ReadHevcVps(bits, info);
+    else
+        ReadHevcSps(bits, info);
     return info;
 }
 
-bool HasTiming(const VideoInfo& info)
+bool HasTiming(const SequenceInfo& info)
 {
     EXPECT_EQ(info.frameRateNumerator, info.frameRateDenominator == 0 ? 0u : 60000u);
     EXPECT_EQ(info.frameRateDenominator, info.frameRateNumerator == 0 ? 0u : 1001u);
@@ -126,7 +127,7 @@ TEST(HevcParameterSets, GiveAfterEveryBitWhatWasReadWhole)
         BitWriter whole;
         vps.WriteTo(whole);
         for (size_t left = 0; left <= whole.BitCount(); ++left) {
-            const VideoInfo info = Read(vps, whole.BitCount() - left);
+            const SequenceInfo info = Read(vps, whole.BitCount() - left);
             EXPECT_EQ(HasTiming(info), left >= whole.BitsTo("timing")) << left;
             EXPECT_EQ(info.sequenceInfoValid, 0u);
         }
@@ -138,7 +139,7 @@ TEST(HevcParameterSets, GiveAfterEveryBitWhatWasReadWhole)
         BitWriter whole;
         row.Sps().WriteTo(whole);
         for (size_t left = 0; left <= whole.BitCount(); ++left) {
-            const VideoInfo info = Read(row.Sps(), whole.BitCount() - left);
+            const SequenceInfo info = Read(row.Sps(), whole.BitCount() - left);
             const bool hasSize = left >= whole.BitsTo("size");
             ASSERT_EQ(info.sequenceInfoValid, hasSize ? 1u : 0u) << row.name << ", " << left << " bits";
             ASSERT_EQ(info.width, hasSize ? row.width : 0u) << row.name << ", " << left << " bits";
@@ -154,7 +155,7 @@ TEST(HevcParameterSets, MoreThanSixtyFourReferencePictureSetsEndTheReading)
 {
     HevcSps sps = {.vui = timedVui};
     sps.refPicSets.assign(65, {1, 1});
-    const VideoInfo info = Read(sps);
+    const SequenceInfo info = Read(sps);
     EXPECT_TRUE(info.width == 416 && info.sequenceInfoValid == 1);
     EXPECT_TRUE(info.video_format == 0 && !HasTiming(info));
 }

@@ -1,4 +1,3 @@
-#include "memory/HeapBuffer.h"
 #include "support/AvcStream.h"
 #include "support/FailingHeap.h"
 #include "support/PageBytes.h"
@@ -30,7 +29,7 @@ struct Unit
 class NalIteration : public testing::Test
 {
 protected:
-    Created<AvcProbe> parser;
+    AvcParser parser;
 
     Unit Next()
     {
@@ -134,15 +133,15 @@ TEST_F(NalIteration, HandsOutEveryUnitAndSkipsWhatHasNoHeader)
     EXPECT_TRUE(Next().IsNone());
 }
 
-// The buffer went when there was no memory for a larger one.
+// The block for the RBSP went when there was no memory for a larger one.
 TEST_F(NalIteration, HandsOutNoSliceWithoutMemoryForItsFirstBytes)
 {
-    FreeBuffer(parser.rbspBuffer);
-    parser.rbspBufferSize = 0;
-    Bytes slice = AvcSlice{}.Write();
-    parser.SetVideoData(slice.data(), Size(slice));
-    FailingHeap heap(1, FailingHeap::Failure::Once);
+    Bytes stream = AvcUnit(7, Bytes(3000, 0x42)) + AvcUnit(5, {0x88, 0x80, 0, 0, 3, 0, 0, 3, 1});
+    parser.SetVideoData(stream.data(), Size(stream));
+    FailingHeap heap(1, FailingHeap::Failure::ForGood);
     EXPECT_TRUE(heap.During([&] { return Next(); }).IsNone());
+    EXPECT_TRUE(heap.During([&] { return Next(); }).IsNone());
+    EXPECT_EQ(heap.Allocations(), 2u);
 }
 
 TEST_F(NalIteration, IsEndedByEveryOtherOperationThatScans)
@@ -157,7 +156,7 @@ TEST_F(NalIteration, IsEndedByEveryOtherOperationThatScans)
     unsigned char** units;
     uint32_t* sizes;
     const std::function<void(unsigned char* data)> operations[] = {
-        [&](auto* data) { parser.ReadVideoParams(data, 9, &info, 0); },
+        [&](auto* data) { parser.ReadVideoParams(data, 9, &info); },
         [&](auto* data) { parser.VideoSampleTest(data, 9, &test); },
         [&](auto* data) { parser.QuerySliceType(data == nullptr ? stream.data() : data, 9, type); },
         [&](auto* data) { parser.GetNalFromFrame(data, 9, &count, &units, &sizes); },
@@ -172,13 +171,12 @@ TEST_F(NalIteration, IsEndedByEveryOtherOperationThatScans)
             parser.SetVideoData(stream.data(), Size(stream));
             EXPECT_EQ(Next().data, stream.data());
             operation(data);
-            EXPECT_EQ(parser.scanData, nullptr) << &operation - operations;
             EXPECT_TRUE(Next().IsNone()) << &operation - operations;
         }
     }
 }
 
-TEST_F(NalIteration, SplitsAFrameIntoArraysOfExactCapacity)
+TEST_F(NalIteration, SplitsAFrameIntoItsUnits)
 {
     Bytes three = AvcSps{}.Write() + AvcPps{}.Write(StartCode::ThreeBytes) + AvcSlice{}.Write();
     Bytes two = Bytes{7, 0} + AvcDelimiter() + AvcSlice{}.Write();
@@ -192,7 +190,6 @@ TEST_F(NalIteration, SplitsAFrameIntoArraysOfExactCapacity)
         for (uint32_t i = 0; i < count; ++i)
             EXPECT_EQ(CopyOf(units[i], sizes[i]), expected[i]);
         EXPECT_EQ(units[count - 1] + sizes[count - 1], frame->data() + frame->size());
-        EXPECT_EQ(parser.nalArrayCapacity, 3u);
     }
     Bytes noStartCode(5, 1);
     const std::pair<uint32_t, int64_t> empties[] = {{0, 0}, {4, 0}, {5, -1}};
@@ -213,7 +210,6 @@ TEST_F(NalIteration, SplitsAMillionTinyUnitsWithFewAllocations)
     FailingHeap heap;
     heap.During([&] { return parser.GetNalFromFrame(frame.data(), Size(frame), &count, &units, &sizes); });
     ASSERT_EQ(count, UnitCount);
-    EXPECT_EQ(parser.nalArrayCapacity, UnitCount);
     EXPECT_EQ(units[UnitCount - 1] + sizes[UnitCount - 1], frame.data() + frame.size());
     EXPECT_LT(heap.Allocations(), 100u);
 }

@@ -1,13 +1,12 @@
+#include "bitstream/NalScanner.h"
+
 #include "support/PageBytes.h"
-#include "support/Probes.h"
 
 #include <gtest/gtest.h>
 
 namespace videoparams::test {
 
 namespace {
-
-using Parser = Created<BaseProbe>;
 
 // The rule of the search, word by word: five bytes at least, counted from the first zero.
 const unsigned char* SlowStartCode(const unsigned char* at, const unsigned char* end)
@@ -19,34 +18,56 @@ const unsigned char* SlowStartCode(const unsigned char* at, const unsigned char*
     return nullptr;
 }
 
-// Takes all units and then once more, when nothing may be written.
-std::vector<Bytes> TakeAll(Parser& parser, const unsigned char* data, size_t size, Result lastResult)
+bool HasUnit(ScanOutcome outcome)
+{
+    return outcome == ScanOutcome::Unit || outcome == ScanOutcome::BareStartCode;
+}
+
+// The units, their ends found by a search.
+std::vector<Bytes> TakeAll(CNalScanner& scanner, const unsigned char* data, size_t size, ScanOutcome last)
 {
     std::vector<Bytes> units;
-    parser.SetData(data, static_cast<uint32_t>(size));
+    scanner.SetData(data, static_cast<uint32_t>(size));
     while (true) {
-        const unsigned char* unit = nullptr;
-        uint32_t unitSize = 42;
-        const Result result = parser.GetNalDataEx(&unit, &unitSize);
-        if (unit == nullptr) {
-            EXPECT_EQ(result, lastResult) << Hex(CopyOf(data, size));
-            EXPECT_EQ(unitSize, 42u);
+        const ScanOutcome outcome = scanner.NextUnit();
+        if (!HasUnit(outcome)) {
+            EXPECT_EQ(outcome, last) << Hex(CopyOf(data, size));
             return units;
         }
-        units.push_back(CopyOf(unit, unitSize));
+        scanner.EndUnit();
+        const NalUnit& unit = scanner.Unit();
+        units.push_back(CopyOf(unit.data, unit.size));
+        EXPECT_EQ(outcome == ScanOutcome::BareStartCode, unit.header.nal_unit_type == NoType);
+        EXPECT_EQ(outcome == ScanOutcome::BareStartCode, unit.size == (unit.data[2] == 1 ? 3u : 4u));
     }
 }
 
-// The same by the copies that are made on the way, into room that may be too small.
-std::vector<Bytes> CopyAll(Parser& parser, const unsigned char* data, size_t size, size_t roomSize)
+// The same while they are copied, into room that may be too small.
+std::vector<Bytes> CopyAll(CNalScanner& scanner, const unsigned char* data, size_t size, size_t roomSize)
 {
     std::vector<Bytes> units;
     Bytes room(roomSize);
-    parser.SetData(data, static_cast<uint32_t>(size));
-    while (parser.BeginUnit(), parser.openUnit.data != nullptr) {
-        const bool isCopied = parser.EndUnitInto(room.data(), Size(room));
-        EXPECT_EQ(isCopied, parser.openUnit.size <= roomSize);
-        units.push_back(CopyOf(isCopied ? room.data() : parser.openUnit.data, parser.openUnit.size));
+    scanner.SetData(data, static_cast<uint32_t>(size));
+    while (HasUnit(scanner.NextUnit())) {
+        const bool isCopied = scanner.EndUnitInto(room.data(), Size(room));
+        const NalUnit& unit = scanner.Unit();
+        EXPECT_EQ(isCopied, unit.size <= roomSize);
+        units.push_back(CopyOf(isCopied ? room.data() : unit.data, unit.size));
+    }
+    return units;
+}
+
+// The same while their heads are opened, which may end them.
+std::vector<Bytes> OpenAll(CNalScanner& scanner, const unsigned char* data, size_t size)
+{
+    std::vector<Bytes> units;
+    scanner.SetData(data, static_cast<uint32_t>(size));
+    for (ScanOutcome outcome = scanner.NextUnit(); HasUnit(outcome); outcome = scanner.NextUnit()) {
+        if (outcome == ScanOutcome::Unit) {
+            EXPECT_TRUE(scanner.OpenHead().has_value());
+        }
+        scanner.EndUnit();
+        units.push_back(CopyOf(scanner.Unit().data, scanner.Unit().size));
     }
     return units;
 }
@@ -57,7 +78,8 @@ TEST(NalScanner, DeliversUnitsByTheRuleOfAllShortStrings)
 {
     constexpr size_t MaxLength = 11;
     const PageBytes page = AtPageEnd(Bytes(MaxLength));
-    Parser parser;
+    CNalScanner scanner(avcRules);
+    ASSERT_TRUE(scanner.Create());
     size_t strings = 1;
     for (size_t length = 0; length <= MaxLength; ++length, strings *= 3) {
         unsigned char* const begin = page.data() + MaxLength - length;
@@ -67,16 +89,17 @@ TEST(NalScanner, DeliversUnitsByTheRuleOfAllShortStrings)
 
             std::vector<Bytes> expected;
             const unsigned char* at = SlowStartCode(begin, page.end());
-            const Result lastResult = at != nullptr || length < 5 ? 0 : -1;
+            const ScanOutcome last =
+                at != nullptr || length < 5 ? ScanOutcome::End : ScanOutcome::NoStartCode;
             while (at != nullptr) {
                 const unsigned char* const next = SlowStartCode(at + (at[2] == 1 ? 3 : 4), page.end());
                 expected.emplace_back(at, next != nullptr ? next : page.end());
                 at = next;
             }
-            ASSERT_EQ(TakeAll(parser, begin, length, lastResult), expected)
+            ASSERT_EQ(TakeAll(scanner, begin, length, last), expected) << Hex(Bytes(begin, begin + length));
+            ASSERT_EQ(CopyAll(scanner, begin, length, number % (MaxLength + 2)), expected)
                 << Hex(Bytes(begin, begin + length));
-            ASSERT_EQ(CopyAll(parser, begin, length, number % (MaxLength + 2)), expected)
-                << Hex(Bytes(begin, begin + length));
+            ASSERT_EQ(OpenAll(scanner, begin, length), expected) << Hex(Bytes(begin, begin + length));
         }
     }
 }

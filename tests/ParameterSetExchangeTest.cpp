@@ -19,11 +19,30 @@ Bytes WithoutStartCode(const Bytes& unit)
     return {unit.begin() + 4, unit.end()};
 }
 
-int64_t Set(CParserBase& parser, const Bytes& sps, const Bytes& pps)
+// An exchange, and the key frames that it completes.
+struct Exchange
+{
+    Exchange() { EXPECT_TRUE(scanner.Create()); }
+
+    // What is put into a key frame: both units and their description.
+    Bytes Held(uint32_t width)
+    {
+        AccessUnit unit;
+        const SequenceInfo* const info = exchange.Complete(unit);
+        EXPECT_EQ(info != nullptr ? info->width : 0, width);
+        return CopyOf(unit.bytes.data, unit.bytes.length);
+    }
+
+    CNalScanner scanner{avcRules};
+    CAvcParameterTables tables;
+    CAvcParameterSetExchange exchange{scanner, tables};
+};
+
+int64_t Set(Exchange& held, const Bytes& sps, const Bytes& pps)
 {
     const PageBytes spsInput = AtPageEnd(sps);
     const PageBytes ppsInput = AtPageEnd(pps);
-    return parser.SetParameterSetData(spsInput.data(), spsInput.size(), ppsInput.data(), ppsInput.size());
+    return held.exchange.Hold(spsInput.data(), spsInput.size(), ppsInput.data(), ppsInput.size());
 }
 
 TEST(SetParameterSetData, HoldsWhatItIsGivenBehindAStartCode)
@@ -38,35 +57,32 @@ TEST(SetParameterSetData, HoldsWhatItIsGivenBehindAStartCode)
         bool addsToSps;
         bool addsToPps;
         int64_t result;
+        uint32_t width = 160;  // of the description; 0: none, since the SPS could not be read
     } const cases[] = {
         {"four bytes", sps, pps, false, false, 0},
         {"three bytes", plainSps.Write(StartCode::ThreeBytes), plainPps.Write(StartCode::ThreeBytes), false,
          false, 0},
         {"none", WithoutStartCode(sps), WithoutStartCode(pps), true, true, 0},
-        {"of other types", pps, sps, false, false, 0},
-        {"one byte", {0x67}, {0x68}, true, true, 0},
-        {"two bytes alike", {0, 1, 7}, {0, 0, 7, 1}, true, true, 0},
-        {"zeros alone", {0, 0}, pps, true, false, 0},
-        {"three zeros", {0, 0, 0}, {0, 0, 0, 7}, true, true, 0},
+        {"of other types", pps, sps, false, false, 0, 0},
+        {"one byte", {0x67}, {0x68}, true, true, 0, 0},
+        {"two bytes alike", {0, 1, 7}, {0, 0, 7, 1}, true, true, 0, 0},
+        {"zeros alone", {0, 0}, pps, true, false, 0, 0},
+        {"three zeros", {0, 0, 0}, {0, 0, 0, 7}, true, true, 0, 0},
         {"four zeros", sps, {0, 0, 0, 0, 1}, false, true, 0},
         {"two start codes", sps, {0, 0, 0, 1, 0, 0, 1, 0x68, 0xCE}, false, false, -1},
-        {"a start code alone", {0, 0, 1}, pps, false, false, -1},
+        {"a start code alone", {0, 0, 1}, pps, false, false, -1, 0},
         {"too short", sps, {0, 0, 1, 0x68}, false, false, -1},
-        {"forbidden_zero_bit", {0xE7, 1, 2, 3}, pps, true, false, -1},
+        {"forbidden_zero_bit", {0xE7, 1, 2, 3}, pps, true, false, -1, 0},
         {"forbidden_zero_bit of the PPS", sps, {0xE8, 1, 2}, false, true, -1},
     };
     for (const auto& row : cases) {
-        Created<AvcProbe> parser;
-        EXPECT_EQ(Set(parser, row.sps, row.pps), row.result) << row.name;
+        Exchange held;
+        EXPECT_EQ(Set(held, row.sps, row.pps), row.result) << row.name;
         const Bytes heldSps = (row.addsToSps ? startCode : Bytes{}) + row.sps;
         const Bytes heldPps = (row.addsToPps ? startCode : Bytes{}) + row.pps;
-        EXPECT_EQ(CopyOf(parser.spsData, parser.spsLength), heldSps) << row.name;
-        EXPECT_EQ(CopyOf(parser.ppsData, parser.ppsLength), heldPps) << row.name;
-        EXPECT_EQ(parser.spsCapacity, std::max(Size(heldSps), 10u)) << row.name;
-        EXPECT_EQ(parser.ppsCapacity, std::max(Size(heldPps), 10u)) << row.name;
-        EXPECT_EQ(Set(parser, otherSps.Write(), {0x68}), 0) << row.name;
-        EXPECT_GE(parser.ppsCapacity, Size(heldPps)) << "never shrinks";
-        EXPECT_EQ(parser.parameterSetInfo.width, 320u) << row.name;
+        EXPECT_EQ(Hex(held.Held(row.width)), Hex(heldSps + heldPps)) << row.name;
+        EXPECT_EQ(Set(held, otherSps.Write(), {0x68}), 0) << row.name;
+        EXPECT_EQ(Hex(held.Held(320)), Hex(otherSps.Write() + startCode + Bytes{0x68})) << row.name;
     }
 }
 
@@ -75,21 +91,16 @@ TEST(SetParameterSetData, APairStaysAPairWhenMemoryRunsOut)
 {
     const Bytes longPps = plainPps.Write() + Bytes(50, 0x55);
     for (uint64_t failAt = 1; failAt <= 2; ++failAt) {
-        Created<AvcProbe> parser;
-        ASSERT_EQ(Set(parser, plainSps.Write(), plainPps.Write()), 0);
+        Exchange held;
+        ASSERT_EQ(Set(held, plainSps.Write(), plainPps.Write()), 0);
         FailingHeap heap(failAt, FailingHeap::Failure::ForGood);
         const Bytes sps = otherSps.Write() + Bytes(50, 0x55);
-        const PageBytes spsInput = AtPageEnd(sps);
-        const PageBytes ppsInput = AtPageEnd(longPps);
         EXPECT_EQ(heap.During([&] {
-            return parser.SetParameterSetData(spsInput.data(), spsInput.size(), ppsInput.data(),
-                                              ppsInput.size());
+            return held.exchange.Hold(sps.data(), Size(sps), longPps.data(), Size(longPps));
         }),
                   -1);
         EXPECT_TRUE(heap.HasFailed());
-        EXPECT_EQ(CopyOf(parser.spsData, parser.spsLength), plainSps.Write());
-        EXPECT_EQ(CopyOf(parser.ppsData, parser.ppsLength), plainPps.Write());
-        EXPECT_EQ(parser.parameterSetInfo.width, 160u);
+        EXPECT_EQ(Hex(held.Held(160)), Hex(plainSps.Write() + plainPps.Write()));
     }
 }
 
@@ -122,7 +133,7 @@ TEST(GetParameterSetData, FindsTheLastOfEachKind)
         {"four bytes", {0, 0, 1, 0x67}, {}, {}, 0},
         {"no start code", Bytes(5, 0x67), {}, {}, -1},
     };
-    Created<AvcProbe> parser;
+    AvcParser parser;
     for (const auto& row : cases) {
         const PageBytes stream = AtPageEnd(row.stream);
         unsigned char marker = 0;
@@ -134,8 +145,6 @@ TEST(GetParameterSetData, FindsTheLastOfEachKind)
         EXPECT_EQ(found.pps == nullptr, found.ppsSize == 0) << row.name;
         EXPECT_TRUE(found.vps == nullptr && found.vpsSize == 0) << row.name;
     }
-    EXPECT_EQ(parser.spsTable[0], nullptr) << "nothing is read";
-    EXPECT_EQ(parser.spsLength, 0u) << "nothing is held";
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 // QueryType and VideoSampleTest.
 
-#include "memory/HeapBuffer.h"
 #include "support/Analysis.h"
 #include "support/AvcStream.h"
 #include "support/FailingHeap.h"
@@ -48,7 +47,7 @@ TEST(PictureType, IsThatOfTheFirstSliceOfTypeOneOrFive)
         {"nothing", {}, -1},
         {"a slice of its header alone", Bytes{0, 0, 1, 0x65} + SliceOf(1, 5), 0},
     };
-    Created<AvcProbe> parser;
+    AvcParser parser;
     for (const auto& row : cases) {
         const PageBytes sample = AtPageEnd(row.sample);
         auto type = static_cast<VideoPicType>(77);
@@ -56,24 +55,24 @@ TEST(PictureType, IsThatOfTheFirstSliceOfTypeOneOrFive)
         EXPECT_EQ(result, row.type == -1 ? -1 : 0) << row.name;
         EXPECT_EQ(type, row.type) << row.name;
     }
-    EXPECT_EQ(parser.spsTable[0], nullptr);
-    EXPECT_EQ(parser.accessUnits.firstSlice, 1u);
 }
 
-// The buffer went when there was no memory for a larger one.
+// The block for the RBSP went when there was no memory for a larger one.
 TEST(PictureType, IsUnknownWithoutMemoryForTheFirstBytesOfASlice)
 {
-    Created<AvcProbe> parser;
-    FreeBuffer(parser.rbspBuffer);
-    parser.rbspBufferSize = 0;
-    const Bytes slice = SliceOf(1, 5);
+    AvcParser parser;
+    const Bytes large = AvcUnit(7, Bytes(3000, 0x42));
+    const Bytes slice = AvcUnit(5, {0x88, 0x80, 0, 0, 3, 0, 0, 3, 1});
+    VideoInfoEx test;
     auto type = static_cast<VideoPicType>(77);
-    FailingHeap heap(1, FailingHeap::Failure::Once);
+    FailingHeap heap(1, FailingHeap::Failure::ForGood);
+    EXPECT_EQ(heap.During([&] { return parser.VideoSampleTest(large.data(), Size(large), &test); }), -1);
     const auto query = [&] { return parser.QuerySliceType(slice.data(), Size(slice), type); };
     EXPECT_EQ(heap.During(query), -1);
     EXPECT_EQ(type, VideoPicUnknown);
+    heap.Recover();
     EXPECT_EQ(heap.During(query), 0);
-    EXPECT_EQ(type, VideoPicAllP);
+    EXPECT_EQ(type, VideoPicAllI);
 }
 
 // A sample in a few letters: D an IDR picture, I P B reference pictures, b no reference; frame_num; t or f
@@ -105,7 +104,7 @@ Sample ReadSample(const std::string& text, const AvcSps& sps)
     return sample;
 }
 
-VideoInfoEx Tested(AvcProbe& parser, const Bytes& sample, Result expectedResult = 0)
+VideoInfoEx Tested(CParseAVCParams& parser, const Bytes& sample, Result expectedResult = 0)
 {
     const PageBytes input = AtPageEnd(sample);
     VideoInfoEx test{77, 77, 77};
@@ -159,7 +158,7 @@ TEST(SampleTest, FlagsWhatBreaksTheSequence)
         {"field pairs behind an intra frame, bottom first", fields, "D0 P1b P1t P2b P2t"},
     };
     for (const auto& row : cases) {
-        Created<AvcProbe> parser;
+        AvcParser parser;
         const Bytes rowSets = row.sps.Write() + AvcPps{}.Write();
         EXPECT_EQ(Text(Tested(parser, rowSets)), Text({0, 0, 0}));
         std::istringstream samples(row.samples);
@@ -174,14 +173,13 @@ TEST(SampleTest, FlagsWhatBreaksTheSequence)
 
 TEST(SampleTest, LooksAtTheFirstSliceAlone)
 {
-    Created<AvcProbe> parser;
+    AvcParser parser;
     const Bytes partition = AvcSlice{.nal_unit_type = 2, .slice_type = 2, .frame_num = 1}.Write();
     EXPECT_EQ(Text(Tested(parser, sets + SliceOf(5, 5))), Text({0, 1, 1}))
         << "an IDR slice is intra whatever it says";
     EXPECT_EQ(Text(Tested(parser, partition + AvcSlice{.frame_num = 9}.Write())), Text({0, 1, 1}));
     EXPECT_EQ(Text(Tested(parser, AvcSlice{.slice_type = 9, .frame_num = 2}.Write())), Text({0, 1, 0}))
         << "SI";
-    EXPECT_EQ(parser.prevRefFrameNum, 2u);
 }
 
 TEST(SampleTest, SaysWhatItCannotTest)
@@ -189,7 +187,7 @@ TEST(SampleTest, SaysWhatItCannotTest)
     const Bytes unknownPps = AvcSlice{.pic_parameter_set_id = 4}.Write();
     const Bytes unknownSps =
         AvcPps{.pic_parameter_set_id = 4, .seq_parameter_set_id = 9}.Write() + unknownPps;
-    Created<AvcProbe> parser;
+    AvcParser parser;
     EXPECT_EQ(Text(Tested(parser, SliceOf(5, 7), -1)), Text({1, 0, 0}));
     EXPECT_EQ(Text(Tested(parser, sets + unknownPps, -1)), Text({1, 0, 0}));
     EXPECT_EQ(Text(Tested(parser, unknownSps, -1)), Text({1, 0, 0}));
@@ -200,6 +198,27 @@ TEST(SampleTest, SaysWhatItCannotTest)
     VideoInfoEx test{77, 77, 77};
     EXPECT_EQ(parser.VideoSampleTest(nullptr, 100, &test), 0);
     EXPECT_EQ(Text(test), Text({0, 0, 0}));
+}
+
+// The unit header of the first slice.
+unsigned SliceHeaderByte(const Bytes& sample)
+{
+    for (const Bytes& unit : SplitUnits(sample)) {
+        const unsigned header = unit[unit[2] == 1 ? 3 : 4];
+        if (header % 32 == 1 || header % 32 == 5)
+            return header;
+    }
+    return 0;
+}
+
+bool IsIdr(unsigned unitHeader)
+{
+    return unitHeader % 32 == 5;
+}
+
+bool IsReference(unsigned unitHeader)
+{
+    return unitHeader >> 5 != 0;
 }
 
 // Behind a reference picture that was cut out, the test flags the pictures that are no reference, and the
@@ -215,33 +234,33 @@ TEST(SampleTest, FlagsWhatWasCutOutOfRealStreamsAndNothingInWholeOnes)
         const bool hasFields = accessUnits.at("structures").get<std::string>().find('T') != std::string::npos;
         const Bytes stream = testStream.Read();
         std::vector<Bytes> samples;
-        std::vector<SliceHeaderRecord> headers;
-        Created<AvcProbe> whole;
+        std::vector<unsigned> unitHeaders;  // of the first slices
+        AvcParser whole;
         for (auto at = stream.begin(); at != stream.end(); at += ptrdiff_t(samples.back().size())) {
             samples.emplace_back(at, at + accessUnits.at("sizes")[samples.size()].get<ptrdiff_t>());
             VideoPicType type{};
             EXPECT_EQ(whole.QuerySliceType(samples.back().data(), Size(samples.back()), type), 0);
             EXPECT_EQ("PBI"[type % 5], letters[samples.size() - 1]) << testStream.name;
             EXPECT_TRUE(Tested(whole, samples.back()).sampleError == 0 || hasFields) << testStream.name;
-            headers.push_back(whole.sliceHeader);
+            unitHeaders.push_back(SliceHeaderByte(samples.back()));
         }
         for (size_t cut = 0; cut < samples.size() && !hasFields; ++cut) {
-            if (headers[cut].IdrPicFlag)
+            if (IsIdr(unitHeaders[cut]))
                 continue;
-            Created<AvcProbe> parser;
+            AvcParser parser;
             bool isOpen = false;  // nothing has closed the gap yet
             for (size_t i = 0; i < samples.size(); ++i) {
                 if (i == cut) {
-                    isOpen = headers[i].nal_ref_idc != 0;
+                    isOpen = IsReference(unitHeaders[i]);
                     continue;
                 }
-                isOpen = isOpen && !headers[i].IdrPicFlag;
+                isOpen = isOpen && !IsIdr(unitHeaders[i]);
                 const size_t dropped = i % 3 == 0 ? samples[i].size() / 100 : 0;
                 const Bytes sample(samples[i].begin(), samples[i].end() - ptrdiff_t(dropped));
                 ASSERT_EQ(Tested(parser, sample).sampleError, isOpen)
                     << testStream.name << " without " << cut << ", at " << i;
                 flagCount += isOpen ? 1 : 0;
-                isOpen = isOpen && headers[i].nal_ref_idc == 0;
+                isOpen = isOpen && !IsReference(unitHeaders[i]);
             }
         }
     }

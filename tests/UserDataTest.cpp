@@ -1,6 +1,6 @@
+#include "VideoParams.h"
 #include "support/BitWriter.h"
 #include "support/PageBytes.h"
-#include "support/Probes.h"
 #include "support/SeiMessages.h"
 
 #include <functional>
@@ -337,52 +337,6 @@ TEST_P(UserData, SaysWhatItCouldNotDo)
     EXPECT_TRUE(Add(slice.data(), Size(slice), slice.data(), UINT32_MAX).IsUntouched());
     EXPECT_TRUE(Add(slice.data(), Size(slice), slice.data(), uint32_t{1} << 31).IsUntouched());
     EXPECT_EQ(Hex(Add(Of("PS")).Read()), Hex(Of("PNS"))) << "the handle works on";
-}
-
-TEST(UserDataBuffers, GrowByTheirRules)
-{
-    using User = Created<AvcProbe>;
-    User parser(User::Family::UserData);
-    const Codec& codec = codecs[0];
-    const Bytes slice = Units(codec, "S");
-    const unsigned char* output = nullptr;
-    uint32_t size = 0;
-    const auto add = [&](const Bytes& stream, uint32_t count) {
-        const Bytes userData(count, 9);
-        EXPECT_EQ(parser.AddUserData(stream.data(), Size(stream), userData.data(), count, &output, &size), 0);
-    };
-    const std::pair<uint32_t, uint32_t> messageSizes[] = {
-        {502, 1024},               // 20 bytes in front, and twice 502 fit
-        {503, 1024 + 1006},        // twice 503 do not
-        {5, 2030},                 // never smaller
-        {600000, 4060 + 1200000},  // 2371 bytes in front, then twice 600000
-    };
-    for (const auto& [count, bufferSize] : messageSizes) {
-        add(slice, count);
-        EXPECT_EQ(parser.userDataBufferSize, bufferSize) << count;
-    }
-    Bytes stream = slice;
-    stream.resize(3000000 - 23 - 4 - codec.seiHeader.size() - 1, 0x55);  // the message has 23 bytes
-    add(stream, 5);
-    EXPECT_EQ(parser.userDataOutputSize, 3000000u);
-    stream.push_back(0x55);
-    add(stream, 5);
-    EXPECT_EQ(parser.userDataOutputSize, 3000000u + 3000001u);
-
-    const Bytes sei = startCode + codec.seiHeader + SeiMessage(1, Bytes(3000, 7)) + Bytes{0x80};
-    EXPECT_EQ(parser.RemoveUserData(sei.data(), Size(sei), &output, &size), 0);
-    EXPECT_EQ(parser.removeBufferSize, 4096u);
-    EXPECT_EQ(parser.removeSeiBufferSize, 2u * 3013u);
-    EXPECT_EQ(parser.removeOutputSize, 100000u);
-    stream.resize(100001);
-    EXPECT_EQ(parser.RemoveUserData(stream.data(), Size(stream), &output, &size), 0);
-    EXPECT_EQ(parser.removeOutputSize, 200002u);
-
-    User reader(User::Family::UserData);
-    const Bytes message = UserDataMessage(Bytes(3000001, 9));
-    const Bytes large = startCode + codec.seiHeader + message + Bytes{0x80};
-    EXPECT_EQ(reader.GetUserData(large.data(), Size(large), &output, &size), 0);
-    EXPECT_EQ(reader.userDataOutputSize, 3000001u);
 }
 
 }  // namespace

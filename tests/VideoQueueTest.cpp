@@ -1,7 +1,7 @@
-#include "memory/HeapBuffer.h"
+#include "analysis/VideoQueue.h"
+
 #include "support/Bytes.h"
 #include "support/FailingHeap.h"
-#include "support/Probes.h"
 
 #include <gtest/gtest.h>
 
@@ -17,90 +17,76 @@ const Bytes slice = {0, 0, 1, 5, 6, 7, 8, 9, 10};
 class VideoQueue : public testing::Test
 {
 protected:
-    VideoQueue() { EXPECT_EQ(queue.Create(3, 8), ResultOk); }
-    ~VideoQueue() override { queue.Close(); }
-
-    VideoQueueInfo* NextEntry()
+    VideoQueue()
     {
-        VideoQueueInfo* entry = nullptr;
-        EXPECT_EQ(queue.GetVideoInfo(&entry), ResultOk);
-        return entry;
+        EXPECT_EQ(queue.Create(3, 8), ResultOk);
+        Fill(heldSps, sps);
+        Fill(heldPps, pps);
     }
 
-    Result Store(VideoQueueInfo* entry, const Bytes& bytes)
+    static void Fill(Buffer& buffer, const Bytes& bytes)
     {
-        return queue.StoreVideoData(entry, bytes.data(), Size(bytes));
+        EXPECT_TRUE(buffer.Allocate(Size(bytes)));
+        buffer.Append(bytes.data(), Size(bytes));
     }
 
-    Result Insert(VideoQueueInfo* entry)
+    static Result Store(AccessUnit& unit, const Bytes& bytes)
     {
-        return queue.InsertParameterData(entry, sps.data(), Size(sps), pps.data(), Size(pps));
+        return unit.Store(bytes.data(), Size(bytes));
     }
+    static Bytes Contents(const AccessUnit& unit) { return CopyOf(unit.bytes.data, unit.bytes.length); }
+    Result Insert(AccessUnit& unit, uint32_t offset) { return unit.Insert(offset, heldSps, heldPps); }
 
-    static Bytes Contents(const VideoQueueInfo* entry) { return CopyOf(entry->data, entry->length); }
-
-    QueueProbe queue;
+    CVideoQueue queue;
+    Buffer heldSps;
+    Buffer heldPps;
 };
 
 }  // namespace
 
 TEST_F(VideoQueue, HandsOutItsEntriesInTurnAndTheSpareOneAlwaysEmptied)
 {
-    std::vector<VideoQueueInfo*> entries = {NextEntry(), NextEntry(), NextEntry(), nullptr};
-    queue.GetNextInfo(&entries[3]);
-    for (VideoQueueInfo* const entry : entries) {
-        ASSERT_EQ(Store(entry, slice), ResultOk);
-        *entry = {entry->data, entry->length, entry->capacity, 1, 2, 1};
+    AccessUnit* const units[] = {&queue.TakeNext(), &queue.TakeNext(), &queue.TakeNext(), &queue.TakeSpare()};
+    for (AccessUnit* const unit : units) {
+        ASSERT_EQ(Store(*unit, slice), ResultOk);
+        unit->parameterSetOffset = 2;
+        unit->isKeyFrame = true;
     }
-    for (VideoQueueInfo* const entry : entries) {
-        const VideoQueueInfo before = *entry;
-        ASSERT_EQ(Contents(entry), slice) << "the entries have blocks of their own";
-        VideoQueueInfo* again = nullptr;
-        if (entry == entries[3])
-            queue.GetNextInfo(&again);
-        else
-            again = NextEntry();
-        ASSERT_EQ(again, entry);
-        EXPECT_TRUE(entry->data == before.data && entry->capacity == before.capacity);
-        EXPECT_EQ(entry->length + entry->delimiterOffset + entry->delimiterSize + entry->keyFrame, 0u);
+    for (AccessUnit* const unit : units) {
+        const unsigned char* const before = unit->bytes.data;
+        ASSERT_EQ(Contents(*unit), slice) << "the entries have blocks of their own";
+        ASSERT_EQ(unit == units[3] ? &queue.TakeSpare() : &queue.TakeNext(), unit);
+        EXPECT_EQ(unit->bytes.data, before);
+        EXPECT_TRUE(unit->bytes.length == 0 && unit->parameterSetOffset == 0 && !unit->isKeyFrame);
     }
 }
 
-// Blocks are made larger than their capacity says; where the heap has no more, the need will do.
-TEST_F(VideoQueue, GrowsToTheNeedWhereTheHeapCannotGiveMore)
+// Blocks are made larger than is asked for. If the heap has no more, the needed size will do.
+TEST_F(VideoQueue, GrowsToTheNeedIfTheHeapHasNoMore)
 {
-    VideoQueueInfo* const entry = NextEntry();
+    AccessUnit& unit = queue.TakeNext();
     FailingHeap heap(1, FailingHeap::Failure::Once);
-    EXPECT_EQ(heap.During([&] { return Store(entry, slice); }), ResultOk);
+    EXPECT_EQ(heap.During([&] { return Store(unit, slice); }), ResultOk);
     EXPECT_TRUE(heap.HasFailed());
-    EXPECT_EQ(Contents(entry), slice);
+    EXPECT_EQ(Contents(unit), slice);
 }
 
 TEST_F(VideoQueue, FailingGrowthLeavesTheEntryAsItWas)
 {
-    VideoQueueInfo* const entry = NextEntry();
-    ASSERT_EQ(Store(entry, delimiter), ResultOk);
-    FailingHeap storing(1, FailingHeap::Failure::Once);
-    EXPECT_EQ(storing.During([&] { return Store(entry, slice); }), ResultFailed);
-    for (const uint64_t failAt : {1u, 2u}) {  // the scratch block, the entry's block
-        FreeBuffer(queue.scratchBuffer);
-        queue.scratchCapacity = 0;
-        FailingHeap inserting(failAt, FailingHeap::Failure::Once);
-        EXPECT_EQ(inserting.During([&] { return Insert(entry); }), ResultFailed);
-    }
-    // Sizes beyond 32 bits: 6 + 2^32 - 6.
-    EXPECT_EQ(queue.StoreVideoData(entry, nullptr, UINT32_MAX - 5), ResultFailed);
-    EXPECT_EQ(queue.InsertParameterData(entry, nullptr, UINT32_MAX - 5, nullptr, 0), ResultFailed);
-    EXPECT_EQ(queue.ResizeBuffer(entry, uint64_t{1} << 32), ResultFailed);
+    AccessUnit& unit = queue.TakeNext();
+    ASSERT_EQ(Store(unit, delimiter), ResultOk);
+    FailingHeap storing(1, FailingHeap::Failure::ForGood);
+    EXPECT_EQ(storing.During([&] { return Store(unit, slice); }), ResultFailed);
+    FailingHeap inserting(1, FailingHeap::Failure::ForGood);
+    EXPECT_EQ(inserting.During([&] { return Insert(unit, 6); }), ResultFailed);
+    EXPECT_EQ(unit.Store(nullptr, UINT32_MAX - 5), ResultFailed) << "6 + 2^32 - 6 is beyond 32 bits";
+    EXPECT_EQ(Contents(unit), delimiter);
 
-    EXPECT_EQ(Contents(entry), delimiter);
-    EXPECT_EQ(entry->capacity, 8u);
-    ASSERT_EQ(Store(entry, slice), ResultOk);
-    ASSERT_EQ(Insert(entry), ResultOk);
-    EXPECT_EQ(Contents(entry), sps + pps + delimiter + slice);
-    EXPECT_EQ(entry->capacity, entry->length) << "no more than was needed";
-    VideoQueueInfo* const empty = NextEntry();
-    ASSERT_EQ(Insert(empty), ResultOk);
+    ASSERT_EQ(Store(unit, slice), ResultOk);
+    ASSERT_EQ(Insert(unit, 6), ResultOk);
+    EXPECT_EQ(Contents(unit), delimiter + sps + pps + slice);
+    AccessUnit& empty = queue.TakeNext();
+    ASSERT_EQ(Insert(empty, 0), ResultOk);
     EXPECT_EQ(Contents(empty), sps + pps);
 }
 

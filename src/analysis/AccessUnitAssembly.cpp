@@ -1,206 +1,189 @@
 #include "analysis/AccessUnitAssembly.h"
 
-#include "analysis/SequenceInfo.h"
-
 #include <cstring>
 
 namespace videoparams {
 
 namespace {
 
-// All bytes, so that a caller may compare records as they lie.
+// All bytes, so that a caller may compare records byte by byte.
 void ClearInfo(VideoInfo& info)
 {
     std::memset(&info, 0, sizeof info);
 }
 
-bool IsDescribed(const VideoInfo& info)
-{
-    return info.sequenceInfoValid != 0;
-}
-
-bool HasFrameRate(const VideoInfo& info)
-{
-    return info.frameRateNumerator != 0 || info.frameRateDenominator != 0;
-}
-
-// A stream may begin with a VPS read into the current record and go on with an SPS read into the pending one:
-// the rate of the VPS holds where the SPS gives none.
-void KeepVpsFrameRate(const VideoInfo& current, VideoInfo& pending)
-{
-    if (IsDescribed(current) || HasFrameRate(pending))
-        return;
-    pending.frameRateNumerator = current.frameRateNumerator;
-    pending.frameRateDenominator = current.frameRateDenominator;
-}
-
 }  // namespace
-
-void CAccessUnitAssembly::Clear()
-{
-    ClearInfo(currentInfo);
-    ClearInfo(pendingInfo);
-}
 
 Result CAccessUnitAssembly::ReadVideoParams(const unsigned char* data, uint32_t size, VideoInfo* info)
 {
     if (info == nullptr)
         return ResultFailed;
     ClearInfo(*info);
-    const bool flush = data == nullptr || size == 0;
-    parser.SetData(data, size);
-    const Result result = flush ? ResultOk : ReadUnits(info);
-    if (flush)
-        Flush(info);
-    parser.EndScan();
+    if (data == nullptr || size == 0) {
+        scanner.EndScan();
+        Flush(*info);
+        return ResultOk;
+    }
+    scanner.SetData(data, size);
+    const Result result = ReadUnits(*info);
+    scanner.EndScan();
     return result;
 }
 
-Result CAccessUnitAssembly::ReadUnits(VideoInfo* info)
+Result CAccessUnitAssembly::ReadUnits(VideoInfo& info)
 {
     while (true) {
-        const Result result = parser.BeginNextUnit(rules);
-        if (parser.openUnit.IsEmpty())
-            return result;
-        if (parser.openUnit.header.forbidden_zero_bit == 1 || TakeUnit(info) != ResultOk)
+        const ScanOutcome outcome = scanner.NextUnit();
+        if (outcome != ScanOutcome::Unit)
+            return ResultOf(outcome);
+        const NalHeader& header = scanner.Unit().header;
+        if (header.forbidden_zero_bit == 1)
             return ResultFailed;
+        switch (rules.TraitsOf(header.nal_unit_type).unitClass) {
+        case UnitClass::Slice:
+            if (TakeSlice(info) != ResultOk)
+                return ResultFailed;
+            break;
+        case UnitClass::Leading:
+            if (TakeLeadingUnit() != ResultOk)
+                return ResultFailed;
+            break;
+        case UnitClass::Other:
+            TakeOtherUnit();
+            break;
+        }
     }
 }
 
-// Fails only for want of memory to read the unit, which is then not taken; that a unit cannot be understood
-// is no failure.
-Result CAccessUnitAssembly::TakeUnit(VideoInfo* info)
-{
-    switch (rules.TraitsOf(parser.openUnit.header.nal_unit_type).unitClass) {
-    case UnitClass::Leading:
-        return TakeLeadingUnit();
-    case UnitClass::Slice:
-        return TakeSlice(info);
-    case UnitClass::Other:
-        TakeOtherUnit();
-        break;
-    }
-    return ResultOk;
-}
-
+// Fails only if there is no memory to read the unit, which is then not taken. A unit that cannot be
+// understood is no failure.
 Result CAccessUnitAssembly::TakeLeadingUnit()
 {
-    parser.EndUnit();
-    if (rules.TraitsOf(parser.openUnit.header.nal_unit_type).isParameterSet &&
-        parser.OpenWhole(rules) != ResultOk)
-        return ResultFailed;
-    if (currentUnit == nullptr) {
-        BeginCurrentUnit();
-        StoreLeadingUnit(*currentUnit);
-        hooks.ReadLeadingUnit(currentInfo);
-        return ResultOk;
-    }
-    if (pendingUnit == nullptr)
-        parser.videoQueue->GetNextInfo(&pendingUnit);
-    StoreLeadingUnit(*pendingUnit);
-    hooks.ReadLeadingUnit(pendingInfo);
+    if (rules.TraitsOf(scanner.Unit().header.nal_unit_type).isParameterSet)
+        return TakeParameterSet();
+    StoreLeadingUnit(OpenAccessUnit());
     return ResultOk;
 }
 
-Result CAccessUnitAssembly::TakeSlice(VideoInfo* info)
+Result CAccessUnitAssembly::TakeParameterSet()
 {
-    bool newPicture = false;
-    if (parser.OpenHead(rules) != ResultOk)
+    const std::optional<Rbsp> rbsp = scanner.OpenWhole();
+    if (!rbsp)
         return ResultFailed;
-    if (hooks.ReadSlice(newPicture) != ResultOk)
-        return parser.rbspBuffer != nullptr ? ResultOk : ResultFailed;  // dropped, or no memory to read it
+    AccessUnit& entry = OpenAccessUnit();
+    StoreLeadingUnit(entry);
+    hooks.ReadParameterSet(*rbsp, &entry == pending ? pendingInfo : currentInfo);
+    return ResultOk;
+}
 
-    if (newPicture && currentUnit != nullptr)
-        ReportCurrentUnit(info);
-    if (newPicture || currentUnit == nullptr)
-        BeginCurrentUnit();
-    if (pendingUnit != nullptr)
-        MergePendingUnit();
-    if (StoreUnit(*currentUnit) && rules.TraitsOf(parser.openUnit.header.nal_unit_type).isKeySlice)
-        currentUnit->keyFrame = 1;
+Result CAccessUnitAssembly::TakeSlice(VideoInfo& info)
+{
+    const SliceOutcome outcome = hooks.ReadSlice();
+    if (outcome == SliceOutcome::OutOfMemory)
+        return ResultFailed;
+    if (outcome == SliceOutcome::Unreadable)
+        return ResultOk;
+
+    const bool startsPicture = outcome == SliceOutcome::StartsPicture;
+    if (startsPicture && current != nullptr)
+        Report(info);
+    if (startsPicture || current == nullptr)
+        current = &queue.TakeNext();
+    if (pending != nullptr)
+        MergePending();
+    if (StoreUnit(*current) && rules.TraitsOf(scanner.Unit().header.nal_unit_type).isKeySlice)
+        current->isKeyFrame = true;
     return ResultOk;
 }
 
 void CAccessUnitAssembly::TakeOtherUnit()
 {
-    if (pendingUnit != nullptr)
-        StoreUnit(*pendingUnit);
-    else if (currentUnit != nullptr)
-        StoreUnit(*currentUnit);
+    if (pending != nullptr)
+        StoreUnit(*pending);
+    else if (current != nullptr)
+        StoreUnit(*current);
 }
 
-void CAccessUnitAssembly::BeginCurrentUnit()
+// The access unit that a leading unit belongs to.
+AccessUnit& CAccessUnitAssembly::OpenAccessUnit()
 {
-    parser.videoQueue->GetVideoInfo(&currentUnit);
-}
-
-void CAccessUnitAssembly::StoreLeadingUnit(VideoQueueInfo& entry)
-{
-    const uint32_t offset = entry.length;
-    const bool stored = StoreUnit(entry);
-    if (stored && parser.openUnit.header.nal_unit_type == rules.delimiterType) {
-        entry.delimiterOffset = offset;
-        entry.delimiterSize = parser.openUnit.size;
+    if (current == nullptr) {
+        current = &queue.TakeNext();
+        return *current;
     }
+    if (pending == nullptr)
+        pending = &queue.TakeSpare();
+    return *pending;
 }
 
-// A unit for which there is no memory is missing from the access unit; the call does not fail for it.
-bool CAccessUnitAssembly::StoreUnit(VideoQueueInfo& entry)
+void CAccessUnitAssembly::StoreLeadingUnit(AccessUnit& entry)
 {
-    if (parser.EndUnitInto(entry.data + entry.length, entry.capacity - entry.length)) {
-        entry.length += parser.openUnit.size;
+    if (StoreUnit(entry) && scanner.Unit().header.nal_unit_type == rules.delimiterType)
+        entry.parameterSetOffset = entry.bytes.length;
+}
+
+// If there is no memory for a unit, it is missing from the access unit; the call does not fail.
+bool CAccessUnitAssembly::StoreUnit(AccessUnit& entry)
+{
+    Buffer& bytes = entry.bytes;
+    if (scanner.EndUnitInto(bytes.End(), bytes.Room())) {
+        bytes.length += scanner.Unit().size;
         return true;
     }
-    return parser.videoQueue->StoreVideoData(&entry, parser.openUnit.data, parser.openUnit.size) == ResultOk;
+    return entry.Store(scanner.Unit().data, scanner.Unit().size) == ResultOk;
 }
 
-void CAccessUnitAssembly::MergePendingUnit()
+void CAccessUnitAssembly::MergePending()
 {
-    const uint32_t offset = currentUnit->length;
-    const bool stored =
-        parser.videoQueue->StoreVideoData(currentUnit, pendingUnit->data, pendingUnit->length) == ResultOk;
-    if (stored && currentUnit->delimiterSize == 0 && pendingUnit->delimiterSize != 0) {
-        currentUnit->delimiterOffset = offset + pendingUnit->delimiterOffset;
-        currentUnit->delimiterSize = pendingUnit->delimiterSize;
-    }
+    const uint32_t offset = current->bytes.length;
+    const bool isStored = current->Store(pending->bytes.data, pending->bytes.length) == ResultOk;
+    if (isStored && current->parameterSetOffset == 0 && pending->parameterSetOffset != 0)
+        current->parameterSetOffset = offset + pending->parameterSetOffset;
     if (rules.mergeTakesKeyFrame)
-        currentUnit->keyFrame = pendingUnit->keyFrame;
-    pendingUnit = nullptr;
-    if (IsDescribed(pendingInfo)) {
-        if (offset != 0)  // else the unit has just begun, and the current record is of the one before
-            KeepVpsFrameRate(currentInfo, pendingInfo);
-        currentInfo = pendingInfo;
-        ClearInfo(pendingInfo);
+        current->isKeyFrame = pending->isKeyFrame;
+    pending = nullptr;
+    if (pendingInfo.sequenceInfoValid == 0)
+        return;
+    // A stream may begin with a VPS, read into the current record, and go on with an SPS, read into the
+    // pending one: the frame rate of the VPS counts if the SPS has none. An empty current unit has just
+    // begun, and the current record is that of the previous one.
+    const bool keepsFrameRate =
+        offset != 0 && currentInfo.sequenceInfoValid == 0 && !pendingInfo.HasFrameRate();
+    if (keepsFrameRate) {
+        pendingInfo.frameRateNumerator = currentInfo.frameRateNumerator;
+        pendingInfo.frameRateDenominator = currentInfo.frameRateDenominator;
     }
+    currentInfo = pendingInfo;
+    pendingInfo = SequenceInfo{};
 }
 
-void CAccessUnitAssembly::ReportCurrentUnit(VideoInfo* info)
+void CAccessUnitAssembly::Report(VideoInfo& info)
 {
-    const VideoInfo* description = IsDescribed(currentInfo) ? &currentInfo : nullptr;
-    if (description == nullptr && currentUnit->keyFrame == 1)
-        description = hooks.CompleteKeyUnit(*currentUnit);
+    const SequenceInfo* description = currentInfo.sequenceInfoValid != 0 ? &currentInfo : nullptr;
+    if (description == nullptr && current->isKeyFrame)
+        description = hooks.CompleteKeyUnit(*current);
 
-    info->accessUnitFound = 1;
-    info->keyFrame = currentUnit->keyFrame;
-    info->accessUnitData = currentUnit->data;
-    info->accessUnitSize = currentUnit->length;
+    info.accessUnitFound = 1;
+    info.keyFrame = current->isKeyFrame ? 1 : 0;
+    info.accessUnitData = current->bytes.data;
+    info.accessUnitSize = current->bytes.length;
     if (description != nullptr)
-        CopySequenceInfo(*description, *info);
+        description->CopyTo(info);
     if (description == &currentInfo)
-        ClearInfo(currentInfo);
+        currentInfo = SequenceInfo{};
 }
 
 // Leaves nothing open, so that every unit is reported once and the next call begins a stream.
-void CAccessUnitAssembly::Flush(VideoInfo* info)
+void CAccessUnitAssembly::Flush(VideoInfo& info)
 {
-    if (pendingUnit != nullptr)
-        MergePendingUnit();
-    if (currentUnit != nullptr)
-        ReportCurrentUnit(info);
-    currentUnit = nullptr;
-    firstSlice = 1;
-    ClearInfo(currentInfo);
-    ClearInfo(pendingInfo);
+    if (pending != nullptr)
+        MergePending();
+    if (current != nullptr)
+        Report(info);
+    current = nullptr;
+    currentInfo = SequenceInfo{};
+    pendingInfo = SequenceInfo{};
+    hooks.EndStream();
 }
 
 }  // namespace videoparams

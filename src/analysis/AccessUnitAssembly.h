@@ -1,22 +1,37 @@
 #pragma once
 
-#include "parser/ParserBase.h"
+#include "VideoParams.h"
+#include "analysis/SequenceInfo.h"
+#include "analysis/VideoQueue.h"
+#include "bitstream/NalScanner.h"
 
 namespace videoparams {
 
-// What the assembly asks of its codec where NalRules cannot answer. The unit is open, the reader behind its
-// header.
+// What a slice means to the access unit under assembly.
+enum class SliceOutcome
+{
+    ContinuesPicture,
+    StartsPicture,
+    Unreadable,  // dropped
+    OutOfMemory,
+};
+
+// Questions to the codec that NalRules cannot answer. The scanner's unit is the one in question.
 class CAccessUnitHooks
 {
 public:
-    // Reads a leading unit that describes the stream into the record; others are not looked at.
-    virtual void ReadLeadingUnit(VideoInfo& record) = 0;
+    // Reads a parameter set into the description.
+    virtual void ReadParameterSet(const Rbsp& rbsp, SequenceInfo& info) = 0;
 
-    // Reads a slice header and says whether a picture starts. A slice that cannot be read is dropped.
-    [[nodiscard]] virtual Result ReadSlice(bool& newPicture) = 0;
+    // Reads the header of the slice that has just begun.
+    [[nodiscard]] virtual SliceOutcome ReadSlice() = 0;
 
-    // Makes a key unit that came without a description self-contained; returns the description, or null.
-    virtual const VideoInfo* CompleteKeyUnit(VideoQueueInfo& unit) = 0;
+    // Makes a key unit that came without a description decodable on its own. Returns the description, or
+    // null.
+    virtual const SequenceInfo* CompleteKeyUnit(AccessUnit& unit) = 0;
+
+    // The next slice begins a stream and continues no picture.
+    virtual void EndStream() = 0;
 
 protected:
     ~CAccessUnitHooks() = default;
@@ -24,47 +39,45 @@ protected:
 
 // The stream analysis of both codecs: units in, access units out, one picture late.
 //
-// A leading unit that arrives while a unit is current belongs to the next access unit: it waits in the
-// pending entry and is merged at the next slice. Whether that slice continues the current unit or starts the
-// next one is told by its header.
+// A leading unit that arrives after a picture's slices belongs to the next access unit: it waits in the
+// pending one and is merged at the next slice. The header of that slice shows whether it continues the
+// current access unit or starts the next one.
 class CAccessUnitAssembly
 {
 public:
-    CAccessUnitAssembly(CParserBase& owner, CAccessUnitHooks& codecHooks, const NalRules& codecRules)
-        : parser(owner), hooks(codecHooks), rules(codecRules)
+    CAccessUnitAssembly(CNalScanner& unitScanner, CVideoQueue& videoQueue,
+                        CAccessUnitHooks& codecHooks) noexcept
+        : scanner(unitScanner), queue(videoQueue), hooks(codecHooks), rules(unitScanner.Rules())
     {}
 
-    void Clear();
     Result ReadVideoParams(const unsigned char* data, uint32_t size, VideoInfo* info);
 
-    // 1 until a slice header has been read: that slice never starts a new picture.
-    uint32_t firstSlice = 1;
-
-    // The access unit under assembly and its description.
-    VideoQueueInfo* currentUnit = nullptr;
-    VideoInfo currentInfo{};
-
-    // What already belongs to the next one.
-    VideoQueueInfo* pendingUnit = nullptr;
-    VideoInfo pendingInfo{};
-
 private:
-    Result ReadUnits(VideoInfo* info);
-    [[nodiscard]] Result TakeUnit(VideoInfo* info);
+    Result ReadUnits(VideoInfo& info);
     [[nodiscard]] Result TakeLeadingUnit();
-    [[nodiscard]] Result TakeSlice(VideoInfo* info);
+    [[nodiscard]] Result TakeParameterSet();
+    [[nodiscard]] Result TakeSlice(VideoInfo& info);
     void TakeOtherUnit();
 
-    void BeginCurrentUnit();
-    void StoreLeadingUnit(VideoQueueInfo& entry);
-    bool StoreUnit(VideoQueueInfo& entry);
-    void MergePendingUnit();
-    void ReportCurrentUnit(VideoInfo* info);
-    void Flush(VideoInfo* info);
+    bool StoreUnit(AccessUnit& entry);
+    void StoreLeadingUnit(AccessUnit& entry);
+    AccessUnit& OpenAccessUnit();
+    void MergePending();
+    void Report(VideoInfo& info);
+    void Flush(VideoInfo& info);
 
-    CParserBase& parser;
+    CNalScanner& scanner;
+    CVideoQueue& queue;
     CAccessUnitHooks& hooks;
     const NalRules& rules;
+
+    // The access unit under assembly and its description.
+    AccessUnit* current = nullptr;
+    SequenceInfo currentInfo;
+
+    // What already belongs to the next one.
+    AccessUnit* pending = nullptr;
+    SequenceInfo pendingInfo;
 };
 
 }  // namespace videoparams

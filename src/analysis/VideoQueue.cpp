@@ -4,95 +4,73 @@
 
 namespace videoparams {
 
-namespace {
-
-void EmptyEntry(VideoQueueInfo& entry)
+void AccessUnit::Clear()
 {
-    entry.length = 0;
-    entry.delimiterOffset = 0;
-    entry.delimiterSize = 0;
-    entry.keyFrame = 0;
+    bytes.length = 0;
+    parameterSetOffset = 0;
+    isKeyFrame = false;
 }
 
-bool AllocateEntry(VideoQueueInfo& entry, uint32_t size)
+Result AccessUnit::Store(const unsigned char* data, uint32_t count)
 {
-    entry = VideoQueueInfo{};
-    if (!AllocateBuffer(entry.data, size))
-        return false;
-    entry.capacity = size;
-    return true;
+    const uint64_t needed = uint64_t{bytes.length} + count;
+    if (!bytes.MakeRoom(needed, needed))
+        return ResultFailed;
+    bytes.Append(data, count);
+    return ResultOk;
 }
 
-}  // namespace
+// Moves the bytes after the offset back, and copies the two pieces into the gap.
+Result AccessUnit::Insert(uint32_t offset, const Buffer& first, const Buffer& second)
+{
+    const uint64_t needed = uint64_t{bytes.length} + first.length + second.length;
+    if (!bytes.MakeRoom(needed, needed))
+        return ResultFailed;
+    unsigned char* const gap = bytes.data + offset;
+    const uint32_t tailLength = bytes.length - offset;
+    std::memmove(gap + first.length + second.length, gap, tailLength);
+    bytes.length = offset;
+    bytes.Append(first.data, first.length);
+    bytes.Append(second.data, second.length);
+    bytes.length += tailLength;
+    return ResultOk;
+}
+
+CVideoQueue::~CVideoQueue()
+{
+    for (; ringCount != 0; --ringCount)
+        ring[ringCount - 1].~AccessUnit();
+    heap::FreeBlock(ring);
+}
 
 Result CVideoQueue::Create(uint32_t count, uint32_t size)
 {
-    if (!AllocateBuffer(entries, count))
+    ring = static_cast<AccessUnit*>(heap::AllocateBlock(uint64_t{count} * sizeof(AccessUnit)));
+    if (ring == nullptr)
         return ResultFailed;
-    for (; entryCount < count; ++entryCount) {
-        if (!AllocateEntry(entries[entryCount], size))
-            return ResultFailed;  // Close frees what stands already
+    while (ringCount < count) {
+        AccessUnit* const made = ::new (ring + ringCount) AccessUnit;
+        ++ringCount;
+        if (!made->bytes.Allocate(size))
+            return ResultFailed;  // the destructor frees the others
     }
-    return AllocateEntry(spareEntry, size) ? ResultOk : ResultFailed;
+    return spare.bytes.Allocate(size) ? ResultOk : ResultFailed;
 }
 
-void CVideoQueue::Close()
+AccessUnit& CVideoQueue::TakeNext()
 {
-    for (; entryCount != 0; --entryCount)
-        FreeBuffer(entries[entryCount - 1].data);
-    FreeBuffer(entries);
-    FreeBuffer(spareEntry.data);
-    FreeBuffer(scratchBuffer);
+    AccessUnit& next = ring[nextIndex];
+    ++nextIndex;
+    if (nextIndex == ringCount)
+        nextIndex = 0;
+    next.Clear();
+    return next;
 }
 
-Result CVideoQueue::GetVideoInfo(VideoQueueInfo** entry)
+AccessUnit& CVideoQueue::TakeSpare()
 {
-    VideoQueueInfo& next = entries[nextIndex];
-    EmptyEntry(next);
-    *entry = &next;
-    nextIndex = (nextIndex + 1) % entryCount;
-    return ResultOk;
-}
-
-void CVideoQueue::GetNextInfo(VideoQueueInfo** entry)
-{
-    EmptyEntry(spareEntry);
-    *entry = &spareEntry;
-}
-
-Result CVideoQueue::StoreVideoData(VideoQueueInfo* entry, const unsigned char* bytes, uint32_t count)
-{
-    if (count > entry->capacity - entry->length &&
-        ResizeBuffer(entry, uint64_t{entry->length} + count) != ResultOk)
-        return ResultFailed;
-    ByteSink{entry->data, entry->capacity, entry->length}.Append(bytes, count);
-    return ResultOk;
-}
-
-Result CVideoQueue::InsertParameterData(VideoQueueInfo* entry, const unsigned char* sps, uint32_t spsLength,
-                                        const unsigned char* pps, uint32_t ppsLength)
-{
-    const uint32_t insertionPoint = entry->delimiterOffset + entry->delimiterSize;
-    const uint32_t tailLength = entry->length - insertionPoint;
-    if (!MakeRoom(scratchBuffer, scratchCapacity, tailLength, tailLength))
-        return ResultFailed;
-    const uint64_t needed = uint64_t{entry->length} + spsLength + ppsLength;
-    if (needed > entry->capacity && ResizeBuffer(entry, needed) != ResultOk)
-        return ResultFailed;
-
-    if (tailLength != 0)
-        std::memcpy(scratchBuffer, entry->data + insertionPoint, tailLength);
-    entry->length = insertionPoint;
-    ByteSink unit{entry->data, entry->capacity, entry->length};
-    unit.Append(sps, spsLength);
-    unit.Append(pps, ppsLength);
-    unit.Append(scratchBuffer, tailLength);
-    return ResultOk;
-}
-
-Result CVideoQueue::ResizeBuffer(VideoQueueInfo* entry, uint64_t newCapacity)
-{
-    return MakeRoom(entry->data, entry->capacity, newCapacity, newCapacity) ? ResultOk : ResultFailed;
+    spare.Clear();
+    return spare;
 }
 
 }  // namespace videoparams

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "memory/HeapBuffer.h"
+#include "memory/Buffer.h"
 #include "memory/Result.h"
 
 #include <cstdint>
@@ -8,45 +8,38 @@
 namespace videoparams {
 
 // One access unit under assembly.
-struct VideoQueueInfo
+struct AccessUnit
 {
-    unsigned char* data = nullptr;  // NAL units with their start codes, in order of arrival
-    uint32_t length = 0;
-    uint32_t capacity = 0;
-    uint32_t delimiterOffset = 0;  // where the access unit delimiter begins in `data`
-    uint32_t delimiterSize = 0;    // its bytes, start code included; 0: no delimiter
-    uint32_t keyFrame = 0;         // 1: holds an IDR slice (H.264) or an IRAP slice (H.265)
+    Buffer bytes;                     // NAL units with their start codes, in the order of arrival
+    uint32_t parameterSetOffset = 0;  // where inserted parameter sets go: the end of the delimiter, or 0
+    bool isKeyFrame = false;          // has an IDR slice (H.264) or an IRAP slice (H.265)
+
+    void Clear();
+    [[nodiscard]] Result Store(const unsigned char* data, uint32_t count);
+    [[nodiscard]] Result Insert(uint32_t offset, const Buffer& first, const Buffer& second);
 };
 
-// A ring of reusable entries, handed out in turn, and a spare one for the units that already belong to the
-// next access unit. An entry's bytes stay until the ring comes round to it: no entry is ever marked as in
-// use.
-class CVideoQueue : public HeapObject
+// A ring of reusable access units, handed out in turn, and a spare one for the units that already belong to
+// the next access unit. The bytes of an access unit stay until the ring comes round to it: none is ever
+// marked as in use.
+class CVideoQueue
 {
 public:
+    CVideoQueue() = default;
+    CVideoQueue(const CVideoQueue&) = delete;
+    CVideoQueue& operator=(const CVideoQueue&) = delete;
+    ~CVideoQueue();
+
     [[nodiscard]] Result Create(uint32_t count, uint32_t size);
-    void Close();
 
-    Result GetVideoInfo(VideoQueueInfo** entry);  // the next of the ring, emptied
-    void GetNextInfo(VideoQueueInfo** entry);     // the spare one, emptied
+    AccessUnit& TakeNext();   // the next one of the ring, emptied
+    AccessUnit& TakeSpare();  // the spare one, emptied
 
-    // Both leave the entry as it was when they fail.
-    [[nodiscard]] Result StoreVideoData(VideoQueueInfo* entry, const unsigned char* bytes, uint32_t count);
-    [[nodiscard]] Result InsertParameterData(VideoQueueInfo* entry, const unsigned char* sps,
-                                             uint32_t spsLength, const unsigned char* pps,
-                                             uint32_t ppsLength);
-
-protected:
-    [[nodiscard]] Result ResizeBuffer(VideoQueueInfo* entry, uint64_t newCapacity);
-
-    VideoQueueInfo* entries = nullptr;
-    uint32_t entryCount = 0;
-    VideoQueueInfo spareEntry;
+private:
+    AccessUnit* ring = nullptr;  // one heap block
+    uint32_t ringCount = 0;      // made so far, until Create has made all
     uint32_t nextIndex = 0;
-
-    // What stands behind the insertion point while parameter sets are put in.
-    unsigned char* scratchBuffer = nullptr;
-    uint32_t scratchCapacity = 0;
+    AccessUnit spare;
 };
 
 }  // namespace videoparams

@@ -53,18 +53,18 @@ static_assert(sizeof(ParameterSetData) == 6 * sizeof(void*));
 
 namespace {
 
-CParserBase* MakeParser(VideoCodecType codec)
+CParserBase* MakeParser(VideoCodecType codec, HandleFamily family)
 {
     switch (codec) {
     case VideoCodecAVC:
-        return new (std::nothrow) CParseAVCParams;
+        return new (std::nothrow) CParseAVCParams(family);
     case VideoCodecHEVC:
-        return new (std::nothrow) CParseHEVCParams;
+        return new (std::nothrow) CParseHEVCParams(family);
     }
     return nullptr;
 }
 
-// The object behind a handle, or null where the handle is null or of the other family.
+// The object behind a handle. Null: no handle, or one of the other family.
 CParserBase* ParserOf(void* handle, HandleFamily family)
 {
     auto* const parser = static_cast<CParserBase*>(handle);
@@ -81,30 +81,28 @@ CParserBase* UserDataHandle(void* handle)
     return ParserOf(handle, HandleFamily::UserData);
 }
 
-// What the two families do at creation and release.
-using Step = Result (CParserBase::*)();
-
-int64_t CreateHandle(void** handle, CParserBase* parser, HandleFamily family, Step create, Step release)
+// Makes an object, and its blocks by `create`.
+template <typename Create>
+int64_t CreateHandle(void** handle, VideoCodecType codec, HandleFamily family, Create create)
 {
+    if (handle == nullptr)
+        return ResultFailed;
     *handle = nullptr;
+    CParserBase* const parser = MakeParser(codec, family);
     if (parser == nullptr)
         return ResultFailed;
-    parser->SetFamily(family);
-    const Result result = (parser->*create)();
-    if (result != ResultOk) {
-        (parser->*release)();
+    if (create(*parser) != ResultOk) {
         delete parser;
-        return result;
+        return ResultFailed;
     }
     *handle = parser;
     return ResultOk;
 }
 
-int64_t ReleaseHandle(CParserBase* parser, Step release)
+int64_t ReleaseHandle(CParserBase* parser)
 {
     if (parser == nullptr)
         return ResultFailed;
-    (parser->*release)();
     delete parser;
     return ResultOk;
 }
@@ -113,23 +111,21 @@ int64_t ReleaseHandle(CParserBase* parser, Step release)
 
 int64_t ParseCreate(void** handle, VideoCodecType codec, unsigned int queueCount, unsigned int queueSize)
 {
-    if (handle == nullptr)
-        return ResultFailed;
-    CParserBase* const parser = MakeParser(codec);
-    if (parser != nullptr)
-        parser->SetBufferConfig(queueCount, queueSize);
-    return CreateHandle(handle, parser, HandleFamily::Parse, &CParserBase::Create, &CParserBase::Release);
+    const uint32_t count = queueCount != 0 ? queueCount : 6;
+    const uint32_t size = queueSize != 0 ? queueSize : 100000;
+    return CreateHandle(handle, codec, HandleFamily::Parse,
+                        [=](CParserBase& parser) { return parser.Create(count, size); });
 }
 
 int64_t ParseRelease(void* handle)
 {
-    return ReleaseHandle(ParseHandle(handle), &CParserBase::Release);
+    return ReleaseHandle(ParseHandle(handle));
 }
 
 int64_t ParseVideoParams(void* handle, const unsigned char* data, unsigned int size, VideoInfo* info)
 {
     CParserBase* const parser = ParseHandle(handle);
-    return parser != nullptr ? parser->ReadVideoParams(data, size, info, 0) : ResultFailed;
+    return parser != nullptr ? parser->ReadVideoParams(data, size, info) : ResultFailed;
 }
 
 int64_t VideoSampleTest(void* handle, const unsigned char* data, unsigned int size, VideoInfoEx* test)
@@ -183,15 +179,13 @@ int64_t GetNalFromFrame(void* handle, unsigned char* frame, unsigned int size, u
 
 int64_t UserDataCreate(void** handle, VideoCodecType codec)
 {
-    if (handle == nullptr)
-        return ResultFailed;
-    return CreateHandle(handle, MakeParser(codec), HandleFamily::UserData, &CParserBase::UserDataCreate,
-                        &CParserBase::UserDataRelease);
+    return CreateHandle(handle, codec, HandleFamily::UserData,
+                        [](CParserBase& parser) { return parser.UserDataCreate(); });
 }
 
 int64_t UserDataRelease(void* handle)
 {
-    return ReleaseHandle(UserDataHandle(handle), &CParserBase::UserDataRelease);
+    return ReleaseHandle(UserDataHandle(handle));
 }
 
 int64_t AddUserData(void* handle, const unsigned char* data, unsigned int size, const unsigned char* userData,

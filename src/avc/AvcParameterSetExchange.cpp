@@ -1,122 +1,131 @@
-#include "avc/ParseAVCParams.h"
-#include "memory/HeapBuffer.h"
+#include "avc/AvcParameterSetExchange.h"
+
+#include "bitstream/StartCode.h"
 
 namespace videoparams {
 
 namespace {
-
-bool BeginsWithStartCode(const unsigned char* bytes, uint32_t size)
-{
-    if (size < 3 || bytes[0] != 0 || bytes[1] != 0)
-        return false;
-    return bytes[2] == 1 || (bytes[2] == 0 && size >= 4 && bytes[3] == 1);
-}
 
 uint32_t MissingStartCodeLength(const unsigned char* bytes, uint32_t size)
 {
     return BeginsWithStartCode(bytes, size) ? 0 : sizeof LongStartCode;
 }
 
-}  // namespace
-
-// Both are held before either is read: what cannot be read may still serve a decoder. Room is made for both
-// before either is held, so that a pair stays a pair.
-Result CParseAVCParams::SetParameterSetData(unsigned char* sps, uint32_t spsSize, unsigned char* pps,
-                                            uint32_t ppsSize)
-{
-    Result result = ResultFailed;
-    if (MakeRoomToHold(HeldSps(), sps, spsSize) && MakeRoomToHold(HeldPps(), pps, ppsSize)) {
-        HoldUnit(HeldSps(), sps, spsSize);
-        HoldUnit(HeldPps(), pps, ppsSize);
-        result = ReadHeldUnits();
-    }
-    EndScan();
-    return result;
-}
-
-Result CParseAVCParams::ReadHeldUnits()
-{
-    if (OpenHeldUnit(HeldSps()) != ResultOk || ReadSequenceParameterSetData(&parameterSetInfo) != ResultOk)
-        return ResultFailed;
-    if (OpenHeldUnit(HeldPps()) != ResultOk)
-        return ResultFailed;
-    return ReadPictureParameterSetData(&parameterSetInfo);
-}
-
-bool CParseAVCParams::MakeRoomToHold(StoredUnit held, const unsigned char* unit, uint32_t unitSize)
+bool MakeRoomToHold(Buffer& held, const unsigned char* unit, uint32_t unitSize)
 {
     const uint64_t needed = uint64_t{unitSize} + MissingStartCodeLength(unit, unitSize);
-    return MakeRoom(held.data, held.capacity, needed, needed);
+    return held.MakeRoom(needed, needed);
 }
 
-void CParseAVCParams::HoldUnit(StoredUnit held, const unsigned char* unit, uint32_t unitSize)
+void HoldUnit(Buffer& held, const unsigned char* unit, uint32_t unitSize)
 {
     held.length = 0;
-    ByteSink copy{held.data, held.capacity, held.length};
-    copy.Append(LongStartCode, MissingStartCodeLength(unit, unitSize));
-    copy.Append(unit, unitSize);
+    held.Append(LongStartCode, MissingStartCodeLength(unit, unitSize));
+    held.Append(unit, unitSize);
 }
 
-// The bit reader then stands behind the unit header; the type is not looked at.
-Result CParseAVCParams::OpenHeldUnit(StoredUnit held)
+}  // namespace
+
+// A stream may begin with an SPS, read into the current record, and go on with a PPS, whose record is the
+// pending one and empty: the description of the SPS stays.
+void CAvcParameterSetExchange::Capture(const SequenceInfo& info)
 {
-    const unsigned char* unit = nullptr;
-    uint32_t unitSize = 0;
-    const unsigned char* rbsp = nullptr;
-    uint32_t rbspSize = 0;
-    SetData(held.data, held.length);
-    GetNalData(&unit, &unitSize, &rbsp, &rbspSize);
-    if (rbspSize == 0)
-        return ResultFailed;
-    InitReadData(rbsp, rbspSize);
-    return ReadNalHeader(avcRules).forbidden_zero_bit == 1 ? ResultFailed : ResultOk;
+    const NalUnit& unit = scanner.Unit();
+    Buffer& held = unit.header.nal_unit_type == AvcUnitSps ? heldSps : heldPps;
+    if (held.length != 0 || !held.MakeRoom(unit.size, unit.size))
+        return;
+    held.Append(unit.data, unit.size);
+    if (info.sequenceInfoValid != 0)
+        heldInfo = info;
 }
 
-Result CParseAVCParams::GetParameterSetData(unsigned char* data, uint32_t size, ParameterSetData* sets)
+// Room is made for both before either is held, so that a pair stays a pair. Both are held before either is
+// read: a unit that cannot be read may still serve a decoder.
+Result CAvcParameterSetExchange::Hold(const unsigned char* sps, uint32_t spsSize, const unsigned char* pps,
+                                      uint32_t ppsSize)
 {
-    SetData(data, size);
-    parameterSets.spsSize = 0;
-    parameterSets.ppsSize = 0;
-    *sets = ParameterSetData{};
-    bool copied = true;
-    const Result result = CopyParameterSets(copied);
-    EndScan();
-    if (!copied)
+    scanner.EndScan();
+    if (!MakeRoomToHold(heldSps, sps, spsSize) || !MakeRoomToHold(heldPps, pps, ppsSize))
         return ResultFailed;
-    if (parameterSets.spsSize != 0) {
-        sets->sps = parameterSets.sps;
-        sets->spsSize = parameterSets.spsSize;
-    }
-    if (parameterSets.ppsSize != 0) {
-        sets->pps = parameterSets.pps;
-        sets->ppsSize = parameterSets.ppsSize;
-    }
+    HoldUnit(heldSps, sps, spsSize);
+    HoldUnit(heldPps, pps, ppsSize);
+    const Result result = ReadHeldPair();
+    scanner.EndScan();
     return result;
 }
 
-// The last of each kind stays. `copied` becomes false when memory runs out.
-Result CParseAVCParams::CopyParameterSets(bool& copied)
+Result CAvcParameterSetExchange::ReadHeldPair()
+{
+    if (ReadHeldUnit(heldSps, AvcUnitSps) != ResultOk)
+        return ResultFailed;
+    return ReadHeldUnit(heldPps, AvcUnitPps);
+}
+
+// The unit is read as what the caller says that it is, whatever its own type.
+Result CAvcParameterSetExchange::ReadHeldUnit(const Buffer& held, uint32_t nal_unit_type)
+{
+    scanner.SetData(held.data, held.length);
+    if (scanner.NextUnit() != ScanOutcome::Unit)
+        return ResultFailed;
+    const std::optional<Rbsp> rbsp = scanner.OpenWhole();
+    if (!rbsp || scanner.Unit().header.forbidden_zero_bit == 1)
+        return ResultFailed;
+    return tables.ReadParameterSet(nal_unit_type, *rbsp, heldInfo);
+}
+
+const SequenceInfo* CAvcParameterSetExchange::Complete(AccessUnit& unit)
+{
+    if (heldSps.length != 0 && heldPps.length != 0) {
+        // If there is no memory for them, the access unit is reported as it came.
+        (void)unit.Insert(unit.parameterSetOffset, heldSps, heldPps);
+    }
+    return heldInfo.sequenceInfoValid != 0 ? &heldInfo : nullptr;
+}
+
+Result CAvcParameterSetExchange::Find(const unsigned char* data, uint32_t size, ParameterSetData& sets)
+{
+    sets = ParameterSetData{};
+    foundSps.length = 0;
+    foundPps.length = 0;
+    scanner.SetData(data, size);
+    const Result result = CopyParameterSets();
+    scanner.EndScan();
+    if (result != ResultOk)
+        return ResultFailed;
+    if (foundSps.length != 0) {
+        sets.sps = foundSps.data;
+        sets.spsSize = foundSps.length;
+    }
+    if (foundPps.length != 0) {
+        sets.pps = foundPps.data;
+        sets.ppsSize = foundPps.length;
+    }
+    return ResultOk;
+}
+
+// Of each kind the last one stays.
+Result CAvcParameterSetExchange::CopyParameterSets()
 {
     while (true) {
-        const Result result = BeginNextUnit(avcRules);
-        if (openUnit.data == nullptr)
-            return result;
-        if (openUnit.header.nal_unit_type == AvcUnitSps)
-            copied = CopyUnitTo({parameterSets.sps, spsBlockSize, parameterSets.spsSize});
-        else if (openUnit.header.nal_unit_type == AvcUnitPps)
-            copied = CopyUnitTo({parameterSets.pps, ppsBlockSize, parameterSets.ppsSize});
-        if (!copied)
+        const ScanOutcome outcome = scanner.NextUnit();
+        if (outcome == ScanOutcome::End || outcome == ScanOutcome::NoStartCode)
+            return ResultOf(outcome);
+        const uint32_t nal_unit_type = scanner.Unit().header.nal_unit_type;
+        if (nal_unit_type == AvcUnitSps && !CopyUnit(foundSps))
+            return ResultFailed;
+        if (nal_unit_type == AvcUnitPps && !CopyUnit(foundPps))
             return ResultFailed;
     }
 }
 
-bool CParseAVCParams::CopyUnitTo(StoredUnit block)
+bool CAvcParameterSetExchange::CopyUnit(Buffer& copy)
 {
-    EndUnit();
-    if (!MakeRoom(block.data, block.capacity, openUnit.size, openUnit.size))
+    scanner.EndUnit();
+    const NalUnit& unit = scanner.Unit();
+    if (!copy.MakeRoom(unit.size, unit.size))
         return false;
-    block.length = 0;
-    ByteSink{block.data, block.capacity, block.length}.Append(openUnit.data, openUnit.size);
+    copy.length = 0;
+    copy.Append(unit.data, unit.size);
     return true;
 }
 

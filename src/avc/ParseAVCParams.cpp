@@ -1,107 +1,178 @@
 #include "avc/ParseAVCParams.h"
 
-#include "memory/HeapBuffer.h"
-
-#include <cstring>
-
 namespace videoparams {
 
-Result CParseAVCParams::Create()
+CParseAVCParams::CParseAVCParams(HandleFamily family) : CParserBase(avcRules, *this, family) {}
+
+// The first of each kind is held even if it cannot be read: the bytes may serve a decoder.
+void CParseAVCParams::ReadParameterSet(const Rbsp& rbsp, SequenceInfo& info)
 {
-    const Result result = CParserBase::Create();
-    accessUnits.Clear();
-    std::memset(&parameterSetInfo, 0, sizeof parameterSetInfo);
-    if (!AllocateBuffer(spsData, spsCapacity))
+    (void)tables.ReadParameterSet(scanner.Unit().header.nal_unit_type, rbsp, info);
+    exchange.Capture(info);
+}
+
+SliceOutcome CParseAVCParams::ReadSlice()
+{
+    OpenedSlice slice;
+    switch (sliceReader.Read(slice)) {
+    case SliceReading::OutOfMemory:
+        return SliceOutcome::OutOfMemory;
+    case SliceReading::UnknownParameterSets:
+        return SliceOutcome::Unreadable;
+    case SliceReading::Read:
+        break;
+    }
+    return sliceReader.StartsPicture() ? SliceOutcome::StartsPicture : SliceOutcome::ContinuesPicture;
+}
+
+const SequenceInfo* CParseAVCParams::CompleteKeyUnit(AccessUnit& unit)
+{
+    return exchange.Complete(unit);
+}
+
+void CParseAVCParams::EndStream()
+{
+    sliceReader.EndStream();
+}
+
+Result CParseAVCParams::QuerySliceType(const unsigned char* data, uint32_t size, VideoPicType& type)
+{
+    type = VideoPicUnknown;
+    if (data == nullptr)
         return ResultFailed;
-    if (!AllocateBuffer(ppsData, ppsCapacity))
-        return ResultFailed;
+    scanner.SetData(data, size);
+    const Result result = FindSliceType(type);
+    scanner.EndScan();
     return result;
 }
 
-Result CParseAVCParams::Release()
+Result CParseAVCParams::FindSliceType(VideoPicType& type)
 {
-    for (SpsRecord*& record : spsTable)
-        FreeBuffer(record);
-    for (PpsRecord*& record : ppsTable)
-        FreeBuffer(record);
-    FreeBuffer(spsData);
-    FreeBuffer(ppsData);
-    return CParserBase::Release();
+    while (scanner.NextUnit() == ScanOutcome::Unit) {
+        const NalHeader& header = scanner.Unit().header;
+        if (header.forbidden_zero_bit == 1)
+            return ResultFailed;
+        if (header.nal_unit_type != AvcUnitSlice && header.nal_unit_type != AvcUnitIdrSlice)
+            continue;
+        const std::optional<Rbsp> rbsp = scanner.OpenHead();
+        if (!rbsp)
+            return ResultFailed;
+        CBitReader bits = rbsp->AfterHeader();
+        bits.Ue();  // first_mb_in_slice
+        type = static_cast<VideoPicType>(bits.Ue());
+        return ResultOk;
+    }
+    return ResultFailed;
 }
 
-Result CParseAVCParams::ReadVideoParams(const unsigned char* data, uint32_t size, VideoInfo* info,
-                                        int /*reserved*/)
+Result CParseAVCParams::VideoSampleTest(const unsigned char* data, uint32_t size, VideoInfoEx* test)
 {
-    return accessUnits.ReadVideoParams(data, size, info);
+    if (test == nullptr)
+        return ResultFailed;
+    *test = VideoInfoEx{};
+    scanner.SetData(data, size);
+    const Result result = TestFirstSlice(*test);
+    scanner.EndScan();
+    return result;
 }
 
-// The first of each kind is kept raw. That the parse fails is no reason not to: the bytes may serve a
-// decoder.
-void CParseAVCParams::ReadLeadingUnit(VideoInfo& record)
+// Reads the parameter sets before the first slice into the tables.
+Result CParseAVCParams::TestFirstSlice(VideoInfoEx& test)
 {
-    ReadParameterSet(record);
-    if (openUnit.header.nal_unit_type == AvcUnitSps)
-        CaptureUnit(HeldSps(), record);
-    else if (openUnit.header.nal_unit_type == AvcUnitPps)
-        CaptureUnit(HeldPps(), record);
+    SequenceInfo unused;
+    while (true) {
+        const ScanOutcome outcome = scanner.NextUnit();
+        if (outcome != ScanOutcome::Unit)
+            return ResultOf(outcome);
+        const uint32_t nal_unit_type = scanner.Unit().header.nal_unit_type;
+        const UnitTraits& traits = avcRules.TraitsOf(nal_unit_type);
+        if (traits.unitClass == UnitClass::Slice)
+            return TestSlice(test);
+        if (!traits.isParameterSet)
+            continue;
+        const std::optional<Rbsp> rbsp = scanner.OpenWhole();
+        if (!rbsp || tables.ReadParameterSet(nal_unit_type, *rbsp, unused) != ResultOk)
+            return ResultFailed;
+    }
 }
 
-// The opened unit, if it is one, into the tables. Fails only for want of memory for its record.
-Result CParseAVCParams::ReadParameterSet(VideoInfo& record)
+Result CParseAVCParams::TestSlice(VideoInfoEx& test)
 {
-    if (openUnit.header.nal_unit_type == AvcUnitSps)
-        return ReadSequenceParameterSetData(&record);
-    if (openUnit.header.nal_unit_type == AvcUnitPps)
-        return ReadPictureParameterSetData(&record);
+    OpenedSlice slice;
+    switch (sliceReader.Read(slice)) {
+    case SliceReading::OutOfMemory:
+        return ResultFailed;
+    case SliceReading::UnknownParameterSets:
+        test.sampleError = 1;
+        return ResultFailed;
+    case SliceReading::Read:
+        break;
+    }
+    test = sampleTest.TestSlice(sliceReader.Header(), sliceReader.Sps());
     return ResultOk;
 }
 
-Result CParseAVCParams::ReadSlice(bool& newPicture)
+Result CParseAVCParams::SetVideoData(unsigned char* data, uint32_t size)
 {
-    int32_t startsPicture = 0;
-    const Result result = ReadSliceHeaderData(nullptr, openUnit.header.nal_unit_type,
-                                              openUnit.header.nal_ref_idc, &startsPicture);
-    newPicture = startsPicture != 0;
+    scanner.SetData(data, size);
+    return ResultOk;
+}
+
+Result CParseAVCParams::GetNalUnit(unsigned char** unit, uint32_t* unitSize, bool* isSlice,
+                                   uint32_t* sliceHeaderLength)
+{
+    if (unit == nullptr || unitSize == nullptr || isSlice == nullptr || sliceHeaderLength == nullptr)
+        return ResultFailed;
+    *unit = nullptr;
+    *unitSize = 0;
+    *isSlice = false;
+    *sliceHeaderLength = 0;
+
+    if (scanner.NextUnit() != ScanOutcome::Unit || scanner.Unit().header.forbidden_zero_bit == 1)
+        return ResultFailed;
+    Result result = ResultOk;
+    const uint32_t nal_unit_type = scanner.Unit().header.nal_unit_type;
+    const UnitTraits& traits = avcRules.TraitsOf(nal_unit_type);
+    if (traits.unitClass == UnitClass::Slice) {
+        OpenedSlice slice;
+        if (sliceReader.Read(slice) == SliceReading::OutOfMemory)
+            return ResultFailed;
+        *isSlice = true;
+        *sliceHeaderLength = slice.MeasureHeader();
+    } else if (traits.isParameterSet) {
+        SequenceInfo unused;
+        const std::optional<Rbsp> rbsp = scanner.OpenWhole();
+        if (!rbsp)
+            return ResultFailed;
+        result = tables.ReadParameterSet(nal_unit_type, *rbsp, unused);
+    }
+    scanner.EndUnit();
+    *unit = const_cast<unsigned char*>(scanner.Unit().data);  // the caller's own, not const there
+    *unitSize = scanner.Unit().size;
     return result;
 }
 
-// A stream may begin with an SPS read into the current record and go on with a PPS whose record is the
-// pending one and empty: the description of the SPS must outlive that.
-void CParseAVCParams::CaptureUnit(StoredUnit held, const VideoInfo& record)
+Result CParseAVCParams::GetNalFromFrame(unsigned char* frame, uint32_t size, uint32_t* count,
+                                        unsigned char*** units, uint32_t** sizes)
 {
-    if (held.length != 0 || !MakeRoom(held.data, held.capacity, openUnit.size, openUnit.size))
-        return;
-    ByteSink{held.data, held.capacity, held.length}.Append(openUnit.data, openUnit.size);
-    if (record.sequenceInfoValid != 0)
-        parameterSetInfo = record;
+    if (count == nullptr || units == nullptr || sizes == nullptr)
+        return ResultFailed;
+    const Result result = frameSplit.Split(frame, size);
+    *count = frameSplit.Count();
+    *units = frameSplit.Units();
+    *sizes = frameSplit.Sizes();
+    return result;
 }
 
-const VideoInfo* CParseAVCParams::CompleteKeyUnit(VideoQueueInfo& unit)
+Result CParseAVCParams::SetParameterSetData(unsigned char* sps, uint32_t spsSize, unsigned char* pps,
+                                            uint32_t ppsSize)
 {
-    if (spsLength != 0 && ppsLength != 0) {
-        // Without memory for them the unit is reported as it came.
-        (void)videoQueue->InsertParameterData(&unit, spsData, spsLength, ppsData, ppsLength);
-    }
-    return parameterSetInfo.sequenceInfoValid != 0 ? &parameterSetInfo : nullptr;
+    return exchange.Hold(sps, spsSize, pps, ppsSize);
 }
 
-Result CParseAVCParams::AddUserData(const unsigned char* stream, uint32_t streamLength,
-                                    const unsigned char* data, uint32_t dataLength,
-                                    const unsigned char** output, uint32_t* outputLength)
+Result CParseAVCParams::GetParameterSetData(unsigned char* data, uint32_t size, ParameterSetData* sets)
 {
-    return InsertUserData(avcRules, stream, streamLength, data, dataLength, output, outputLength);
-}
-
-Result CParseAVCParams::GetUserData(const unsigned char* stream, uint32_t streamLength,
-                                    const unsigned char** output, uint32_t* outputLength)
-{
-    return ExtractUserData(avcRules, stream, streamLength, output, outputLength);
-}
-
-Result CParseAVCParams::RemoveUserData(const unsigned char* stream, uint32_t streamLength,
-                                       const unsigned char** output, uint32_t* outputLength)
-{
-    return StripUserData(avcRules, stream, streamLength, output, outputLength);
+    return exchange.Find(data, size, *sets);
 }
 
 }  // namespace videoparams

@@ -1,110 +1,87 @@
 #include "parser/ParserBase.h"
 
-#include "memory/HeapBuffer.h"
-
-#include <new>
-
 namespace videoparams {
 
-void CParserBase::SetBufferConfig(uint32_t count, uint32_t size)
+CParserBase::CParserBase(const NalRules& rules, CAccessUnitHooks& hooks, HandleFamily family)
+    : scanner(rules),
+      work(family == HandleFamily::Parse ? Work(std::in_place_type<StreamAnalysis>, scanner, hooks)
+                                         : Work(std::in_place_type<CUserDataEditor>, scanner))
+{}
+
+HandleFamily CParserBase::Family() const
 {
-    if (count != 0)
-        queueCount = count;
-    if (size != 0)
-        queueBufferSize = size;
+    return std::holds_alternative<StreamAnalysis>(work) ? HandleFamily::Parse : HandleFamily::UserData;
 }
 
-Result CParserBase::Create()
+Result CParserBase::Create(uint32_t queueCount, uint32_t queueSize)
 {
-    if (!AllocateBuffer(rbspBuffer, rbspBufferSize))
-        return ResultFailed;
-    videoQueue = new (std::nothrow) CVideoQueue;
-    const bool queueMade =
-        videoQueue != nullptr && videoQueue->Create(queueCount, queueBufferSize) == ResultOk;
-    if (!queueMade || CreateParameterSetBlocks() != ResultOk) {
-        Release();
-        return ResultFailed;
-    }
-    return ResultOk;
+    return scanner.Create() ? Analysis().queue.Create(queueCount, queueSize) : ResultFailed;
 }
 
-Result CParserBase::CreateParameterSetBlocks()
+Result CParserBase::UserDataCreate()
 {
-    parameterSets = ParameterSetData{};
-    if (!AllocateBuffer(parameterSets.vps, vpsBlockSize) ||
-        !AllocateBuffer(parameterSets.sps, spsBlockSize) || !AllocateBuffer(parameterSets.pps, ppsBlockSize))
-        return ResultFailed;
-    return ResultOk;
+    return scanner.Create() ? Editor().Create() : ResultFailed;
 }
 
-Result CParserBase::Release()
+Result CParserBase::AddUserData(const unsigned char* stream, uint32_t streamLength, const unsigned char* data,
+                                uint32_t dataLength, const unsigned char** output, uint32_t* outputLength)
 {
-    FreeBuffer(rbspBuffer);
-    if (videoQueue != nullptr) {
-        videoQueue->Close();
-        delete videoQueue;
-        videoQueue = nullptr;
-    }
-    FreeBuffer(parameterSets.vps);
-    FreeBuffer(parameterSets.sps);
-    FreeBuffer(parameterSets.pps);
-    FreeBuffer(nalPointers);
-    FreeBuffer(nalSizes);
-    return ResultOk;
+    return Editor().Insert(stream, streamLength, data, dataLength, output, outputLength);
 }
 
-Result CParserBase::ReadVideoParams(const unsigned char*, uint32_t, VideoInfo*, int)
+Result CParserBase::GetUserData(const unsigned char* stream, uint32_t streamLength,
+                                const unsigned char** output, uint32_t* outputLength)
+{
+    return Editor().Extract(stream, streamLength, output, outputLength);
+}
+
+Result CParserBase::RemoveUserData(const unsigned char* stream, uint32_t streamLength,
+                                   const unsigned char** output, uint32_t* outputLength)
+{
+    return Editor().Remove(stream, streamLength, output, outputLength);
+}
+
+Result CParserBase::ReadVideoParams(const unsigned char* data, uint32_t size, VideoInfo* info)
+{
+    return Analysis().accessUnits.ReadVideoParams(data, size, info);
+}
+
+Result CParserBase::VideoSampleTest(const unsigned char* /*data*/, uint32_t /*size*/, VideoInfoEx* /*test*/)
 {
     return ResultOk;
 }
 
-Result CParserBase::VideoSampleTest(const unsigned char*, uint32_t, VideoInfoEx*)
+Result CParserBase::QuerySliceType(const unsigned char* /*data*/, uint32_t /*size*/, VideoPicType& type)
+{
+    type = VideoPicUnknown;
+    return ResultFailed;
+}
+
+Result CParserBase::SetVideoData(unsigned char* /*data*/, uint32_t /*size*/)
 {
     return ResultOk;
 }
 
-Result CParserBase::QuerySliceType(const unsigned char*, uint32_t, VideoPicType&)
+Result CParserBase::GetNalUnit(unsigned char** /*unit*/, uint32_t* /*unitSize*/, bool* /*isSlice*/,
+                               uint32_t* /*sliceHeaderLength*/)
 {
     return ResultOk;
 }
 
-Result CParserBase::SetVideoData(unsigned char*, uint32_t)
+Result CParserBase::GetNalFromFrame(unsigned char* /*frame*/, uint32_t /*size*/, uint32_t* /*count*/,
+                                    unsigned char*** /*units*/, uint32_t** /*sizes*/)
 {
     return ResultOk;
 }
 
-Result CParserBase::GetNalUnit(unsigned char**, uint32_t*, bool*, uint32_t*)
+Result CParserBase::SetParameterSetData(unsigned char* /*sps*/, uint32_t /*spsSize*/, unsigned char* /*pps*/,
+                                        uint32_t /*ppsSize*/)
 {
     return ResultOk;
 }
 
-Result CParserBase::GetNalFromFrame(unsigned char*, uint32_t, uint32_t*, unsigned char***, uint32_t**)
-{
-    return ResultOk;
-}
-
-Result CParserBase::AddUserData(const unsigned char*, uint32_t, const unsigned char*, uint32_t,
-                                const unsigned char**, uint32_t*)
-{
-    return ResultOk;
-}
-
-Result CParserBase::GetUserData(const unsigned char*, uint32_t, const unsigned char**, uint32_t*)
-{
-    return ResultOk;
-}
-
-Result CParserBase::RemoveUserData(const unsigned char*, uint32_t, const unsigned char**, uint32_t*)
-{
-    return ResultOk;
-}
-
-Result CParserBase::SetParameterSetData(unsigned char*, uint32_t, unsigned char*, uint32_t)
-{
-    return ResultOk;
-}
-
-Result CParserBase::GetParameterSetData(unsigned char*, uint32_t, ParameterSetData*)
+Result CParserBase::GetParameterSetData(unsigned char* /*data*/, uint32_t /*size*/,
+                                        ParameterSetData* /*sets*/)
 {
     return ResultOk;
 }
