@@ -1,38 +1,19 @@
-// Describes every access unit of a file. Cuts the file into NAL units itself.
+// Describes every access unit of a file.
 //
 //     analyse h264|h265 FILE
 //
 // SPDX-License-Identifier: MIT
 
 #include <VideoParams.h>
-
-#include <limits.h>
+#include <inttypes.h>
 #include <stdio.h>
-#include <stdlib.h>
 #include <string.h>
+#include <videoparams/nal_feeder.h>
 
-static unsigned char* ReadFile(const char* name, size_t* size)
+static int Fail(const char* message)
 {
-    FILE* file = fopen(name, "rb");
-    if (file == NULL || fseek(file, 0, SEEK_END) != 0)
-        return NULL;
-    const long length = ftell(file);
-    rewind(file);
-    unsigned char* bytes = length > 0 && length <= INT_MAX ? malloc((size_t)length) : NULL;
-    *size = bytes != NULL ? fread(bytes, 1, (size_t)length, file) : 0;
-    fclose(file);
-    return bytes;
-}
-
-// The bytes from `data` to the next start code that a call would see. No piece is shorter than 5 bytes: the
-// library passes over such a buffer, so a tiny unit goes with the one behind it.
-static size_t UnitSize(const unsigned char* data, size_t left)
-{
-    for (size_t i = 5; i + 5 <= left; ++i) {
-        if (data[i] == 0 && data[i + 1] == 0 && (data[i + 2] == 1 || (data[i + 2] == 0 && data[i + 3] == 1)))
-            return i;
-    }
-    return left;
+    perror(message);
+    return 1;
 }
 
 static void Report(unsigned int* number, const VideoInfo* info)
@@ -51,29 +32,44 @@ static void Report(unsigned int* number, const VideoInfo* info)
 
 int main(int argc, char** argv)
 {
-    if (argc != 3) {
+    static unsigned char bytes[65536];
+    VideoParamsNalFeeder feeder;
+    VideoParamsPiece piece = {0};
+    VideoInfo info;
+    unsigned int number = 0;
+    size_t size = 0;
+    void* parser = NULL;
+
+    const int isHevc = argc == 3 && strcmp(argv[1], "h265") == 0;
+    if (argc != 3 || (!isHevc && strcmp(argv[1], "h264") != 0)) {
         fprintf(stderr, "usage: analyse h264|h265 FILE\n");
         return 2;
     }
-    const VideoCodecType codec = strcmp(argv[1], "h265") == 0 ? VideoCodecHEVC : VideoCodecAVC;
-    size_t size;
-    unsigned char* stream = ReadFile(argv[2], &size);
-    void* parser;
-    if (stream == NULL || ParseCreate(&parser, codec, 0, 0) != 0)
-        return 1;
+    FILE* file = fopen(argv[2], "rb");
+    if (file == NULL)
+        return Fail(argv[2]);
+    if (ParseCreate(&parser, isHevc ? VideoCodecHEVC : VideoCodecAVC, 0, 0) != 0)
+        return Fail("ParseCreate");
 
-    unsigned int number = 0;
-    VideoInfo info;
-    for (size_t begin = 0, unitSize; begin < size; begin += unitSize) {
-        unitSize = UnitSize(stream + begin, size - begin);
-        if (ParseVideoParams(parser, stream + begin, (unsigned int)unitSize, &info) != 0)
-            fprintf(stderr, "byte %u: damaged\n", (unsigned int)begin);
-        Report(&number, &info);
-    }
-    ParseVideoParams(parser, NULL, 0, &info);  // flush: the last access unit
+    VideoParamsInitFeeder(&feeder);
+    do {
+        size = fread(bytes, 1, sizeof bytes, file);
+        if (size == 0)
+            VideoParamsEndStream(&feeder);
+        else if (VideoParamsFeed(&feeder, bytes, size) != 0)
+            return Fail("VideoParamsFeed");
+        while (VideoParamsNextPiece(&feeder, &piece)) {
+            if (!piece.isUnit || ParseVideoParams(parser, piece.data, (unsigned int)piece.size, &info) != 0)
+                fprintf(stderr, "%u bytes from byte %" PRIu64 " on were skipped\n", (unsigned int)piece.size,
+                        piece.offset);
+            if (piece.isUnit)
+                Report(&number, &info);
+        }
+    } while (size > 0);
+    ParseVideoParams(parser, NULL, 0, &info);  // flush: reports the last access unit
     Report(&number, &info);
 
+    VideoParamsFreeFeeder(&feeder);
     ParseRelease(parser);
-    free(stream);
-    return 0;
+    return ferror(file) || fclose(file) != 0 ? Fail(argv[2]) : 0;
 }

@@ -1,28 +1,58 @@
-// Lists the access units of an H.264 file of up to 16 MB.
+// Lists the access units of an H.264 file of any size.
 //
 // SPDX-License-Identifier: MIT
 
 #include <VideoParams.h>
 #include <stdio.h>
+#include <videoparams/nal_feeder.h>
 
-static unsigned char stream[16 << 20];
+static int Fail(const char* message)
+{
+    perror(message);
+    return 1;
+}
+
+static void Take(void* parser, const unsigned char* unit, unsigned int unitSize)
+{
+    VideoInfo info;
+    if (ParseVideoParams(parser, unit, unitSize, &info) != 0)
+        fprintf(stderr, "a damaged unit was skipped\n");
+    if (info.accessUnitFound)  // one picture late
+        printf("%u bytes%s\n", info.accessUnitSize, info.keyFrame ? ", key frame" : "");
+}
 
 int main(int argc, char** argv)
 {
-    FILE* file = argc > 1 ? fopen(argv[1], "rb") : NULL;
-    unsigned int size = file != NULL ? (unsigned int)fread(stream, 1, sizeof stream, file) : 0;
-    unsigned int count, *sizes;
-    unsigned char** units;
-    VideoInfo info;
-    void* parser;
-    if (size == 0 || ParseCreate(&parser, VideoCodecAVC, 0, 0) != 0 ||
-        GetNalFromFrame(parser, stream, size, &count, &units, &sizes) != 0)
-        return 1;
-    // Reports are one picture late: an empty call at the end asks for the last.
-    for (unsigned int i = 0; i <= count; ++i) {
-        ParseVideoParams(parser, i < count ? units[i] : NULL, i < count ? sizes[i] : 0, &info);
-        if (info.accessUnitFound)
-            printf("%u bytes%s\n", info.accessUnitSize, info.keyFrame ? ", key frame" : "");
+    static unsigned char piece[65536];
+    VideoParamsNalFeeder feeder;  // returns whole units; joins units that are too short for a call
+    const unsigned char* unit = NULL;
+    unsigned int unitSize = 0;
+    size_t size = 0;
+    void* parser = NULL;
+
+    if (argc != 2) {
+        fprintf(stderr, "usage: list-access-units FILE\n");
+        return 2;
     }
-    return (int)ParseRelease(parser);
+    FILE* file = fopen(argv[1], "rb");
+    if (file == NULL)
+        return Fail(argv[1]);
+    if (ParseCreate(&parser, VideoCodecAVC, 0, 0) != 0)
+        return Fail("ParseCreate");
+
+    VideoParamsInitFeeder(&feeder);
+    do {
+        size = fread(piece, 1, sizeof piece, file);
+        if (size == 0)
+            VideoParamsEndStream(&feeder);
+        else if (VideoParamsFeed(&feeder, piece, size) != 0)
+            return Fail("VideoParamsFeed");
+        while (VideoParamsNextUnit(&feeder, &unit, &unitSize))
+            Take(parser, unit, unitSize);
+    } while (size > 0);
+    Take(parser, NULL, 0);  // flush: reports the last access unit
+
+    VideoParamsFreeFeeder(&feeder);
+    ParseRelease(parser);
+    return ferror(file) || fclose(file) != 0 ? Fail(argv[1]) : 0;
 }

@@ -43,9 +43,9 @@
 /// - If one call completes several access units, only the last one is reported.
 ///
 /// **Join units of 3 or 4 bytes to the end of the previous unit.** Such a unit, for example an end of
-/// sequence (00 00 01 0A), is too short for a call of its own. `include/videoparams/nal_feeder.hpp` takes a
-/// stream in pieces of any size and does all of this. One access unit per call is as correct as one unit per
-/// call, and faster.
+/// sequence (00 00 01 0A), is too short for a call of its own. The feeders in `videoparams/nal_feeder.h` (C)
+/// and `videoparams/nal_feeder.hpp` (C++) take a stream in pieces of any size and do all of this. One access
+/// unit per call is as correct as one unit per call, and faster.
 ///
 /// @par Two families of handles
 /// A **parse handle** (`ParseCreate`, `ParseRelease`) serves stream analysis, sample queries, parameter sets

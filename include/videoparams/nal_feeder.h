@@ -41,8 +41,8 @@ typedef struct VideoParamsNalFeeder
     uint32_t largestUnit; /* A longer unit is left out. Limits the memory that a stream can take. Default:
                              2^32 - 1 */
     int keepsShortUnits;  /* 0, the default: a unit of 3 or 4 bytes (such as an end of sequence, 00 00 01 0A)
-                           * comes as  the last bytes of the previous unit, if both together are not above
-                           * `largestUnit`. The  library ignores a call with a unit so short. 1: it comes
+                           * comes as the last bytes of the previous unit, if both together are not above
+                           * `largestUnit`. The library ignores a call with a unit so short. 1: it comes
                            * alone.
                            */
 
