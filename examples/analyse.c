@@ -71,5 +71,9 @@ int main(int argc, char** argv)
 
     VideoParamsFreeFeeder(&feeder);
     ParseRelease(parser);
-    return ferror(file) || fclose(file) != 0 ? Fail(argv[2]) : 0;
+    if (ferror(file) || fclose(file) != 0)
+        return Fail(argv[2]);
+    if (number == 0)
+        fprintf(stderr, "%s: no picture found\n", argv[2]);
+    return number == 0 ? 1 : 0;
 }

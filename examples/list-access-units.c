@@ -12,13 +12,17 @@ static int Fail(const char* message)
     return 1;
 }
 
+static unsigned int accessUnitCount = 0;
+
 static void Take(void* parser, const unsigned char* unit, unsigned int unitSize)
 {
     VideoInfo info;
     if (ParseVideoParams(parser, unit, unitSize, &info) != 0)
         fprintf(stderr, "a damaged unit was skipped\n");
-    if (info.accessUnitFound)  // one picture late
+    if (info.accessUnitFound) {  // one picture late
         printf("%u bytes%s\n", info.accessUnitSize, info.keyFrame ? ", key frame" : "");
+        ++accessUnitCount;
+    }
 }
 
 int main(int argc, char** argv)
@@ -54,5 +58,9 @@ int main(int argc, char** argv)
 
     VideoParamsFreeFeeder(&feeder);
     ParseRelease(parser);
-    return ferror(file) || fclose(file) != 0 ? Fail(argv[1]) : 0;
+    if (ferror(file) || fclose(file) != 0)
+        return Fail(argv[1]);
+    if (accessUnitCount == 0)
+        fprintf(stderr, "%s: no picture found. Is it an H.264 byte stream with parameter sets?\n", argv[1]);
+    return accessUnitCount == 0 ? 1 : 0;
 }

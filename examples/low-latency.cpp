@@ -59,6 +59,8 @@ int main(int argc, char** argv)
     std::vector<AccessUnit> accessUnits;
     if (!ReadAccessUnits(argv[2], codec, accessUnits))
         return Fail("cannot read ", argv[2]);
+    if (accessUnits.empty())
+        return Fail("no picture found in ", argv[2]);
     void* parser = nullptr;
     if (ParseCreate(&parser, codec, 0, 0) != 0)
         return Fail("out of memory", "");
