@@ -23,15 +23,15 @@ _videoparams() {
     *)
         case $command in
         "") words="info units params check userdata --help --version" ;;
-        info) words="--codec --stream --units --json --plot --help" ;;
+        info) words="--codec --stream --units --json --plot --force --help" ;;
         units) words="--codec --stream --json --help" ;;
-        params) words="--codec --stream --json --output --help" ;;
+        params) words="--codec --stream --json --output --force --help" ;;
         check) words="--codec --stream --json --help" ;;
         userdata) words="add get remove --help" ;;
-        "userdata add") words="--codec --stream --text --data --where --output --help" ;;
-        "userdata get" | "userdata remove") words="--codec --stream --output --help" ;;
+        "userdata add") words="--codec --stream --text --data --where --output --force --help" ;;
+        "userdata get" | "userdata remove") words="--codec --stream --output --force --help" ;;
         esac
-        # Behind a command stands a file, unless an option is begun.
+        # After a command comes a file, unless the word begins like an option.
         if [[ $command != "" && $command != userdata && $current != -* ]]; then
             compopt -o default
             return
