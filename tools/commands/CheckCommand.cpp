@@ -1,6 +1,7 @@
 #include "commands/Commands.h"
 #include "report/CheckReport.h"
 #include "report/Message.h"
+#include "stream/ContainerCheck.h"
 #include "stream/UnitOrder.h"
 
 #include <algorithm>
@@ -15,21 +16,29 @@ constexpr uint32_t SliceHeadSize = 256;
 class CCheck
 {
 public:
-    CCheck(VideoCodecType codec, CCheckReport& given) : report(given), analysis(codec), tester(codec) {}
+    CCheck(const SourceFacts& source, CCheckReport& given)
+        : facts(source), report(given), analysis(source.codec), tester(source.codec)
+    {
+        if (facts.container)
+            container.emplace(facts);
+    }
 
     void Take(const NalUnit& unit);
-    void Finish();
-    void NoteSkipped(uint64_t bytes);
+    void Finish(const SourceCounts& counts);
 
     const CheckSummary& Summary() const { return summary; }
 
 private:
     void TestContinuity(const NalUnit& slice);
+    void NoteSkipped(uint64_t bytes);
+    void AddSamples(const std::vector<SampleFinding>& found);
     void Add(const Finding& finding);
 
+    const SourceFacts& facts;
     CCheckReport& report;
     CStreamAnalysis analysis;
     CUnitOrder order;
+    std::optional<CContainerCheck> container;
     CParseHandle tester;  // reads no slice but the first of each picture
     bool isAfterFirstField = false;
     CheckSummary summary;
@@ -38,6 +47,8 @@ private:
 void CCheck::Take(const NalUnit& unit)
 {
     const UnitRole role = analysis.Take(unit);
+    if (container)
+        AddSamples(container->Take(unit, role, analysis));
     for (const OrderFinding& finding : order.Take(unit, role))
         Add({FindingPlace::Unit, finding.unit, finding.offset, finding.text});
     if (role == UnitRole::Unreadable)
@@ -47,7 +58,7 @@ void CCheck::Take(const NalUnit& unit)
         ++summary.accessUnits;
         if (unit.codec == VideoCodecAVC)
             TestContinuity(unit);
-    } else if (role == UnitRole::Leading && (unit.IsSps() || unit.IsPps())) {
+    } else if ((role == UnitRole::Leading || unit.isOutOfBand) && (unit.IsSps() || unit.IsPps())) {
         VideoInfoEx none;
         VideoSampleTest(tester, unit.data, unit.size, &none);
     }
@@ -77,16 +88,35 @@ void CCheck::Add(const Finding& finding)
     report.Add(finding);
 }
 
-void CCheck::Finish()
+void CCheck::AddSamples(const std::vector<SampleFinding>& found)
+{
+    for (const SampleFinding& finding : found) {
+        Finding added{FindingPlace::Stream, 0, {}, finding.text};
+        if (const std::shared_ptr<const Sample> sample = finding.sample) {
+            added.place = FindingPlace::Sample;
+            added.number = sample->number;
+            added.offset = sample->offset;
+            if (const std::optional<int64_t> time = sample->pts ? sample->pts : sample->dts)
+                added.seconds = facts.timeBase.Seconds(*time);
+        }
+        Add(added);
+    }
+}
+
+void CCheck::Finish(const SourceCounts& counts)
 {
     for (const OrderFinding& finding : order.Finish())
         Add({FindingPlace::Unit, finding.unit, finding.offset, finding.text});
+    analysis.Finish();
+    if (container)
+        AddSamples(container->Finish(counts, analysis));
+    NoteSkipped(counts.skippedBytes);
 }
 
 void CCheck::NoteSkipped(uint64_t bytes)
 {
     if (bytes != 0)
-        Add({FindingPlace::Stream, 0, 0, CountOf(bytes, "byte") + " outside of units"});
+        Add({FindingPlace::Stream, 0, {}, CountOf(bytes, "byte") + " outside of units"});
 }
 
 }  // namespace
@@ -95,12 +125,11 @@ Status RunCheck(const CheckOptions& options)
 {
     const auto source = OpenSource(options.source);
     const auto report = MakeCheckReport({.isJson = options.isJson});
-    CCheck check(source->Codec(), *report);
+    CCheck check(source->Facts(), *report);
     source->PrintsLines();
     report->Begin(source->Facts());
     source->ForEach([&](const NalUnit& unit) { check.Take(unit); });
-    check.Finish();
-    check.NoteSkipped(source->Counts().skippedBytes);
+    check.Finish(source->Counts());
     if (check.Summary().accessUnits == 0)
         throw CToolError(fmt::format("{}: no picture could be read from it", source->Name()));
     report->End(check.Summary());

@@ -27,10 +27,13 @@ void CCheckJson::Begin(const SourceFacts& facts)
 void CCheckJson::Add(const Finding& finding)
 {
     Json json = Json::object();
-    if (finding.place != FindingPlace::Stream) {
-        json[finding.place == FindingPlace::Unit ? "unit" : "accessUnit"] = finding.number;
-        json["offset"] = finding.offset;
-    }
+    static constexpr const char* Places[] = {"unit", "accessUnit", "sample"};
+    if (finding.place != FindingPlace::Stream)
+        json[Places[static_cast<size_t>(finding.place)]] = finding.number;
+    if (finding.seconds)
+        json["seconds"] = Rounded(*finding.seconds);
+    if (finding.offset)
+        json["offset"] = *finding.offset;
     json["text"] = finding.text;
     writer.Add(json);
 }

@@ -7,6 +7,7 @@
 #include "report/Report.h"
 
 #include <memory>
+#include <optional>
 
 namespace tool {
 
@@ -14,15 +15,17 @@ enum class FindingPlace
 {
     Unit,        // a NAL unit
     AccessUnit,  // an access unit
+    Sample,      // a sample of a container
     Stream,      // no single place
 };
 
 struct Finding
 {
     FindingPlace place = FindingPlace::Stream;
-    uint64_t number = 0;  // of the unit or access unit
-    uint64_t offset = 0;
+    uint64_t number = 0;             // of the unit, access unit or sample
+    std::optional<uint64_t> offset;  // in the stream; of a sample, in the file
     std::string text;
+    std::optional<double> seconds = {};  // when the sample is presented
 };
 
 struct CheckSummary

@@ -26,9 +26,15 @@ void CCheckText::Add(const Finding& finding)
     if (style.hasSeveralFiles)
         fmt::print("{}: ", facts.name);
     if (finding.place == FindingPlace::Unit)
-        fmt::print("unit {}, byte {}: ", finding.number, finding.offset);
+        fmt::print("unit {}, ", finding.number);
     else if (finding.place == FindingPlace::AccessUnit)
-        fmt::print("access unit {}, byte {}: ", finding.number, finding.offset);
+        fmt::print("access unit {}, ", finding.number);
+    else if (finding.place == FindingPlace::Sample)
+        fmt::print("sample {}, ", finding.number);
+    if (finding.seconds)
+        fmt::print("{:.3f} s, ", *finding.seconds);
+    if (finding.offset)
+        fmt::print("byte {}: ", *finding.offset);
     fmt::print("{}\n", finding.text);
 }
 

@@ -1,4 +1,5 @@
 #include "report/ColourNames.h"
+#include "report/ContainerInfo.h"
 #include "report/InfoReport.h"
 #include "report/JsonReport.h"
 
@@ -57,9 +58,19 @@ public:
         : CJsonReport("info", listsAccessUnits ? "accessUnits" : "", style)
     {}
 
+    void Begin(const SourceFacts& facts) override;
     void Add(const AccessUnit& unit) override;
     void End(const InfoResult& result) override;
+
+private:
+    TimeBase timeBase;
 };
+
+void CInfoJson::Begin(const SourceFacts& facts)
+{
+    timeBase = facts.timeBase;
+    CJsonReport::Begin(facts);
+}
 
 void CInfoJson::Add(const AccessUnit& unit)
 {
@@ -69,6 +80,8 @@ void CInfoJson::Add(const AccessUnit& unit)
         json["field"] = unit.isField;
         json["slice_type"] = unit.slice_type;
     }
+    if (unit.sample)
+        json.update(TimesToJson(unit, timeBase));
     writer.Add(json);
 }
 
@@ -76,6 +89,8 @@ void CInfoJson::End(const InfoResult& result)
 {
     Json json;
     const CStreamSummary& summary = result.summary;
+    if (result.facts.container)
+        json["container"] = ContainerToJson(result);
     json["sequences"] = Json::array();
     for (const SequenceStart& sequence : summary.Sequences()) {
         json["sequences"].push_back({{"firstAccessUnit", sequence.accessUnit}});

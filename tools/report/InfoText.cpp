@@ -1,4 +1,5 @@
 #include "report/ColourNames.h"
+#include "report/ContainerInfo.h"
 #include "report/InfoReport.h"
 #include "report/Message.h"
 
@@ -113,6 +114,14 @@ void PrintAccessUnits(const CStreamSummary& summary)
     PrintLine("bit rate", duration ? DescribeBitRate(*summary.BitRate()) : "unknown without a frame rate");
 }
 
+std::string DescribeTimes(const AccessUnit& unit, const TimeBase& timeBase)
+{
+    const auto describe = [&](const std::optional<int64_t>& ticks) {
+        return ticks ? fmt::format("{:.3f}", timeBase.Seconds(*ticks)) : "-";
+    };
+    return fmt::format("{:>10} {:>10}  ", describe(unit.sample->pts), describe(unit.sample->dts));
+}
+
 class CInfoText : public CInfoReport
 {
 public:
@@ -125,13 +134,17 @@ public:
 private:
     bool listsAccessUnits;
     bool isAvc = true;
+    std::optional<TimeBase> timeBase;  // of a container
 };
 
 void CInfoText::Begin(const SourceFacts& facts)
 {
     isAvc = facts.codec == VideoCodecAVC;
+    if (facts.container)
+        timeBase = facts.timeBase;
     if (listsAccessUnits)
-        fmt::print("{:>8} {:>12} {:>9}  {:<4} {:<6} slice_type\n", "unit", "offset", "bytes", "key", "coded");
+        fmt::print("{:>8} {:>12} {:>9}  {}{:<4} {:<6} slice_type\n", "unit", "offset", "bytes",
+                   timeBase ? fmt::format("{:>10} {:>10}  ", "pts s", "dts s") : "", "key", "coded");
 }
 
 void CInfoText::Add(const AccessUnit& unit)
@@ -139,13 +152,16 @@ void CInfoText::Add(const AccessUnit& unit)
     const std::string type =
         isAvc ? fmt::format("{} {}", unit.slice_type, SliceTypeName(unit.slice_type)) : "-";
     const char* const structure = !isAvc ? "-" : unit.isField ? "field" : "frame";
-    fmt::print("{:>8} {:>12} {:>9}  {:<4} {:<6} {}\n", unit.number, unit.offset, unit.size,
-               unit.isKeyFrame ? "key" : "-", structure, type);
+    fmt::print("{:>8} {:>12} {:>9}  {}{:<4} {:<6} {}\n", unit.number, unit.offset, unit.size,
+               timeBase ? DescribeTimes(unit, *timeBase) : "", unit.isKeyFrame ? "key" : "-", structure,
+               type);
 }
 
 void CInfoText::End(const InfoResult& result)
 {
     fmt::print("{}\n", result.facts.name);
+    for (const auto& [label, text] : DescribeContainer(result))
+        PrintLine(label.c_str(), text);
     PrintLine("codec", CodecName(result.facts.codec));
     PrintSequences(result.summary);
     PrintAccessUnits(result.summary);

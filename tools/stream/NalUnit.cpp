@@ -100,6 +100,11 @@ bool NalUnit::IsKeySlice() const
     return HasHeader() && (codec == VideoCodecAVC ? Type() == 5 : IsWithin(Type(), 16, 21));
 }
 
+bool NalUnit::IsIdrSlice() const
+{
+    return HasHeader() && (codec == VideoCodecAVC ? Type() == 5 : IsWithin(Type(), 19, 20));
+}
+
 bool NalUnit::IsDelimiter() const
 {
     return HasHeader() && Type() == (codec == VideoCodecAVC ? 9 : 35);

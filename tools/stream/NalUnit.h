@@ -46,6 +46,7 @@ struct NalUnit
     UnitClass Class() const;
     bool IsSlice() const { return Class() == UnitClass::Slice; }
     bool IsKeySlice() const;
+    bool IsIdrSlice() const;
     bool IsDelimiter() const;
     bool IsSps() const;
     bool IsPps() const;

@@ -14,4 +14,7 @@ uint32_t TrailingZeros(const NalUnit& unit);
 // An SEI unit of the base layer that ends as it should, in rbsp_trailing_bits(): 80.
 bool TakesMessage(const NalUnit& unit);
 
+// An SEI unit with a message of this type.
+bool HasMessage(const NalUnit& unit, uint32_t payloadType);
+
 }  // namespace tool

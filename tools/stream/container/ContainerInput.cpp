@@ -50,7 +50,7 @@ bool IsSupported(AVCodecID codec)
 bool HasSampleMarks(const AVInputFormat& format)
 {
     const std::string_view name = format.name;
-    return name.starts_with("matroska") || name.starts_with("mov") || name == "flv" || name == "avi";
+    return name.starts_with("matroska") || name.starts_with("mov") || name == "flv";
 }
 
 const AVInputFormat* ProbeFormat(const std::vector<unsigned char>& head, int& score)

@@ -31,7 +31,8 @@ CContainerSink::CContainerSink(CContainerInput& source, const AVStream& video, u
     context.reset(made);
     context->url = av_strdup(("file:" + output.TemporaryPath()).c_str());
     CheckMemory(context->url != nullptr);
-    context->flags |= AVFMT_FLAG_BITEXACT;  // no new name of a writing program
+    if (std::string_view(made->oformat->name) != "mxf")  // that one needs a new identifier
+        context->flags |= AVFMT_FLAG_BITEXACT;           // no new name of a writing program
     context->avoid_negative_ts = AVFMT_AVOID_NEG_TS_DISABLED;
     context->strict_std_compliance = -2;  // experimental: what is in the input may be written
     context->max_delay = 0;
@@ -59,6 +60,10 @@ void CContainerSink::MakeStreams()
             CopyStream(*from.streams[i]);
     }
     CheckMemory(av_dict_copy(&context->metadata, from.metadata, 0) >= 0);
+    // The MP4 muxer takes the name of the writing program from another key than the demuxer stores it in.
+    if (const AVDictionaryEntry* const encoder = av_dict_get(from.metadata, "encoder", nullptr, 0))
+        CheckMemory(
+            av_dict_set(&context->metadata, "encoding_tool", encoder->value, AV_DICT_DONT_OVERWRITE) >= 0);
     CopyPrograms();
     CopyChapters();
 }

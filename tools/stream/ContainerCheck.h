@@ -1,0 +1,79 @@
+// Compares what a container records with what its video stream contains: marks of key samples, times,
+// parameter sets, one access unit per sample.
+//
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "stream/StreamAnalysis.h"
+#include "stream/UnitSource.h"
+
+#include <map>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace tool {
+
+struct SampleFinding
+{
+    std::shared_ptr<const Sample> sample;  // null: of the whole stream
+    std::string text;                      // what was found and what was expected
+};
+
+class CContainerCheck
+{
+public:
+    explicit CContainerCheck(const SourceFacts& facts);
+
+    // Units in the order of the stream, with what the analysis took them for. Returns what was found in the
+    // samples that are finished.
+    std::vector<SampleFinding> Take(const NalUnit& unit, UnitRole role, const CStreamAnalysis& analysis);
+
+    // After the analysis is finished.
+    std::vector<SampleFinding> Finish(const SourceCounts& counts, const CStreamAnalysis& analysis);
+
+private:
+    using SetKey = std::pair<uint32_t, uint32_t>;  // nal_unit_type and identifier
+
+    struct Contents  // of the sample at hand
+    {
+        std::shared_ptr<const Sample> sample;
+        uint64_t frames = 0;
+        uint64_t fields = 0;
+        bool isContinued = false;  // begins with slices of a picture that began in an earlier sample
+        bool hasIdr = false;
+        bool hasIrap = false;
+        bool hasRecoveryPoint = false;
+        bool refersToOthers = false;  // a slice of type P or B (H.264)
+    };
+
+    void TakeSlice(const NalUnit& unit, UnitRole role, const AccessUnit& picture);
+    void TakeParameterSet(const NalUnit& unit);
+    void TakeCompleted(const AccessUnit& picture);
+    void FinishSample();
+    void CheckPictures();
+    void CheckMark();
+    void CheckTimes(const std::shared_ptr<const Sample>& sample);
+    void CheckFrameRate();
+    std::string Time(int64_t ticks) const;
+    void Add(const std::string& text) { findings.push_back({contents.sample, text}); }
+
+    const SourceFacts& facts;
+    const ContainerFacts& container;
+    Contents contents;
+    std::vector<SampleFinding> findings;
+
+    std::map<SetKey, std::vector<unsigned char>> describedSets;
+    std::set<SetKey> reportedSets;
+
+    std::shared_ptr<const Sample> firstTimed;
+    std::shared_ptr<const Sample> lastTimed;
+    uint64_t timedSamples = 0;
+    std::pair<uint32_t, uint32_t> reportedSize{};
+    double streamFrameRate = 0;  // of the last SPS that has one; 0: none has
+    bool rateChanges = false;
+};
+
+}  // namespace tool
