@@ -5,7 +5,7 @@ set -euo pipefail
 
 "$projectDir/scripts/setup.sh" format
 cd "$projectDir"
-mapfile -t files < <(find include src tools examples tests bench fuzz web/native web/tests/native -regextype egrep -regex '.*\.(c|cpp|h|hpp)' | sort)
+mapfile -t files < <(find include src tools examples tests bench fuzz gstreamer web/native web/tests/native -regextype egrep -regex '.*\.(c|cpp|h|hpp)' | sort)
 
 if [ "${1:-}" = --fix ]; then
     clang-format-14 -i "${files[@]}"

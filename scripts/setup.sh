@@ -30,6 +30,18 @@ bench         libbenchmark-dev                  header benchmark/benchmark.h
 bench         pkg-config                        command pkg-config
 bench         libavcodec-dev                    library libavcodec
 bench         libgstreamer-plugins-bad1.0-dev   library gstreamer-codecparsers-1.0
+gstreamer     pkg-config                        command pkg-config
+gstreamer     libgstreamer1.0-dev               library gstreamer-base-1.0
+gstreamer     libgstreamer-plugins-base1.0-dev  library gstreamer-video-1.0
+gstreamer     libgstreamer-plugins-bad1.0-dev   library gstreamer-codecparsers-1.0
+gsttests      gstreamer1.0-tools                command gst-inspect-1.0
+gsttests      gstreamer1.0-plugins-base         element videotestsrc
+gsttests      gstreamer1.0-plugins-good         element rtph264pay
+gsttests      gstreamer1.0-plugins-ugly         element x264enc
+gsttests      gstreamer1.0-plugins-bad          element x265enc
+gsttests      gstreamer1.0-libav                element avdec_h264
+gsttests      python3-gi                        package python3-gi
+gsttests      gir1.2-gst-plugins-base-1.0       package gir1.2-gst-plugins-base-1.0
 ffmpeg        ffmpeg                            command ffmpeg
 ffmpeg        python3                           command python3
 streams       x264                              command x264
@@ -81,6 +93,9 @@ hasLibrary() { pkg-config --exists "$1"; }
 
 # A module of Python 3.
 hasModule() { python3 -c "import $1"; }
+
+# An element of GStreamer.
+hasElement() { gst-inspect-1.0 --exists "$1"; }
 
 # A Debian package as such. For what none of the other questions finds.
 hasPackage() { [ "$(dpkg-query --show --showformat '${db:Status-Status}' "$1")" = installed ]; }

@@ -1,0 +1,14 @@
+#include "check/AvcContinuity.h"
+#include "check/HevcContinuity.h"
+
+namespace gstvp {
+
+std::unique_ptr<CContinuity> MakeContinuity(const CodecRules& rules)
+{
+    if (rules.codec == VideoCodecHEVC)
+        return std::make_unique<CHevcContinuity>();
+    auto avc = std::make_unique<CAvcContinuity>();
+    return avc->Create() ? std::move(avc) : nullptr;
+}
+
+}  // namespace gstvp
