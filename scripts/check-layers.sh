@@ -19,6 +19,10 @@ src/avc                   VideoParams.h parser/ userdata/ analysis/ bitstream/ m
 src/hevc                  VideoParams.h parser/ userdata/ analysis/ bitstream/ memory/
 src/api                   VideoParams.h avc/ hevc/ parser/ userdata/ analysis/ bitstream/ memory/
 tools                     VideoParams.h videoparams/ bitstream/ memory/
+gstreamer/stream          VideoParams.h stream/
+gstreamer/userdata        VideoParams.h videoparams/ userdata/ stream/
+gstreamer/check           VideoParams.h check/ stream/
+gstreamer/elements        VideoParams.h videoparams/ elements/ check/ userdata/ stream/
 gstreamer                 VideoParams.h videoparams/
 web/native                VideoParams.h videoparams/ bitstream/ memory/ stream/
 web                       VideoParams.h videoparams/

@@ -32,9 +32,13 @@ struct Codec
 };
 
 const Codec codecs[] = {
-    {"H.264", "video/x-h264, stream-format=byte-stream, alignment=au", VideoCodecAVC,
+    {"H.264",
+     "video/x-h264, stream-format=byte-stream, alignment=au",
+     VideoCodecAVC,
      {0, 0, 0, 1, 0x09, 0x30, 0, 0, 0, 1, 0x41, 0x9A}},
-    {"H.265", "video/x-h265, stream-format=byte-stream, alignment=au", VideoCodecHEVC,
+    {"H.265",
+     "video/x-h265, stream-format=byte-stream, alignment=au",
+     VideoCodecHEVC,
      {0, 0, 0, 1, 0x46, 0x01, 0x50, 0, 0, 0, 1, 0x02, 0x01, 0xD0}},
 };
 
@@ -141,7 +145,8 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "usage: gst-insert-cost PLUGIN_FILE\n");
         return 2;
     }
-    std::puts("| stream | `AddUserData` and one copy, µs | `vpuserdatainsert`, µs | ratio | with the result mapped in one "
+    std::puts("| stream | `AddUserData` and one copy, µs | `vpuserdatainsert`, µs | ratio | with the result "
+              "mapped in one "
               "piece, µs | ratio |\n|---|---|---|---|---|---|");
     for (const Codec& codec : codecs)
         Measure(codec);

@@ -1,4 +1,4 @@
-// vpuserdatainsert and vpuserdataextract, one behind the other or alone.
+// vpuserdatainsert and vpuserdataextract, together and alone.
 
 #include "Support.h"
 
