@@ -21,6 +21,7 @@ tests         libgtest-dev                      header gtest/gtest.h
 tests         pkg-config                        command pkg-config
 tests         python3                           module ctypes
 tests         python3                           module unittest
+tests         python3-jsonschema                module jsonschema
 clang         clang                             command clang++
 fuzz          clang                             command clang++
 fuzz          libclang-rt-dev                   clangRuntime

@@ -48,7 +48,8 @@ void AddInput(CLI::App* command, Options& options)
 template <class Options>
 void AddForce(CLI::App* command, Options& options)
 {
-    command->add_flag("--force", options.force, "Replace an existing file of another kind");
+    command->add_flag("--force", options.force,
+                      "Replace an existing file of another kind; write bytes to a terminal");
 }
 
 class CCommandLine

@@ -46,6 +46,9 @@ CInfo::CInfo(const InfoOptions& given)
 
 Status CInfo::Run()
 {
+    if (options.plotFile == "-")
+        throw CToolError(
+            "--plot -: the standard output already gets the description; name a file for the plot");
     if (!options.plotFile.empty())
         CheckOutput(PlotRequest());
     report->Begin(source->Facts());

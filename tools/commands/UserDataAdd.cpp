@@ -168,8 +168,8 @@ Status RunUserDataAdd(const UserDataOptions& options)
         throw CToolError(fmt::format("{}: there is no {} to put the message into", source->Name(),
                                      options.where == Where::Key ? "key frame" : "picture"));
     output->Commit();
-    if (!output->IsStandardOutput())
-        fmt::print("{} added to {}\n", CountOf(dataSize, "byte"), CountOf(adder.Added(), "access unit"));
+    Announce(fmt::format("{} added to {}", CountOf(dataSize, "byte"), CountOf(adder.Added(), "access unit")),
+             output->IsStandardOutput());
     const uint64_t unreadable = adder.Analysis().Found().bytes + source->Counts().skippedBytes;
     if (unreadable == 0)
         return StatusGood;

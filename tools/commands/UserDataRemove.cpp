@@ -76,8 +76,7 @@ Status RunUserDataRemove(const UserDataOptions& options)
                         output->WriteOther(sample, bytes, size);
                     });
     output->Commit();
-    if (!output->IsStandardOutput())
-        fmt::print("user data removed from {}\n", CountOf(remover.Edited(), "SEI unit"));
+    Announce("user data removed from " + CountOf(remover.Edited(), "SEI unit"), output->IsStandardOutput());
     return StatusGood;
 }
 

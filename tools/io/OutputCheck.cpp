@@ -42,6 +42,13 @@ bool IsInput(const std::string& input, const struct stat& output)
     return !input.empty() && IsRegular(input, STDIN_FILENO, status) && IsSameFile(status, output);
 }
 
+void RefuseTerminal(const OutputRequest& request)
+{
+    if (request.path == "-" && !request.force && isatty(STDOUT_FILENO))
+        throw CToolError("standard output: this is a terminal, and the output is not text; name a file, or "
+                         "--force writes it here");
+}
+
 // An edited copy may take the place of its input, but not if it is written directly.
 void RefuseInput(const OutputRequest& request, const struct stat& output)
 {
@@ -69,6 +76,7 @@ void RefuseOtherKind(const OutputRequest& request, const struct stat& output)
 
 void CheckOutput(const OutputRequest& request)
 {
+    RefuseTerminal(request);
     struct stat output;
     if (!IsRegular(request.path, STDOUT_FILENO, output))
         return;

@@ -8,7 +8,8 @@
 
 namespace tool {
 
-// Throws CToolError if the request would destroy an input or a file of another kind.
+// Throws CToolError if the request would destroy an input or a file of another kind, or write bytes to a
+// terminal.
 void CheckOutput(const OutputRequest& request);
 
 }  // namespace tool

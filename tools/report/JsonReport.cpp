@@ -10,9 +10,9 @@ namespace {
 constexpr int SchemaVersion = 1;
 
 // A file name need not be UTF-8.
-std::string Dump(const Json& json, int indent = -1)
+std::string Dump(const Json& json)
 {
-    return json.dump(indent, ' ', false, Json::error_handler_t::replace);
+    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
 }  // namespace
@@ -54,12 +54,9 @@ void CJsonWriter::End(const Json& members)
 
 void CJsonWriter::EndObject(const Json& members)
 {
-    if (members.empty()) {
-        fmt::print("\n}}");
-    } else {
-        fmt::print(",{}", Dump(members, 2).substr(1));
-    }
-    fmt::print("{}", isArray ? "" : "\n");
+    for (const auto& [name, value] : members.items())
+        fmt::print(",\n  \"{}\": {}", name, Dump(value));
+    fmt::print("\n}}{}", isArray ? "" : "\n");
     isInObject = false;
 }
 

@@ -12,6 +12,11 @@ void Complain(const std::string& text)
     fmt::print(stderr, "videoparams: {}\n", text);
 }
 
+void Announce(const std::string& text, bool isResultOnStandardOutput)
+{
+    fmt::print(isResultOnStandardOutput ? stderr : stdout, "{}\n", text);
+}
+
 std::string CountOf(uint64_t count, const std::string& thing)
 {
     return fmt::format("{} {}{}", count, thing, count == 1 ? "" : "s");
