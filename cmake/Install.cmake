@@ -34,4 +34,10 @@ if(TARGET videoparams)
     install(FILES docs/videoparams.1 DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT Manual)
     install(FILES tools/completion/videoparams.bash RENAME videoparams
         DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT Tool)
+    install(FILES tools/completion/_videoparams
+        DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/site-functions" COMPONENT Tool)
+    install(FILES tools/completion/videoparams.fish
+        DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d" COMPONENT Tool)
+    install(FILES docs/videoparams.schema.json
+        DESTINATION "${CMAKE_INSTALL_DATADIR}/videoparams" COMPONENT Tool)
 endif()

@@ -28,7 +28,9 @@ endforeach()
 if(TOOL)
     unset(ENV{LD_LIBRARY_PATH})
     execute_process(COMMAND "${prefix}/${BINDIR}/videoparams" --version COMMAND_ERROR_IS_FATAL ANY)
-    foreach(file share/man/man1/videoparams.1 share/bash-completion/completions/videoparams)
+    foreach(file share/man/man1/videoparams.1 share/bash-completion/completions/videoparams
+            share/zsh/site-functions/_videoparams share/fish/vendor_completions.d/videoparams.fish
+            share/videoparams/videoparams.schema.json)
         if(NOT EXISTS "${prefix}/${file}")
             message(FATAL_ERROR "not installed: ${file}")
         endif()
