@@ -5,13 +5,16 @@
 /// @file
 /// @brief The whole interface of libVideoParams: fifteen functions and the records that they fill.
 ///
-/// @par Words
+/// ## Words
+///
 /// A **unit** is a NAL unit with its start code (00 00 01 or 00 00 00 01; ITU-T H.264 and H.265, Annex B). An
 /// **access unit** is one picture (or one field) together with the units that belong to it. A **key frame**
-/// is an H.264 IDR picture or an H.265 IRAP picture. A **flush** is a call of `ParseVideoParams` without
-/// data.
+/// is an H.264 IDR picture or an H.265 IRAP picture. The **parameter sets** are the sequence parameter set
+/// (SPS), the picture parameter set (PPS) and, in H.265, the video parameter set (VPS). An **SEI unit** holds
+/// messages for supplemental information. A **flush** is a call of `ParseVideoParams` without data.
 ///
-/// @par Example
+/// ## Example
+///
 /// @code
 /// void* parser = NULL;
 /// if (ParseCreate(&parser, VideoCodecAVC, 0, 0) != 0)
@@ -30,7 +33,8 @@
 /// ParseRelease(parser);
 /// @endcode
 ///
-/// @par How to feed a stream
+/// ## How to feed a stream
+///
 /// **Pass whole units: one unit per call, or one access unit per call.** A call looks only at its own buffer.
 /// No bytes are kept for the next call:
 /// - A unit that continues in the next buffer is cut in two.
@@ -47,19 +51,22 @@
 /// and `videoparams/nal_feeder.hpp` (C++) take a stream in pieces of any size and do all of this. One access
 /// unit per call is as correct as one unit per call, and faster.
 ///
-/// @par Two families of handles
+/// ## Two families of handles
+///
 /// A **parse handle** (`ParseCreate`, `ParseRelease`) serves stream analysis, sample queries, parameter sets
 /// and the iteration over units. A **user-data handle** (`UserDataCreate`, `UserDataRelease`) inserts,
 /// extracts and removes user-data SEI messages. A function that gets a handle of the other family returns -1
 /// and changes nothing.
 ///
-/// @par Results
+/// ## Results
+///
 /// Every function returns 0 for success or -1 for failure. A null handle gives -1. A null pointer for a
 /// result that the call would write gives -1 too, and nothing changes. Some functions serve H.264 only: on an
 /// H.265 handle they return 0 and write nothing, so **initialise your variables**. No exception leaves the
 /// library.
 ///
-/// @par Memory
+/// ## Memory
+///
 /// A returned pointer points into the caller's own input or into a block of the handle. Do not free it. The
 /// library never frees what the caller passes. It reads the input during the call only; `SetVideoData` is the
 /// one exception.
@@ -84,11 +91,13 @@
 /// If memory runs out, the call returns -1, the handle keeps what it has, and a later call can succeed.
 /// `ParseVideoParams` and `SetParameterSetData` describe their exceptions.
 ///
-/// @par Threads
+/// ## Threads
+///
 /// The library has no global state and starts no threads. Use a handle from one thread at a time. Different
 /// handles may be used at the same time.
 ///
-/// @par Untrusted input
+/// ## Untrusted input
+///
 /// Any bytes are allowed everywhere. Values are reported as the stream codes them, **without range checks**:
 /// check `width` and `height` before you allocate memory for a picture, and check `frameRateDenominator`
 /// before you divide.
@@ -278,16 +287,16 @@ typedef struct ParameterSetData
 /// @param codec       The codec of the streams that the handle will read.
 /// @param queueCount  Number of blocks in the ring. 0: 6.
 /// @param queueSize   Bytes of each block at the start. 0: 100000.
-/// @return 0: created.
-///         -1: a null address (nothing is written), an unknown codec, or out of memory.
+/// @retval 0   Created.
+/// @retval -1  A null address (nothing is written), an unknown codec, or out of memory.
 VIDEOPARAMS_API int64_t ParseCreate(void** handle, VideoCodecType codec, unsigned int queueCount,
                                     unsigned int queueSize);
 
 /// Frees a parse handle and all results that it returned.
 ///
 /// @param handle  From `ParseCreate`. Do not use it afterwards.
-/// @return 0: freed.
-///         -1: a null handle, or a user-data handle (which stays usable).
+/// @retval 0   Freed.
+/// @retval -1  A null handle, or a user-data handle (which stays usable).
 VIDEOPARAMS_API int64_t ParseRelease(void* handle);
 
 /// Takes stream bytes and reports the access unit that they complete.
@@ -308,10 +317,14 @@ VIDEOPARAMS_API int64_t ParseRelease(void* handle);
 /// ones of the stream, or those of `SetParameterSetData`. It inserts only if it holds both: directly after
 /// the access unit delimiter, or at the front if there is no delimiter. An H.265 handle inserts nothing.
 ///
-/// A report does not show whether it has inserted units. To get the original bytes of such a key frame, keep
-/// the bytes that you pass. If you pass one access unit per call, a report describes the access unit of the
-/// previous call. If you pass one unit per call, a report has the next units that you passed, in order: if
-/// the report is larger than these units, an SPS and a PPS were inserted.
+/// A report does not show whether parameter sets were inserted. To get the original bytes of such a key
+/// frame, keep the bytes that you pass. If you pass one access unit per call, a report describes the access
+/// unit of the previous call. If you pass one unit per call, a report has the next units that you passed, in
+/// order: if the report is larger than these units, an SPS and a PPS were inserted.
+///
+/// If memory runs out after a unit was read, the result does not show it: **a unit that cannot be stored is
+/// missing from its access unit**. An H.264 parameter set that cannot be stored stays unknown (slices that
+/// need it are dropped) or is not inserted into key frames.
 ///
 /// @param handle  A parse handle.
 /// @param data    **Whole units** with their start codes: one unit, or one access unit, per call. Read during
@@ -320,17 +333,13 @@ VIDEOPARAMS_API int64_t ParseRelease(void* handle);
 /// @param info    Cleared, then filled if the call completes an access unit. If the call completes several,
 ///                the last one is described and the others are lost. `VideoInfo::accessUnitData` describes
 ///                how long the bytes stay valid.
-/// @return 0: taken, whether or not `info` reports an access unit. A start code that is immediately followed
-///         by another start code ends the call with 0; the rest of the buffer is not read.
-///         -1: one of these:
-///         - a null handle, a user-data handle or a null `info`: nothing changes;
-///         - no start code in 5 bytes or more: `info` is cleared, no unit is taken;
-///         - a unit with `forbidden_zero_bit` 1, or out of memory while a unit is read: the units before it
-///           are taken and may be reported in `info`; the rest of the buffer is not read.
-///
-///         If memory runs out later than that, the result does not show it: **a unit that cannot be stored is
-///         missing from its access unit**. An H.264 parameter set that cannot be stored stays unknown (slices
-///         that need it are dropped) or is not inserted into key frames.
+/// @retval 0   Taken, whether or not `info` reports an access unit. A start code that is immediately followed
+///             by another start code ends the call with 0; the rest of the buffer is not read.
+/// @retval -1  One of these:
+///             - a null handle, a user-data handle or a null `info`: nothing changes;
+///             - no start code in 5 bytes or more: `info` is cleared, no unit is taken;
+///             - a unit with `forbidden_zero_bit` 1, or out of memory while a unit is read: the units before
+///               it are taken and may be reported in `info`; the rest of the buffer is not read.
 VIDEOPARAMS_API int64_t ParseVideoParams(void* handle, const unsigned char* data, unsigned int size,
                                          VideoInfo* info);
 
@@ -366,10 +375,10 @@ VIDEOPARAMS_API int64_t ParseVideoParams(void* handle, const unsigned char* data
 ///                no units.
 /// @param size    Bytes at `data`.
 /// @param test    Cleared, then filled from the first slice of `nal_unit_type` 1, 2 or 5.
-/// @return 0: tested, or the sample has no slice (all fields 0).
-///         -1: a null handle, a user-data handle or a null record (nothing changes); no start code in 5 bytes
-///         or more (all fields 0); unknown parameter sets (`sampleError` 1, the other fields 0); or out of
-///         memory (all fields 0).
+/// @retval 0   Tested, or the sample has no slice (all fields 0).
+/// @retval -1  A null handle, a user-data handle or a null record (nothing changes); no start code in 5 bytes
+///             or more (all fields 0); unknown parameter sets (`sampleError` 1, the other fields 0); or out
+///             of memory (all fields 0).
 VIDEOPARAMS_API int64_t VideoSampleTest(void* handle, const unsigned char* data, unsigned int size,
                                         VideoInfoEx* test);
 
@@ -390,10 +399,10 @@ VIDEOPARAMS_API int64_t VideoSampleTest(void* handle, const unsigned char* data,
 /// @param data    The sample, start codes included. Read during the call, never kept. Null: -1.
 /// @param size    Bytes at `data`.
 /// @param type    Receives the `slice_type` as coded, or `VideoPicUnknown` if the result is -1.
-/// @return 0: found.
-///         -1: a null handle, a user-data handle or a null pointer for `type` (nothing changes); no such
-///         slice; no start code; before the slice, a unit with `forbidden_zero_bit` 1 or a start code that is
-///         immediately followed by another one; or out of memory.
+/// @retval 0   Found.
+/// @retval -1  A null handle, a user-data handle or a null pointer for `type` (nothing changes); no such
+///             slice; no start code; before the slice, a unit with `forbidden_zero_bit` 1 or a start code
+///             that is immediately followed by another one; or out of memory.
 VIDEOPARAMS_API int64_t QueryType(void* handle, const unsigned char* data, unsigned int size,
                                   VIDEOPARAMS_OUT_REFERENCE(VideoPicType) type);
 
@@ -420,10 +429,10 @@ VIDEOPARAMS_API int64_t QueryType(void* handle, const unsigned char* data, unsig
 /// @param spsSize  Bytes at `sps`. 0: -1.
 /// @param pps      One PPS unit (ITU-T H.264, 7.3.2.2), in the same form. Null: -1.
 /// @param ppsSize  Bytes at `pps`. 0: -1.
-/// @return 0: both are held; what could be read is known.
-///         -1: a null handle, a user-data handle, or a null or empty argument (nothing changes); a unit that
-///         is too short or has `forbidden_zero_bit` 1 (both are held anyway); or out of memory (the handle
-///         holds the previous pair or this pair, never one of each).
+/// @retval 0   Both are held; what could be read is known.
+/// @retval -1  A null handle, a user-data handle, or a null or empty argument (nothing changes); a unit that
+///             is too short or has `forbidden_zero_bit` 1 (both are held anyway); or out of memory (the
+///             handle holds the previous pair or this pair, never one of each).
 VIDEOPARAMS_API int64_t SetParameterSetData(void* handle, unsigned char* sps, unsigned int spsSize,
                                             unsigned char* pps, unsigned int ppsSize);
 
@@ -440,9 +449,9 @@ VIDEOPARAMS_API int64_t SetParameterSetData(void* handle, unsigned char* sps, un
 /// @param size    Bytes at `data`. 0: -1.
 /// @param sets    Cleared, then filled with copies that belong to the handle, see `ParameterSetData`. The
 ///                copies may be passed to `SetParameterSetData`. Null: -1.
-/// @return 0: searched, also if nothing was found.
-///         -1: a null handle, a user-data handle, or a null or empty argument (nothing changes); no start
-///         code in 5 bytes or more, or out of memory (`sets` is all zero).
+/// @retval 0   Searched, also if nothing was found.
+/// @retval -1  A null handle, a user-data handle, or a null or empty argument (nothing changes); no start
+///             code in 5 bytes or more, or out of memory (`sets` is all zero).
 VIDEOPARAMS_API int64_t GetParameterSetData(void* handle, unsigned char* data, unsigned int size,
                                             ParameterSetData* sets);
 
@@ -459,8 +468,8 @@ VIDEOPARAMS_API int64_t GetParameterSetData(void* handle, unsigned char* data, u
 /// @param handle  A parse handle for H.264. With an H.265 handle, the call returns 0 and does nothing.
 /// @param data    Stream bytes, start codes included; not copied. Null: the iteration is empty.
 /// @param size    Bytes at `data`.
-/// @return 0: begun.
-///         -1: a null handle or a user-data handle.
+/// @retval 0   Begun.
+/// @retval -1  A null handle or a user-data handle.
 VIDEOPARAMS_API int64_t SetVideoData(void* handle, unsigned char* data, unsigned int size);
 
 /// Returns the next unit of the iteration that `SetVideoData` began, and measures the header of a slice.
@@ -489,17 +498,15 @@ VIDEOPARAMS_API int64_t SetVideoData(void* handle, unsigned char* data, unsigned
 /// @param unitSize           Receives the unit's bytes, start code included.
 /// @param isSlice            Receives true if `nal_unit_type` is 1, 2 or 5, otherwise false; one byte.
 /// @param sliceHeaderLength  Receives the bytes described above; 0 if the unit is not a slice.
-/// @return 0: a unit.
-///         -1: one of these:
-///         - the end, or no iteration;
-///         - a skipped unit: one with `forbidden_zero_bit` 1, or a start code that is immediately followed by
-///           another one. The next call continues after it. (To distinguish this from the end, count the
-///           units with `GetNalFromFrame` first.)
-///         - out of memory;
-///         - a null argument or a user-data handle: nothing changes.
-///
-///         With -1, all four results are zero. There is one exception: a parameter set that cannot be stored
-///         is returned, with -1.
+/// @retval 0   A unit.
+/// @retval -1  All four results are zero, except in the last two cases:
+///             - the end, or no iteration;
+///             - a skipped unit: one with `forbidden_zero_bit` 1, or a start code that is immediately
+///               followed by another one. The next call continues after it. (To distinguish this from the
+///               end, count the units with `GetNalFromFrame` first.)
+///             - out of memory while a unit is read;
+///             - out of memory while a parameter set is stored: the unit is returned;
+///             - a null argument or a user-data handle: nothing changes.
 VIDEOPARAMS_API int64_t GetNalUnit(void* handle, unsigned char** unit, unsigned int* unitSize, bool* isSlice,
                                    unsigned int* sliceHeaderLength);
 
@@ -523,9 +530,9 @@ VIDEOPARAMS_API int64_t GetNalUnit(void* handle, unsigned char** unit, unsigned 
 ///                or `ParseRelease`. Do not free it.
 /// @param sizes   Receives an array of `count` sizes in bytes, start codes included. Valid as long as
 ///                `units`.
-/// @return 0: split, also if there are no units.
-///         -1: no start code in 5 bytes or more, or out of memory (the results are 0, null and null); a null
-///         handle, a user-data handle or a null result pointer (nothing changes).
+/// @retval 0   Split, also if there are no units.
+/// @retval -1  No start code in 5 bytes or more, or out of memory (the results are 0, null and null); a null
+///             handle, a user-data handle or a null result pointer (nothing changes).
 VIDEOPARAMS_API int64_t GetNalFromFrame(void* handle, unsigned char* frame, unsigned int size,
                                         unsigned int* count, unsigned char*** units, unsigned int** sizes);
 
@@ -550,15 +557,15 @@ VIDEOPARAMS_API int64_t GetNalFromFrame(void* handle, unsigned char* frame, unsi
 ///
 /// @param handle  Receives the handle; null on failure. A null address: -1.
 /// @param codec   The codec of the streams that the handle will read.
-/// @return 0: created.
-///         -1: a null address (nothing is written), an unknown codec, or out of memory.
+/// @retval 0   Created.
+/// @retval -1  A null address (nothing is written), an unknown codec, or out of memory.
 VIDEOPARAMS_API int64_t UserDataCreate(void** handle, VideoCodecType codec);
 
 /// Frees a user-data handle and all results that it returned.
 ///
 /// @param handle  From `UserDataCreate`. Do not use it afterwards.
-/// @return 0: freed.
-///         -1: a null handle, or a parse handle (which stays usable).
+/// @retval 0   Freed.
+/// @retval -1  A null handle, or a parse handle (which stays usable).
 VIDEOPARAMS_API int64_t UserDataRelease(void* handle);
 
 /// Copies an access unit and inserts a user-data message into the copy.
@@ -593,12 +600,14 @@ VIDEOPARAMS_API int64_t UserDataRelease(void* handle);
 ///                    next `AddUserData`, `GetUserData` or `UserDataRelease`. Do not free it. **Set it to
 ///                    null before the call** to distinguish the two kinds of -1.
 /// @param outputSize  Receives the bytes at `output`.
-/// @return 0: the copy has the message.
-///         -1 with the outputs set: there is no place for the message, because there is neither an SEI unit
-///         nor a slice. The copy is without the message.
-///         -1 with the outputs unchanged: a null handle, a parse handle or a null result pointer; a null
-///         `userData` with a `count`; `data` in the handle's own result; an SEI unit without a trailing byte;
-///         out of memory; or a copy whose block (up to twice the size of the copy) would exceed 32 bits.
+/// @retval 0   The copy has the message.
+/// @retval -1  One of these:
+///             - with the outputs set: there is no place for the message, because there is neither an SEI
+///               unit nor a slice. The copy is without the message.
+///             - with the outputs unchanged: a null handle, a parse handle or a null result pointer; a null
+///               `userData` with a `count`; `data` in the handle's own result; an SEI unit without a trailing
+///               byte; out of memory; or a copy whose block (up to twice the size of the copy) would exceed
+///               32 bits.
 VIDEOPARAMS_API int64_t AddUserData(void* handle, const unsigned char* data, unsigned int size,
                                     const unsigned char* userData, unsigned int count,
                                     const unsigned char** output, unsigned int* outputSize);
@@ -622,9 +631,9 @@ VIDEOPARAMS_API int64_t AddUserData(void* handle, const unsigned char* data, uns
 ///                    handle and stay valid until the next `AddUserData`, `GetUserData` or `UserDataRelease`.
 ///                    Do not free them.
 /// @param outputSize  Receives the number of bytes. 0 with a non-null address: a message without bytes.
-/// @return 0: searched, whether or not a message was found.
-///         -1: no start code in 5 bytes or more, or out of memory (null and 0); a null handle, a parse handle
-///         or a null result pointer (nothing changes).
+/// @retval 0   Searched, whether or not a message was found.
+/// @retval -1  No start code in 5 bytes or more, or out of memory (null and 0); a null handle, a parse handle
+///             or a null result pointer (nothing changes).
 VIDEOPARAMS_API int64_t GetUserData(void* handle, const unsigned char* data, unsigned int size,
                                     const unsigned char** output, unsigned int* outputSize);
 
@@ -655,10 +664,11 @@ VIDEOPARAMS_API int64_t GetUserData(void* handle, const unsigned char* data, uns
 /// @param output      Receives the address of the copy, also if nothing was removed. It belongs to the handle
 ///                    and stays valid until the next `RemoveUserData` or `UserDataRelease`. Do not free it.
 /// @param outputSize  Receives the bytes at `output`.
-/// @return 0: copied.
-///         -1: no start code in 5 bytes or more (a non-null address and 0 bytes); out of memory, or a copy
-///         whose block (up to twice the size of the copy) would exceed 32 bits (null and 0); a null handle, a
-///         parse handle, a null result pointer, or `data` in the handle's own result (nothing changes).
+/// @retval 0   Copied.
+/// @retval -1  No start code in 5 bytes or more (a non-null address and 0 bytes); out of memory, or a copy
+///             whose block (up to twice the size of the copy) would exceed 32 bits (null and 0); a null
+///             handle, a parse handle, a null result pointer, or `data` in the handle's own result (nothing
+///             changes).
 VIDEOPARAMS_API int64_t RemoveUserData(void* handle, const unsigned char* data, unsigned int size,
                                        const unsigned char** output, unsigned int* outputSize);
 
