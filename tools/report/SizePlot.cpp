@@ -1,7 +1,7 @@
 // A bar for each access unit, as long as there are enough pixels. If there are more access units, the upper
-// panel shows the largest ones of each column, and the lower panel the bit rate. A column then has several
-// access units, so that it nearly always contains each kind of them: bars that come and go from column to
-// column would show a pattern that is not in the stream.
+// panel shows the largest ones of each column, and the lower panel the bit rate. A column has at least eight
+// access units, and a whole group of pictures if key frames are dense, so that it contains each kind of
+// access unit: bars that come and go from column to column would show a pattern that is not in the stream.
 
 #include "report/SizePlot.h"
 
@@ -25,7 +25,7 @@ constexpr double RateHeight = 110;
 constexpr double BelowAxis = 64;
 
 constexpr double MostBars = PlotWidth;  // a pixel for each
-constexpr double PicturesPerColumn = 8;
+constexpr double LeastPerColumn = 8;
 constexpr double NarrowestColumn = 3;
 constexpr int MostHeldColumns = 4;
 constexpr double ThinBar = 8;         // a key frame needs a dot to be seen
@@ -49,7 +49,7 @@ private:
     void DrawDots();
     void DrawMean();
     void DrawColumns();
-    void DrawKeys(const std::vector<PlotColumn>& columns);
+    void DrawKeys(const std::vector<PlotColumn>& columns, const std::string& label);
     void DrawArea(const std::vector<PlotColumn>& columns, const char* colour, uint64_t SizeBin::*size,
                   double opacity);
     void DrawRate();
@@ -60,6 +60,7 @@ private:
     double Y(uint64_t size) const { return Y(static_cast<double>(size)); }
     double Count() const { return static_cast<double>(data.Total().count); }
     double KeyPixels() const { return PlotWidth / static_cast<double>(data.Total().keyCount); }
+    bool HasDenseKeys() const { return KeyPixels() < ReadableKeys; }
     bool HasBars() const { return Count() <= MostBars; }
     bool HasDots() const
     {
@@ -167,16 +168,23 @@ void CSizePlot::DrawMean()
 
 void CSizePlot::DrawColumns()
 {
-    const double count = std::min(Count() / PicturesPerColumn, PlotWidth / NarrowestColumn);
-    const std::vector<PlotColumn> columns = data.Columns(static_cast<size_t>(count));
-    DrawKeys(columns);
+    const double groupLength = HasDenseKeys() ? Count() / static_cast<double>(data.Total().keyCount) : 0;
+    const double perColumn = std::max({LeastPerColumn, groupLength, Count() * NarrowestColumn / PlotWidth});
+    const std::vector<PlotColumn> columns = data.Columns(static_cast<size_t>(Count() / perColumn));
+    const std::string label =
+        fmt::format(": largest of {:.0f}", Count() / static_cast<double>(columns.size()));
+    // The lower area is drawn last, so that both are seen.
+    const bool hasLargeKeys = data.Total().largestKey >= data.Total().largestOther;
+    if (hasLargeKeys)
+        DrawKeys(columns, label);
     DrawArea(columns, PlotColours::Other, &SizeBin::largestOther, 1);
+    if (!hasLargeKeys)
+        DrawKeys(columns, label);
     DrawDots();
-    page.AddLegend(LegendMark::Block, PlotColours::Other,
-                   fmt::format("other: largest of {:.0f}", std::round(Count() / std::floor(count))));
+    page.AddLegend(LegendMark::Block, PlotColours::Other, "other" + label);
 }
 
-void CSizePlot::DrawKeys(const std::vector<PlotColumn>& columns)
+void CSizePlot::DrawKeys(const std::vector<PlotColumn>& columns, const std::string& label)
 {
     if (data.Total().keyCount == 0)
         return;
@@ -191,9 +199,7 @@ void CSizePlot::DrawKeys(const std::vector<PlotColumn>& columns)
         page.Add("\"/>\n");
         return;
     }
-    page.AddLegend(LegendMark::Area, PlotColours::Key,
-                   fmt::format("key frame: largest of {:.0f}",
-                               std::round(Count() / static_cast<double>(columns.size()))));
+    page.AddLegend(LegendMark::Area, PlotColours::Key, "key frame" + label);
     DrawArea(columns, PlotColours::Key, &SizeBin::largestKey, SvgAreaOpacity);
 }
 
@@ -218,7 +224,7 @@ double CSizePlot::RateWindow() const
 {
     const double pixel = data.Length() / PlotWidth;
     const double least = std::max(data.IsInSeconds() ? LeastWindow : LeastPictures, 3 * pixel);
-    return std::min(KeyPixels() < ReadableKeys ? data.EvenWindow(least) : least, data.Length());
+    return std::min(HasDenseKeys() ? data.EvenWindow(least) : least, data.Length());
 }
 
 void CSizePlot::DrawRate()
@@ -229,7 +235,7 @@ void CSizePlot::DrawRate()
     for (double x = 0; x <= PlotWidth; x += Step)
         rates.push_back(data.Rate(x / PlotWidth * data.Length(), window));
     const double largest = *std::max_element(rates.begin(), rates.end());
-    const Axis axis = data.IsInSeconds() ? BitRateAxis(largest, 4) : SizeAxis(largest, 4);
+    const Axis axis = data.IsInSeconds() ? BitRateAxis(largest, 4) : MeanAxis(largest, 4);
     DrawVerticalAxis(axis, RateTop, RateHeight);
     page.Add("<path fill=\"none\" stroke=\"{}\" stroke-width=\"1.5\" d=\"", PlotColours::Line);
     for (size_t i = 0; i < rates.size(); ++i)

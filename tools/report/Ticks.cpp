@@ -78,6 +78,11 @@ Axis SizeAxis(double largestBytes, double steps)
     return VerticalAxis(std::max(largestBytes, 1.0), steps, 1e3, "access-unit size (kB)");
 }
 
+Axis MeanAxis(double largestBytes, double steps)
+{
+    return VerticalAxis(std::max(largestBytes, 1.0), steps, 1e3, "mean (kB)");
+}
+
 Axis BitRateAxis(double largestBytesPerSecond, double steps)
 {
     const double bytesPerMegabit = 1e6 / 8;

@@ -24,6 +24,7 @@ struct Axis
 
 // Vertical axes have at most `steps` steps of 1, 2 or 5 times a power of ten, and end at a tick.
 Axis SizeAxis(double largestBytes, double steps);
+Axis MeanAxis(double largestBytes, double steps);
 Axis BitRateAxis(double largestBytesPerSecond, double steps);
 
 // The axis ends at `seconds`; minutes and hours have steps of their own.
