@@ -3,12 +3,17 @@
 #include "Handles.h"
 #include "Measure.h"
 #include "Pictures.h"
+#include "streams/BitWriter.h"
 
 #include <cstdio>
 
 namespace bench {
 
 namespace {
+
+using videoparams::streams::AvcUnit;
+using videoparams::streams::BitWriter;
+using videoparams::streams::HevcUnit;
 
 constexpr size_t Million = 1000000;
 
@@ -35,50 +40,42 @@ Bytes Join(const Bytes& front, const Bytes& repeated)
 // Parameter sets for the slices.
 Bytes WithParameterSets(const Bytes& slices)
 {
-    Bytes bytes;
-    avcPictures.WriteParameterSets(bytes);
-    return Join(bytes, slices);
+    return Join(PicturesOf(VideoCodecAVC).parameterSets, slices);
 }
 
 constexpr uint32_t LargestCount = UINT32_MAX - 1;  // of ue(v)
 
 // The count says that billions of elements of one or a few bits follow. 64 bytes follow.
-Bytes WithElements(RbspWriter& rbsp)
+Bytes WithElements(BitWriter& rbsp)
 {
-    rbsp.Ue(LargestCount);
-    rbsp.AlignWith(1);
-    rbsp.Append(Bytes(64 - rbsp.Rbsp().size(), 0xFF));
-    return rbsp.Rbsp();
+    rbsp.Ue(LargestCount).Align(1);
+    return rbsp.Append(Bytes(64 - rbsp.Written().size(), 0xFF)).Written();
 }
 
 Bytes AvcSequenceParameterSets(size_t size)
 {
-    RbspWriter rbsp;
-    rbsp.U(24, 0x42001E);  // profile_idc … level_idc
-    rbsp.Ue(0);            // seq_parameter_set_id
-    rbsp.Ue(0);            // log2_max_frame_num_minus4
-    rbsp.Ue(1);            // pic_order_cnt_type
-    rbsp.U(1, 0);          // delta_pic_order_always_zero_flag
-    rbsp.Se(0);            // offset_for_non_ref_pic
-    rbsp.Se(0);            // offset_for_top_to_bottom_field
-    Bytes unit;
-    AppendUnit(unit, {0x67}, WithElements(rbsp));  // num_ref_frames_in_pic_order_cnt_cycle
-    return Repeat(unit, size);
+    BitWriter rbsp;
+    rbsp.U(24, 0x42001E);                                 // profile_idc … level_idc
+    rbsp.Ue(0);                                           // seq_parameter_set_id
+    rbsp.Ue(0);                                           // log2_max_frame_num_minus4
+    rbsp.Ue(1);                                           // pic_order_cnt_type
+    rbsp.U(1, 0);                                         // delta_pic_order_always_zero_flag
+    rbsp.Se(0);                                           // offset_for_non_ref_pic
+    rbsp.Se(0);                                           // offset_for_top_to_bottom_field
+    return Repeat(AvcUnit(7, WithElements(rbsp)), size);  // num_ref_frames_in_pic_order_cnt_cycle
 }
 
 Bytes HevcVideoParameterSets(size_t size)
 {
-    RbspWriter rbsp;
+    BitWriter rbsp;
     rbsp.U(32, 0x0C01FFFF);  // vps_video_parameter_set_id … vps_reserved_0xffff_16bits
     rbsp.Append({1, 0x60, 0, 0, 0, 0x90, 0, 0, 0, 0, 0, 0x5D});  // profile_tier_level()
     rbsp.U(1, 0);                                                // sub_layer_ordering_info_present_flag
     rbsp.Ue(0);
     rbsp.Ue(0);
     rbsp.Ue(0);
-    rbsp.U(6, 63);  // vps_max_layer_id
-    Bytes unit;
-    AppendUnit(unit, {0x40, 0x01}, WithElements(rbsp));  // vps_num_layer_sets_minus1
-    return Repeat(unit, size);
+    rbsp.U(6, 63);                                          // vps_max_layer_id
+    return Repeat(HevcUnit(32, WithElements(rbsp)), size);  // vps_num_layer_sets_minus1
 }
 
 struct Shape

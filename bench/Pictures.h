@@ -1,24 +1,23 @@
 #pragma once
 
-#include "RbspWriter.h"
+#include "VideoParams.h"
+#include "streams/Bytes.h"
 
 namespace bench {
 
-// The headers of a synthetic stream. Every element is correct, because the other measured libraries read more
-// of them than this one.
-class CPictureWriter
-{
-public:
-    virtual ~CPictureWriter() = default;
+using videoparams::streams::Bytes;
 
-    virtual void WriteDelimiter(Bytes& stream) const = 0;
-    virtual void WriteParameterSets(Bytes& stream) const = 0;
-    virtual void WriteSei(Bytes& stream, const Bytes& messages) const = 0;
-    // Picture `index` of a group of at most 128. Picture 0 is an IDR picture. One slice.
-    virtual void WritePicture(Bytes& stream, uint32_t index, const Bytes& payload) const = 0;
+// The units of a synthetic stream of 1920 x 1080: correct in every element, since the libraries that are
+// measured beside this one read more of them.
+struct PictureWriter
+{
+    Bytes delimiter;
+    Bytes parameterSets;
+    Bytes (*sei)(const Bytes& messages);
+    // Picture `index` of a group of at most 128, the first of which is an IDR picture; one slice.
+    Bytes (*picture)(uint32_t index, const Bytes& payload);
 };
 
-extern const CPictureWriter& avcPictures;
-extern const CPictureWriter& hevcPictures;
+const PictureWriter& PicturesOf(VideoCodecType codec);
 
 }  // namespace bench

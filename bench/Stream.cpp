@@ -1,6 +1,7 @@
 #include "Stream.h"
 
 #include "Pictures.h"
+#include "streams/SeiMessages.h"
 
 #include <algorithm>
 #include <cstring>
@@ -36,30 +37,15 @@ Bytes RandomPayload(size_t size, Random& random)
     return payload;
 }
 
-// A message with the identifier of this library, and 16 bytes after it.
-Bytes UserDataMessage()
+Bytes AccessUnitBytes(const PictureWriter& writer, uint32_t index, size_t size, Random& random)
 {
-    Bytes message(34, 'u');
-    constexpr unsigned char head[] = {5,    32,   0x99, 0xAE, 0xD3, 0x1B, 0xB8, 0x94, 0x4B,
-                                      0x97, 0xAD, 0x39, 0xFB, 0x4E, 0xD5, 0x90, 0x2B, 0xA1};
-    std::copy(std::begin(head), std::end(head), message.begin());
-    return message;
-}
-
-void WriteAccessUnit(Bytes& stream, const CPictureWriter& writer, uint32_t index, size_t size, Random& random)
-{
-    const size_t begin = stream.size();
-    writer.WriteDelimiter(stream);
+    using namespace videoparams::streams;
+    Bytes bytes = writer.delimiter;
     if (index == 0)
-        writer.WriteParameterSets(stream);
-    writer.WriteSei(stream, UserDataMessage());
-    const size_t payloadSize = std::max(SmallestPayload, size - std::min(size, stream.size() - begin));
-    writer.WritePicture(stream, index, RandomPayload(payloadSize, random));
-}
-
-const CPictureWriter& PicturesOf(VideoCodecType codec)
-{
-    return codec == VideoCodecAVC ? avcPictures : hevcPictures;
+        bytes += writer.parameterSets;
+    bytes += writer.sei(UserDataMessage(Bytes(16, 'u')));
+    const size_t payloadSize = std::max(SmallestPayload, size - std::min(size, bytes.size()));
+    return bytes += writer.picture(index, RandomPayload(payloadSize, random));
 }
 
 // Whole groups of pictures, so that the stream is correct when it is repeated.
@@ -68,11 +54,11 @@ struct Period
     Bytes bytes;
     std::vector<size_t> sizes;  // of its access units
 
-    void Add(const CPictureWriter& writer, uint32_t index, size_t accessUnitSize, Random& random)
+    void Add(const PictureWriter& writer, uint32_t index, size_t accessUnitSize, Random& random)
     {
-        const size_t begin = bytes.size();
-        WriteAccessUnit(bytes, writer, index, accessUnitSize, random);
-        sizes.push_back(bytes.size() - begin);
+        const Bytes added = AccessUnitBytes(writer, index, accessUnitSize, random);
+        bytes.insert(bytes.end(), added.begin(), added.end());
+        sizes.push_back(added.size());
     }
 };
 

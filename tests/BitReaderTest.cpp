@@ -1,12 +1,14 @@
 #include "bitstream/BitReader.h"
 
-#include "support/BitWriter.h"
+#include "streams/BitWriter.h"
 #include "support/PageBytes.h"
 
 #include <gtest/gtest.h>
 #include <optional>
 
 namespace videoparams::test {
+
+using namespace streams;
 
 namespace {
 

@@ -8,6 +8,8 @@
 
 namespace videoparams::test {
 
+using namespace streams;
+
 namespace {
 
 constexpr size_t MaxLength = 300;

@@ -1,12 +1,10 @@
-#include "support/AvcStream.h"
-#include "support/FailingHeap.h"
+// SetVideoData with GetNalUnit, and GetNalFromFrame.
+
+#include "support/Codec.h"
 #include "support/PageBytes.h"
-#include "support/Probes.h"
 #include "support/TestStream.h"
 
-#include <algorithm>
 #include <functional>
-#include <gtest/gtest.h>
 
 namespace videoparams::test {
 
@@ -16,9 +14,9 @@ struct Unit
 {
     int64_t result = 0;
     unsigned char* data = nullptr;
-    uint32_t size = 1;
+    unsigned int size = 1;
     bool isSlice = true;
-    uint32_t headerLength = 1;
+    unsigned int headerLength = 1;
 
     bool IsNone() const
     {
@@ -29,29 +27,31 @@ struct Unit
 class NalIteration : public testing::Test
 {
 protected:
-    AvcParser parser;
+    NalIteration() { EXPECT_EQ(ParseCreate(&handle, VideoCodecAVC, 2, 0), 0); }
+    ~NalIteration() override { EXPECT_EQ(ParseRelease(handle), 0); }
 
     Unit Next()
     {
         Unit unit;
-        unit.result = parser.GetNalUnit(&unit.data, &unit.size, &unit.isSlice, &unit.headerLength);
+        unit.result = GetNalUnit(handle, &unit.data, &unit.size, &unit.isSlice, &unit.headerLength);
         return unit;
     }
 
-    // The last unit of a stream, all of which can be read.
-    Unit LastOf(const Bytes& stream)
+    // The unit of that number, counted from 0. All of the stream can be read, and no more.
+    Unit UnitOf(const Bytes& stream, size_t number)
     {
         const PageBytes input = AtPageEnd(stream);
-        parser.SetVideoData(input.data(), input.size());
-        Unit last;
-        for (Unit unit = Next(); unit.result == 0; unit = Next())
-            last = unit;
-        EXPECT_EQ(last.data + last.size, input.end());
-        return last;
+        SetVideoData(handle, input.data(), input.size());
+        for (size_t i = 0; i < number; ++i)
+            Next();
+        return Next();
     }
+
+    void* handle = nullptr;
 };
 
-// The bytes behind the unit header that hold the first `bitCount` bits and the next one, as they are stored.
+// The bytes after the unit header that hold the first `bitCount` bits and the next one, as they are in the
+// stream.
 uint32_t StoredLength(const Bytes& rbsp, size_t bitCount)
 {
     const size_t length = bitCount / 8 + 1;
@@ -60,26 +60,31 @@ uint32_t StoredLength(const Bytes& rbsp, size_t bitCount)
     return static_cast<uint32_t>(length - present) + Size(Escaped(head));
 }
 
-// Of a slice, some bytes are converted at first. A header that needs more of them is measured as exactly. A
-// unit that ends inside its header is measured up to the byte behind it.
+}  // namespace
+
+// A unit that ends inside its header is measured up to the byte after it, whether or not another unit
+// follows.
 TEST_F(NalIteration, MeasuresHeadersOfAnyLength)
 {
     for (const unsigned bit : {0U, 1U}) {
         for (uint32_t lsbBits = 4; lsbBits < 700; ++lsbBits) {
-            const AvcSps sps = {.log2_max_pic_order_cnt_lsb_minus4 = lsbBits - 4};
             BitWriter writer;
             writer.Ue(0).Ue(5).Ue(0).U(4, 9);
             for (uint32_t i = 0; i < lsbBits; ++i)
                 writer.U(1, bit);
             const size_t read = writer.BitCount();
-            writer.U(1, 1).Align(0).Append({0, 0, 1, 0x34});
-            const Bytes sets = sps.Write() + AvcPps{}.Write();
             const Bytes head(writer.Written().begin(), writer.Written().begin() + ptrdiff_t(read / 8));
-            const Unit whole = LastOf(sets + AvcUnit(1, writer.Written()));
+            writer.U(1, 1).Align(0).Append({0, 0, 1, 0x34});
+            const Bytes sets =
+                AvcSps{.log2_max_pic_order_cnt_lsb_minus4 = lsbBits - 4}.Write() + AvcPps{}.Write();
+            const Unit whole = UnitOf(sets + AvcUnit(1, writer.Written()), 2);
+            const Bytes cut = Short(AvcUnit(1 + lsbBits % 2, head, 1));
+            const Unit last = UnitOf(sets + cut, 2);
+            const Unit followed = UnitOf(sets + cut + AvcUnit(6, Bytes(9, 0x55)), 2);
+            ASSERT_TRUE(whole.isSlice && last.isSlice && followed.isSlice);
             ASSERT_EQ(whole.headerLength, StoredLength(writer.Written(), read)) << lsbBits << " of " << bit;
-            const Unit part = LastOf(sets + AvcUnit(1 + lsbBits % 2, head, 1, StartCode::ThreeBytes));
-            ASSERT_EQ(part.headerLength, StoredLength(head, head.size() * 8)) << lsbBits << " of " << bit;
-            EXPECT_TRUE(whole.isSlice && part.isSlice);
+            ASSERT_EQ(last.headerLength, StoredLength(head, head.size() * 8)) << lsbBits << " of " << bit;
+            ASSERT_EQ(followed.headerLength, last.headerLength) << lsbBits << " of " << bit;
         }
     }
 }
@@ -93,82 +98,62 @@ TEST_F(NalIteration, MeasuresUpToTheIdentifierOfUnknownParameterSets)
         writer.Ue(0).Ue(7).Ue(pic_parameter_set_id);
         const size_t read = writer.BitCount();
         writer.Align(1).Append(Bytes(9, 0x77));
-        const Unit unit = LastOf(sets + AvcUnit(5, writer.Written()));
+        const Unit unit = UnitOf(sets + AvcUnit(5, writer.Written()), 2);
         EXPECT_TRUE(unit.isSlice);
         EXPECT_EQ(unit.headerLength, StoredLength(writer.Written(), read)) << pic_parameter_set_id;
     }
 }
 
-TEST_F(NalIteration, HandsOutEveryUnitAndSkipsWhatHasNoHeader)
+TEST_F(NalIteration, ReturnsEveryUnitAndSkipsThoseWithoutAHeader)
 {
-    const std::pair<char, Bytes> units[] = {
-        {'u', AvcDelimiter()},
-        {'u', AvcSps{}.Write()},
-        {'-', {0, 0, 1}},
-        {'u', AvcPps{}.Write(StartCode::ThreeBytes)},
-        {'u', AvcSei()},
-        {'s', AvcSlice{.nal_unit_type = 5}.Write()},
-        {'-', {0, 0, 0, 1, 0xE5, 0x88, 0x86}},  // forbidden_zero_bit
-        {'s', AvcSlice{.nal_unit_type = 2}.Write({}, {}, StartCode::ThreeBytes)},
-        {'u', AvcSlice{.nal_unit_type = 3}.Write()},
-        {'u', AvcSlice{.nal_unit_type = 20}.Write()},
-        {'s', AvcSlice{}.Write() + Bytes{0, 0, 0}},
-        {'u', AvcUnit(12, {0xFF, 0xFF})},
-    };
-    Bytes stream = {0x55, 0, 0};  // belongs to no unit
-    for (const auto& [kind, bytes] : units)
-        stream += bytes;
+    Bytes stream = {0x55, 0, 0};                                             // belongs to no unit
+    std::vector<Bytes> units = {{0, 0, 1}, {0, 0, 0, 1, 0xE5, 0x88, 0x86}};  // no header; forbidden_zero_bit
+    units.push_back(Short(AvcSei()));
+    for (uint32_t type = 0; type < avc.typeCount; ++type)
+        units.push_back(AvcUnit(type, {0xE5, 0xFF, 0}));
+    for (const Bytes& unit : units)
+        stream += unit;
     const PageBytes input = AtPageEnd(stream);
-    EXPECT_EQ(parser.SetVideoData(input.data(), input.size()), 0);
+    EXPECT_EQ(SetVideoData(handle, input.data(), input.size()), 0);
     const unsigned char* expected = input.data() + 3;
-    for (const auto& [kind, bytes] : units) {
+    for (size_t i = 0; i < units.size(); ++i) {
         const Unit unit = Next();
-        EXPECT_EQ(unit.IsNone(), kind == '-') << Hex(bytes);
-        EXPECT_TRUE(kind == '-' || (unit.data == expected && unit.size == bytes.size())) << Hex(bytes);
-        EXPECT_EQ(unit.isSlice, kind == 's') << Hex(bytes);
-        EXPECT_EQ(unit.headerLength != 0, kind == 's') << Hex(bytes);
-        expected += bytes.size();
+        const bool isSlice = i >= 3 && avc.IsSlice(static_cast<uint32_t>(i - 3));
+        EXPECT_EQ(unit.IsNone(), i < 2) << Hex(units[i]);
+        EXPECT_TRUE(i < 2 || (unit.data == expected && unit.size == units[i].size())) << Hex(units[i]);
+        EXPECT_EQ(unit.isSlice, isSlice) << Hex(units[i]);
+        EXPECT_EQ(unit.headerLength != 0, isSlice) << Hex(units[i]);
+        expected += units[i].size();
     }
     EXPECT_TRUE(Next().IsNone());
     EXPECT_TRUE(Next().IsNone());
 }
 
-// The block for the RBSP went when there was no memory for a larger one.
-TEST_F(NalIteration, HandsOutNoSliceWithoutMemoryForItsFirstBytes)
-{
-    Bytes stream = AvcUnit(7, Bytes(3000, 0x42)) + AvcUnit(5, {0x88, 0x80, 0, 0, 3, 0, 0, 3, 1});
-    parser.SetVideoData(stream.data(), Size(stream));
-    FailingHeap heap(1, FailingHeap::Failure::ForGood);
-    EXPECT_TRUE(heap.During([&] { return Next(); }).IsNone());
-    EXPECT_TRUE(heap.During([&] { return Next(); }).IsNone());
-    EXPECT_EQ(heap.Allocations(), 2u);
-}
-
 TEST_F(NalIteration, IsEndedByEveryOtherOperationThatScans)
 {
-    Bytes stream = AvcSps{}.Write() + AvcPps{}.Write() + AvcSlice{.nal_unit_type = 5}.Write();
+    Bytes stream = avc.sets + AvcSlice{.nal_unit_type = 5}.Write();
     Bytes noStartCode(9, 1);
     VideoInfo info;
     VideoInfoEx test;
     VideoPicType type;
     ParameterSetData sets;
-    uint32_t count;
+    unsigned int count;
     unsigned char** units;
-    uint32_t* sizes;
+    unsigned int* sizes;
     const std::function<void(unsigned char* data)> operations[] = {
-        [&](auto* data) { parser.ReadVideoParams(data, 9, &info); },
-        [&](auto* data) { parser.VideoSampleTest(data, 9, &test); },
-        [&](auto* data) { parser.QuerySliceType(data == nullptr ? stream.data() : data, 9, type); },
-        [&](auto* data) { parser.GetNalFromFrame(data, 9, &count, &units, &sizes); },
-        [&](auto* data) { parser.GetParameterSetData(data == nullptr ? stream.data() : data, 9, &sets); },
-        [&](auto*) { parser.SetParameterSetData(stream.data(), 9, noStartCode.data(), 9); },
-        [&](auto*) { parser.SetVideoData(nullptr, 9); },
+        [&](auto* data) { ParseVideoParams(handle, data, 9, &info); },
+        [&](auto* data) { VideoSampleTest(handle, data, 9, &test); },
+        [&](auto* data) { QueryType(handle, data == nullptr ? stream.data() : data, 9, type); },
+        [&](auto* data) { GetNalFromFrame(handle, data, 9, &count, &units, &sizes); },
+        [&](auto* data) { GetParameterSetData(handle, data == nullptr ? stream.data() : data, 9, &sets); },
+        [&](auto*) { SetParameterSetData(handle, stream.data(), 9, noStartCode.data(), 9); },
+        [&](auto*) { SetVideoData(handle, nullptr, 9); },
     };
     EXPECT_TRUE(Next().IsNone()) << "before the first iteration";
     for (const auto& operation : operations) {
         for (unsigned char* const data :
              {stream.data(), noStartCode.data(), static_cast<unsigned char*>(nullptr)}) {
-            parser.SetVideoData(stream.data(), Size(stream));
+            SetVideoData(handle, stream.data(), Size(stream));
             EXPECT_EQ(Next().data, stream.data());
             operation(data);
             EXPECT_TRUE(Next().IsNone()) << &operation - operations;
@@ -176,44 +161,48 @@ TEST_F(NalIteration, IsEndedByEveryOtherOperationThatScans)
     }
 }
 
-TEST_F(NalIteration, SplitsAFrameIntoItsUnits)
+// The rule of the search, word by word: five bytes at least, counted from the first zero.
+TEST_F(NalIteration, UnitsAreCutByTheRuleInAllShortStrings)
 {
-    Bytes three = AvcSps{}.Write() + AvcPps{}.Write(StartCode::ThreeBytes) + AvcSlice{}.Write();
-    Bytes two = Bytes{7, 0} + AvcDelimiter() + AvcSlice{}.Write();
-    uint32_t count = 9;
-    unsigned char** units = nullptr;
-    uint32_t* sizes = nullptr;
-    for (Bytes* frame : {&three, &two}) {
-        ASSERT_EQ(parser.GetNalFromFrame(frame->data(), Size(*frame), &count, &units, &sizes), 0);
-        const std::vector<Bytes> expected = SplitUnits(*frame);
-        ASSERT_EQ(count, expected.size());
-        for (uint32_t i = 0; i < count; ++i)
-            EXPECT_EQ(CopyOf(units[i], sizes[i]), expected[i]);
-        EXPECT_EQ(units[count - 1] + sizes[count - 1], frame->data() + frame->size());
-    }
-    Bytes noStartCode(5, 1);
-    const std::pair<uint32_t, int64_t> empties[] = {{0, 0}, {4, 0}, {5, -1}};
-    for (const auto& [size, result] : empties) {
-        EXPECT_EQ(parser.GetNalFromFrame(noStartCode.data(), size, &count, &units, &sizes), result);
-        EXPECT_TRUE(count == 0 && units == nullptr && sizes == nullptr);
-    }
-    EXPECT_EQ(parser.GetNalFromFrame(nullptr, 100, &count, &units, &sizes), 0);
-}
+    constexpr size_t MaxLength = 10;
+    const auto findStartCode = [](const unsigned char* at, const unsigned char* end) {
+        for (; end - at >= 5; ++at) {
+            if (at[0] == 0 && at[1] == 0 && (at[2] == 1 || (at[2] == 0 && at[3] == 1)))
+                return at;
+        }
+        return end;
+    };
+    const PageBytes page = AtPageEnd(Bytes(MaxLength));
+    size_t strings = 1;
+    for (size_t length = 0; length <= MaxLength; ++length, strings *= 3) {
+        unsigned char* const begin = page.data() + MaxLength - length;
+        for (size_t number = 0; number < strings; ++number) {
+            for (size_t i = 0, rest = number; i < length; ++i, rest /= 3)
+                begin[i] = static_cast<unsigned char>(rest % 3);
 
-TEST_F(NalIteration, SplitsAMillionTinyUnitsWithFewAllocations)
-{
-    constexpr uint32_t UnitCount = 1000000;
-    Bytes frame = Repeat({0, 0, 1, 9}, UnitCount) + Bytes{0x10};
-    uint32_t count = 0;
-    unsigned char** units = nullptr;
-    uint32_t* sizes = nullptr;
-    FailingHeap heap;
-    heap.During([&] { return parser.GetNalFromFrame(frame.data(), Size(frame), &count, &units, &sizes); });
-    ASSERT_EQ(count, UnitCount);
-    EXPECT_EQ(units[UnitCount - 1] + sizes[UnitCount - 1], frame.data() + frame.size());
-    EXPECT_LT(heap.Allocations(), 100u);
+            unsigned int count = 0;
+            unsigned char** units = nullptr;
+            unsigned int* sizes = nullptr;
+            const int64_t result =
+                GetNalFromFrame(handle, begin, static_cast<uint32_t>(length), &count, &units, &sizes);
+            SetVideoData(handle, begin, static_cast<uint32_t>(length));
+            const unsigned char* at = findStartCode(begin, page.end());
+            ASSERT_EQ(result, at == page.end() && length >= 5 ? -1 : 0) << Hex(Bytes(begin, begin + length));
+            ASSERT_EQ(units == nullptr, at == page.end());
+            for (unsigned int i = 0; at != page.end(); ++i) {
+                const unsigned char* const header = at + (at[2] == 1 ? 3 : 4);
+                const unsigned char* const next = findStartCode(header, page.end());
+                ASSERT_TRUE(i < count && units[i] == at && sizes[i] == next - at)
+                    << Hex(Bytes(begin, begin + length));
+                const Unit unit = Next();
+                ASSERT_TRUE(next == header ? unit.IsNone() : unit.data == at && unit.size == next - at)
+                    << Hex(Bytes(begin, begin + length));
+                at = next;
+                count -= next == page.end() ? i + 1 : 0;
+            }
+            ASSERT_EQ(count, 0u) << Hex(Bytes(begin, begin + length));
+        }
+    }
 }
-
-}  // namespace
 
 }  // namespace videoparams::test

@@ -1,12 +1,14 @@
 #include "bitstream/EmulationPrevention.h"
 
-#include "support/BitWriter.h"
+#include "streams/BitWriter.h"
 #include "support/PageBytes.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
 
 namespace videoparams::test {
+
+using namespace streams;
 
 namespace {
 

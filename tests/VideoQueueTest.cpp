@@ -1,11 +1,13 @@
 #include "analysis/VideoQueue.h"
 
-#include "support/Bytes.h"
+#include "streams/Bytes.h"
 #include "support/FailingHeap.h"
 
 #include <gtest/gtest.h>
 
 namespace videoparams::test {
+
+using namespace streams;
 
 namespace {
 

@@ -1,11 +1,13 @@
 #pragma once
 
 #include "VideoParams.h"
-#include "support/Bytes.h"
+#include "streams/Bytes.h"
 
 #include <vector>
 
 namespace videoparams::test {
+
+using namespace streams;
 
 // A host: feeds a parse handle and keeps what is reported.
 class Analysis

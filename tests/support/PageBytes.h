@@ -1,8 +1,10 @@
 #pragma once
 
-#include "support/Bytes.h"
+#include "streams/Bytes.h"
 
 namespace videoparams::test {
+
+using namespace streams;
 
 // A copy of bytes that lie at one end of readable pages, with a page that may not be touched on either side.
 class PageBytes

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "VideoParams.h"
-#include "support/Bytes.h"
+#include "streams/Bytes.h"
 
 #include <nlohmann/json_fwd.hpp>
 #include <ostream>
@@ -9,6 +9,8 @@
 #include <vector>
 
 namespace videoparams::test {
+
+using namespace streams;
 
 // A stream of tests/streams; what other programs say of it is beside it.
 struct TestStream

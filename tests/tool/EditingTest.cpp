@@ -1,6 +1,6 @@
 // userdata add, get and remove.
 
-#include "support/AvcStream.h"
+#include "streams/AvcStream.h"
 #include "support/TestStream.h"
 #include "tool/ToolRun.h"
 
@@ -40,11 +40,11 @@ TEST_F(EditingTool, GivesBackWhatWasAddedAndThenTheStream)
 
 TEST_F(EditingTool, PassesEveryOtherByteThrough)
 {
-    const Bytes sets = AvcSps{}.Write() + AvcPps{}.Write(StartCode::ThreeBytes);
-    const Bytes slice = AvcSlice{.nal_unit_type = 5}.Write({}, {}, StartCode::ThreeBytes);
+    const Bytes sets = AvcSps{}.Write() + Short(AvcPps{}.Write());
+    const Bytes slice = Short(AvcSlice{.nal_unit_type = 5}.Write());
     const Bytes endOfSequence = {0, 0, 1, 0x0A};
     const Bytes damagedSei = {0, 0, 1, 6, 1, 200, 7, 7};
-    const Bytes sei = AvcSei({1, 1, 0x2A}, StartCode::ThreeBytes);
+    const Bytes sei = Short(AvcSei());
     const Bytes streams[] = {
         Bytes{7, 7} + sets + slice,
         Bytes(9, 0) + sets + sei + Bytes(3, 0) + slice + endOfSequence,

@@ -1,6 +1,6 @@
 // Files that the tool writes: nothing of the user's is lost.
 
-#include "support/AvcStream.h"
+#include "streams/AvcStream.h"
 #include "support/TestStream.h"
 #include "tool/ToolRun.h"
 

@@ -1,6 +1,6 @@
 // info, units, params and check.
 
-#include "support/AvcStream.h"
+#include "streams/AvcStream.h"
 #include "support/TestStream.h"
 #include "tool/ToolRun.h"
 
@@ -193,7 +193,7 @@ TEST_F(ReadingTool, ShowsParameterSetsAndTheirChanges)
 {
     const Bytes larger = AvcSps{.pic_width_in_mbs_minus1 = 19}.Write();
     const std::vector<Bytes> p = Pictures(1);
-    WriteFile("steady", parameterSets + p[0] + AvcSps{}.Write(StartCode::ThreeBytes) + p[0]);
+    WriteFile("steady", parameterSets + p[0] + Short(AvcSps{}.Write()) + p[0]);
     WriteFile("changing", parameterSets + p[0] + larger + p[0]);
     EXPECT_NE(RunTool("params steady").out.find("SPS 0: 2 times in the stream, never changes"),
               std::string::npos);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "support/Bytes.h"
+#include "streams/Bytes.h"
 
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -8,6 +8,8 @@
 #include <string>
 
 namespace videoparams::test {
+
+using namespace streams;
 
 // Runs the tool in a folder of the test's own.
 class ToolTest : public testing::Test

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "support/VideoDescription.h"
+#include "streams/Vui.h"
 
 #include <string>
 #include <vector>
 
-namespace videoparams::test {
+namespace videoparams::streams {
 
-// What profile_tier_level() says of one of the lower sub-layers.
+// What profile_tier_level() codes for one of the lower sub-layers.
 struct HevcSubLayer
 {
     bool hasProfile = false;
@@ -24,10 +24,10 @@ struct HevcVps
     std::optional<Timing> timing{};
 
     void WriteTo(BitWriter& writer) const;
-    Bytes Write(StartCode startCode = StartCode::FourBytes) const;
+    Bytes Write() const;
 };
 
-// st_ref_pic_set(): its pictures, or the flags of a prediction from the set before, one letter a flag pair.
+// st_ref_pic_set(): its pictures, or the flags of a prediction from the previous set, one letter a flag pair.
 struct HevcRefPicSet
 {
     uint32_t num_negative_pics = 0;
@@ -68,21 +68,22 @@ struct HevcSps
     std::optional<HevcVui> vui{};
 
     void WriteTo(BitWriter& writer) const;
-    Bytes Write(StartCode startCode = StartCode::FourBytes) const;
+    Bytes Write() const;
 };
 
-// slice_segment_header(), its first bit, and some slice data.
+// slice_segment_header() and slice data.
 struct HevcSlice
 {
     uint32_t nal_unit_type = 1;
     uint32_t first_slice_segment_in_pic_flag = 1;
+    uint32_t slice_pic_order_cnt_lsb = 0;
     Bytes sliceData = {0xB5, 0x6A};
 
-    Bytes Write(StartCode startCode = StartCode::FourBytes) const;
+    Bytes Write(uint32_t nuh_layer_id = 0) const;
 };
 
-Bytes HevcPps(StartCode startCode = StartCode::FourBytes);
-Bytes HevcDelimiter(StartCode startCode = StartCode::FourBytes);
-Bytes HevcSei(const Bytes& messages = {1, 1, 0x2A}, StartCode startCode = StartCode::FourBytes);  // prefix
+Bytes HevcPps();
+Bytes HevcDelimiter();
+Bytes HevcSei(const Bytes& messages = {1, 1, 0x2A});  // prefix
 
-}  // namespace videoparams::test
+}  // namespace videoparams::streams

@@ -1,6 +1,6 @@
-#include "support/HevcStream.h"
+#include "streams/HevcStream.h"
 
-namespace videoparams::test {
+namespace videoparams::streams {
 
 namespace {
 
@@ -33,7 +33,7 @@ void WriteSubLayerOrdering(BitWriter& writer, size_t max_sub_layers_minus1, uint
 {
     writer.U(1, presentFlag);
     for (size_t i = presentFlag ? 0 : max_sub_layers_minus1; i <= max_sub_layers_minus1; ++i)
-        writer.Ue(4).Ue(2).Ue(5);
+        writer.Ue(1).Ue(0).Ue(0);
 }
 
 void WriteTiming(BitWriter& writer, const std::optional<Timing>& timing)
@@ -83,7 +83,7 @@ void WriteRefPicSet(BitWriter& writer, const HevcRefPicSet& set, bool isFirst)
 void WriteVui(BitWriter& writer, const HevcVui& vui)
 {
     vui.description.WriteTo(writer);
-    writer.U(1, 0).U(1, 1).U(1, 0);  // neutral chroma, field_seq, frame_field_info
+    writer.U(3, 0);  // neutral chroma, field_seq, frame_field_info
     WriteWindow(writer, vui.defaultDisplayWindow);
     WriteTiming(writer, vui.timing);
     if (vui.timing)
@@ -108,11 +108,9 @@ void HevcVps::WriteTo(BitWriter& writer) const
     writer.U(1, 0).TrailingBits();
 }
 
-Bytes HevcVps::Write(StartCode startCode) const
+Bytes HevcVps::Write() const
 {
-    BitWriter writer;
-    WriteTo(writer);
-    return HevcUnit(32, writer.Written(), startCode);
+    return HevcUnit(32, RbspOf(*this));
 }
 
 void HevcSps::WriteTo(BitWriter& writer) const
@@ -125,17 +123,17 @@ void HevcSps::WriteTo(BitWriter& writer) const
     writer.Ue(pic_width_in_luma_samples).Ue(pic_height_in_luma_samples);
     WriteWindow(writer, conformanceWindow);
     writer.Mark("size");
-    writer.Ue(2).Ue(1);  // bit depths
+    writer.Ue(0).Ue(0);  // bit depths
     writer.Ue(log2_max_pic_order_cnt_lsb_minus4);
     WriteSubLayerOrdering(writer, subLayers.size(), sub_layer_ordering_info_present_flag);
-    writer.Ue(0).Ue(3).Ue(0).Ue(3).Ue(2).Ue(1);  // block sizes, transform hierarchy
+    writer.Ue(0).Ue(3).Ue(0).Ue(3).Ue(0).Ue(0);  // block sizes, transform hierarchy
     writer.U(1, scalingLists != HevcScalingLists::Absent);
     if (scalingLists != HevcScalingLists::Absent) {
         writer.U(1, scalingLists != HevcScalingLists::Default);
         if (scalingLists != HevcScalingLists::Default)
             WriteScalingListData(writer, scalingLists == HevcScalingLists::Coded);
     }
-    writer.U(1, 1).U(1, 0);  // amp_enabled_flag, sample_adaptive_offset_enabled_flag
+    writer.U(1, 0).U(1, 1);  // amp_enabled_flag, sample_adaptive_offset_enabled_flag
     writer.U(1, pcm);
     if (pcm)
         writer.U(4, 7).U(4, 6).Ue(0).Ue(2).U(1, 1);
@@ -148,40 +146,64 @@ void HevcSps::WriteTo(BitWriter& writer) const
         for (const uint32_t lsb : lt_ref_pic_poc_lsb_sps)
             writer.U(log2_max_pic_order_cnt_lsb_minus4 + 4, lsb).U(1, 1);
     }
-    writer.U(1, 1).U(1, 0);  // sps_temporal_mvp_enabled_flag, strong_intra_smoothing_enabled_flag
+    writer.U(2, 0);  // sps_temporal_mvp_enabled_flag, strong_intra_smoothing_enabled_flag
     writer.U(1, vui.has_value());
     if (vui)
         WriteVui(writer, *vui);
     writer.U(1, 0).TrailingBits();
 }
 
-Bytes HevcSps::Write(StartCode startCode) const
+Bytes HevcSps::Write() const
+{
+    return HevcUnit(33, RbspOf(*this));
+}
+
+// A first slice segment is correct in every element; of others, the first bit is.
+Bytes HevcSlice::Write(uint32_t nuh_layer_id) const
+{
+    const bool isKey = nal_unit_type >= 16 && nal_unit_type <= 23;
+    const bool isIdr = nal_unit_type == 19 || nal_unit_type == 20;
+    BitWriter writer;
+    writer.U(1, first_slice_segment_in_pic_flag);
+    if (isKey)
+        writer.U(1, 0);              // no_output_of_prior_pics_flag
+    writer.Ue(0).Ue(isKey ? 2 : 1);  // slice_pic_parameter_set_id, slice_type
+    if (!isIdr)
+        writer.U(8, slice_pic_order_cnt_lsb).U(1, 1);  // short_term_ref_pic_set_sps_flag
+    writer.U(2, 3);                                    // slice_sao_luma_flag, slice_sao_chroma_flag
+    if (!isKey)
+        writer.U(1, 0).Ue(0);  // num_ref_idx_active_override_flag, five_minus_max_num_merge_cand
+    writer.Se(0);              // slice_qp_delta
+    writer.TrailingBits();     // byte_alignment()
+    writer.Append(sliceData).TrailingBits();
+    return HevcUnit(nal_unit_type, writer.Written(), nuh_layer_id);
+}
+
+Bytes HevcPps()
 {
     BitWriter writer;
-    WriteTo(writer);
-    return HevcUnit(33, writer.Written(), startCode);
+    writer.Ue(0).Ue(0);        // pps_pic_parameter_set_id, pps_seq_parameter_set_id
+    writer.U(2, 0).U(3, 0);    // dependent_slice_segments, output_flag_present; num_extra_slice_header_bits
+    writer.U(2, 0);            // sign_data_hiding, cabac_init_present
+    writer.Ue(0).Ue(0).Se(0);  // reference index counts, init_qp_minus26
+    writer.U(3, 0);            // constrained_intra_pred, transform_skip, cu_qp_delta
+    writer.Se(0).Se(0);        // pps_cb_qp_offset, pps_cr_qp_offset
+    writer.U(3, 0).U(3,
+                     0);  // slice chroma offsets, weighted prediction; transquant_bypass, tiles, entropy sync
+    writer.U(4, 0);       // loop filter across slices, deblocking control, scaling list, lists modification
+    writer.Ue(0).U(2, 0);  // log2_parallel_merge_level_minus2; two extensions
+    writer.TrailingBits();
+    return HevcUnit(34, writer.Written());
 }
 
-Bytes HevcSlice::Write(StartCode startCode) const
+Bytes HevcDelimiter()
 {
-    BitWriter writer;
-    writer.U(1, first_slice_segment_in_pic_flag).Align(1).Append(sliceData).TrailingBits();
-    return HevcUnit(nal_unit_type, writer.Written(), startCode);
+    return HevcUnit(35, {0x50});
 }
 
-Bytes HevcPps(StartCode startCode)
+Bytes HevcSei(const Bytes& messages)
 {
-    return HevcUnit(34, {0xC1, 0x72, 0xB4, 0x62, 0x40}, startCode);
+    return HevcUnit(39, messages + Bytes{0x80});
 }
 
-Bytes HevcDelimiter(StartCode startCode)
-{
-    return HevcUnit(35, {0x50}, startCode);
-}
-
-Bytes HevcSei(const Bytes& messages, StartCode startCode)
-{
-    return HevcUnit(39, messages + Bytes{0x80}, startCode);
-}
-
-}  // namespace videoparams::test
+}  // namespace videoparams::streams

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "support/BitWriter.h"
+#include "streams/BitWriter.h"
 
 #include <optional>
 
-namespace videoparams::test {
+namespace videoparams::streams {
 
 struct ColourDescription
 {
@@ -56,4 +56,4 @@ struct VideoDescription
     void WriteTo(BitWriter& writer) const;
 };
 
-}  // namespace videoparams::test
+}  // namespace videoparams::streams

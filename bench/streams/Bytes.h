@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace videoparams::test {
+namespace videoparams::streams {
 
 using Bytes = std::vector<unsigned char>;
 
@@ -49,4 +49,4 @@ inline uint32_t Size(const Bytes& bytes)
 
 std::string Hex(const Bytes& bytes);
 
-}  // namespace videoparams::test
+}  // namespace videoparams::streams

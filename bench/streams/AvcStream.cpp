@@ -1,6 +1,6 @@
-#include "support/AvcStream.h"
+#include "streams/AvcStream.h"
 
-namespace videoparams::test {
+namespace videoparams::streams {
 
 namespace {
 
@@ -24,7 +24,7 @@ void AvcSps::WriteTo(BitWriter& writer) const
         writer.Ue(chroma_format_idc);
         if (chroma_format_idc == 3)
             writer.U(1, separate_colour_plane_flag);
-        writer.Ue(2).Ue(1).U(1, 0);  // bit depths, qpprime_y_zero_transform_bypass_flag
+        writer.Ue(0).Ue(0).U(1, 0);  // bit depths, qpprime_y_zero_transform_bypass_flag
         writer.U(1, !scalingLists.empty());
         for (const std::vector<int32_t>& list : scalingLists) {
             writer.U(1, !list.empty());
@@ -43,7 +43,7 @@ void AvcSps::WriteTo(BitWriter& writer) const
         for (const int32_t offset : offset_for_ref_frame)
             writer.Se(offset);
     }
-    writer.Ue(4);  // max_num_ref_frames
+    writer.Ue(1);  // max_num_ref_frames
     writer.U(1, gaps_in_frame_num_value_allowed_flag);
     writer.Ue(pic_width_in_mbs_minus1).Ue(pic_height_in_map_units_minus1);
     writer.U(1, frame_mbs_only_flag);
@@ -59,16 +59,14 @@ void AvcSps::WriteTo(BitWriter& writer) const
         if (vui->timing)
             writer.U(32, vui->timing->num_units_in_tick).U(32, vui->timing->time_scale).U(1, 1);
         writer.Mark("timing");
-        writer.U(1, 0).U(1, 0).U(1, 1).U(1, 0);  // HRD parameters, pic_struct, bitstream_restriction
+        writer.U(4, 0);  // HRD parameters of two kinds, pic_struct, bitstream_restriction
     }
     writer.TrailingBits();
 }
 
-Bytes AvcSps::Write(StartCode startCode) const
+Bytes AvcSps::Write() const
 {
-    BitWriter writer;
-    WriteTo(writer);
-    return AvcUnit(7, writer.Written(), 3, startCode);
+    return AvcUnit(7, RbspOf(*this));
 }
 
 void AvcPps::WriteTo(BitWriter& writer) const
@@ -77,18 +75,16 @@ void AvcPps::WriteTo(BitWriter& writer) const
     writer.U(1, 1);  // entropy_coding_mode_flag
     writer.U(1, bottom_field_pic_order_in_frame_present_flag);
     writer.Mark("read");
-    writer.Ue(0).Ue(2).Ue(1);        // slice groups, reference index counts
-    writer.U(1, 0).U(2, 0);          // weighted prediction
-    writer.Se(-3).Se(0).Se(1);       // quantisation parameters
-    writer.U(1, 1).U(1, 0).U(1, 0);  // deblocking control, constrained intra, redundant_pic_cnt
+    writer.Ue(0).Ue(0).Ue(0);  // slice groups, reference index counts
+    writer.U(3, 0);            // weighted prediction
+    writer.Se(0).Se(0).Se(0);  // quantisation parameters
+    writer.U(1, 1).U(2, 0);    // deblocking control; constrained intra, redundant pictures
     writer.TrailingBits();
 }
 
-Bytes AvcPps::Write(StartCode startCode) const
+Bytes AvcPps::Write() const
 {
-    BitWriter writer;
-    WriteTo(writer);
-    return AvcUnit(8, writer.Written(), 3, startCode);
+    return AvcUnit(8, RbspOf(*this));
 }
 
 void AvcSlice::WriteTo(BitWriter& writer, const AvcSps& sps, const AvcPps& pps) const
@@ -116,24 +112,32 @@ void AvcSlice::WriteTo(BitWriter& writer, const AvcSps& sps, const AvcPps& pps) 
             writer.Se(delta_pic_order_cnt[1]);
     }
     writer.Mark("read");
+    const bool isIntra = slice_type % 5 == 2;
+    if (!isIntra)
+        writer.U(2, 0);  // reference index counts and lists as they are
+    if (nal_ref_idc != 0)
+        writer.U(nal_unit_type == 5 ? 2 : 1, 0);  // dec_ref_pic_marking()
+    if (!isIntra)
+        writer.Ue(0);                // cabac_init_idc
+    writer.Se(0).Ue(0).Se(0).Se(0);  // quantisation, deblocking
     writer.Align(1).Append(sliceData).TrailingBits();
 }
 
-Bytes AvcSlice::Write(const AvcSps& sps, const AvcPps& pps, StartCode startCode) const
+Bytes AvcSlice::Write(const AvcSps& sps, const AvcPps& pps) const
 {
     BitWriter writer;
     WriteTo(writer, sps, pps);
-    return AvcUnit(nal_unit_type, writer.Written(), nal_ref_idc, startCode);
+    return AvcUnit(nal_unit_type, writer.Written(), nal_ref_idc);
 }
 
-Bytes AvcDelimiter(StartCode startCode)
+Bytes AvcDelimiter()
 {
-    return AvcUnit(9, {0xF0}, 0, startCode);
+    return AvcUnit(9, {0xF0}, 0);
 }
 
-Bytes AvcSei(const Bytes& messages, StartCode startCode)
+Bytes AvcSei(const Bytes& messages)
 {
-    return AvcUnit(6, messages + Bytes{0x80}, 0, startCode);
+    return AvcUnit(6, messages + Bytes{0x80}, 0);
 }
 
-}  // namespace videoparams::test
+}  // namespace videoparams::streams

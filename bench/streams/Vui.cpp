@@ -1,6 +1,6 @@
-#include "support/VideoDescription.h"
+#include "streams/Vui.h"
 
-namespace videoparams::test {
+namespace videoparams::streams {
 
 void WriteWindow(BitWriter& writer, const std::optional<Window>& window)
 {
@@ -37,4 +37,4 @@ void VideoDescription::WriteTo(BitWriter& writer) const
         writer.Ue(*chroma_sample_loc_type).Ue(*chroma_sample_loc_type);  // top field, bottom field
 }
 
-}  // namespace videoparams::test
+}  // namespace videoparams::streams

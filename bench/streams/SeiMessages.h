@@ -1,10 +1,10 @@
 #pragma once
 
-#include "support/Bytes.h"
+#include "streams/Bytes.h"
 
-namespace videoparams::test {
+namespace videoparams::streams {
 
-// The uuid_iso_iec_11578 that the library writes.
+// The uuid_iso_iec_11578 of the library's messages.
 inline const Bytes userDataIdentifier = {0x99, 0xAE, 0xD3, 0x1B, 0xB8, 0x94, 0x4B, 0x97,
                                          0xAD, 0x39, 0xFB, 0x4E, 0xD5, 0x90, 0x2B, 0xA1};
 
@@ -25,4 +25,4 @@ inline Bytes UserDataMessage(const Bytes& userData)
     return SeiMessage(5, userDataIdentifier + userData);
 }
 
-}  // namespace videoparams::test
+}  // namespace videoparams::streams

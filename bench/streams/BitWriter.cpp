@@ -1,8 +1,8 @@
-#include "support/BitWriter.h"
+#include "streams/BitWriter.h"
 
 #include <cstdio>
 
-namespace videoparams::test {
+namespace videoparams::streams {
 
 std::string Hex(const Bytes& bytes)
 {
@@ -27,7 +27,7 @@ BitWriter& BitWriter::U(unsigned count, uint64_t value)
     return *this;
 }
 
-// 9.1: as many zeros as the binary form of value + 1 has digits behind its first
+// 9.1: as many zeros as the binary form of value + 1 has digits after its first
 BitWriter& BitWriter::Ue(uint32_t value)
 {
     if (ueCount++ == ueToReplace)
@@ -58,10 +58,10 @@ BitWriter& BitWriter::TrailingBits()
     return U(1, 1).Align(0);
 }
 
-BitWriter& BitWriter::Append(const Bytes& more)
+BitWriter& BitWriter::Append(const Bytes& wholeBytes)
 {
-    for (const unsigned char byte : more)
-        U(8, byte);
+    bytes += wholeBytes;
+    bitCount += 8 * wholeBytes.size();
     return *this;
 }
 
@@ -77,14 +77,10 @@ BitWriter& BitWriter::Mark(const std::string& name)
     return *this;
 }
 
-Bytes PrefixOf(StartCode startCode)
-{
-    return startCode == StartCode::ThreeBytes ? Bytes{0, 0, 1} : Bytes{0, 0, 0, 1};
-}
-
 Bytes Escaped(const Bytes& rbsp)
 {
     Bytes escaped;
+    escaped.reserve(rbsp.size() + 16);
     unsigned zeros = 0;
     for (const unsigned char byte : rbsp) {
         if (zeros == 2 && byte <= 3) {
@@ -97,16 +93,22 @@ Bytes Escaped(const Bytes& rbsp)
     return escaped;
 }
 
-Bytes AvcUnit(uint32_t nal_unit_type, const Bytes& rbsp, uint32_t nal_ref_idc, StartCode startCode)
+Bytes AvcUnit(uint32_t nal_unit_type, const Bytes& rbsp, uint32_t nal_ref_idc)
 {
     const auto header = static_cast<unsigned char>(nal_ref_idc << 5 | nal_unit_type);
-    return PrefixOf(startCode) + Escaped(Bytes{header} + rbsp);
+    return Bytes{0, 0, 0, 1} + Escaped(Bytes{header} + rbsp);
 }
 
-Bytes HevcUnit(uint32_t nal_unit_type, const Bytes& rbsp, StartCode startCode)
+Bytes HevcUnit(uint32_t nal_unit_type, const Bytes& rbsp, uint32_t nuh_layer_id)
 {
-    const auto header = static_cast<unsigned char>(nal_unit_type << 1);
-    return PrefixOf(startCode) + Escaped(Bytes{header, 1} + rbsp);
+    const auto first = static_cast<unsigned char>(nal_unit_type << 1 | nuh_layer_id >> 5);
+    const auto second = static_cast<unsigned char>((nuh_layer_id & 31) << 3 | 1);  // nuh_temporal_id_plus1
+    return Bytes{0, 0, 0, 1} + Escaped(Bytes{first, second} + rbsp);
 }
 
-}  // namespace videoparams::test
+Bytes Short(const Bytes& unit)
+{
+    return {unit.begin() + 1, unit.end()};
+}
+
+}  // namespace videoparams::streams

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "support/Bytes.h"
+#include "streams/Bytes.h"
 
 #include <map>
 #include <string>
 
-namespace videoparams::test {
+namespace videoparams::streams {
 
 // Writes syntax elements as the descriptors of the standards name them.
 class BitWriter
@@ -14,11 +14,11 @@ public:
     BitWriter& U(unsigned count, uint64_t value);
     BitWriter& Ue(uint32_t value);
     BitWriter& Se(int32_t value);
-    BitWriter& Align(unsigned bit);  // fills the last byte with the bit
-    BitWriter& TrailingBits();       // rbsp_trailing_bits()
-    BitWriter& Append(const Bytes& bytes);
+    BitWriter& Align(unsigned bit);              // fills the last byte with the bit
+    BitWriter& TrailingBits();                   // rbsp_trailing_bits()
+    BitWriter& Append(const Bytes& wholeBytes);  // at a byte boundary
 
-    // A sound writer with one fault: its `index`-th ue(v), counted from 0, becomes `value`.
+    // A correct writer with one fault: its `index`-th ue(v), counted from 0, becomes `value`.
     void ReplaceUe(size_t index, uint32_t value);
     size_t UeCount() const { return ueCount; }
 
@@ -38,18 +38,21 @@ private:
     uint32_t ueReplacement = 0;
 };
 
-enum class StartCode : uint32_t
-{
-    ThreeBytes = 3,
-    FourBytes = 4,
-};
-
-Bytes PrefixOf(StartCode startCode);
 Bytes Escaped(const Bytes& rbsp);  // emulation prevention applied
 
-// NAL units of an RBSP without its header.
-Bytes AvcUnit(uint32_t nal_unit_type, const Bytes& rbsp, uint32_t nal_ref_idc = 3,
-              StartCode startCode = StartCode::FourBytes);
-Bytes HevcUnit(uint32_t nal_unit_type, const Bytes& rbsp, StartCode startCode = StartCode::FourBytes);
+// NAL units of an RBSP without its header; their start codes have four bytes.
+Bytes AvcUnit(uint32_t nal_unit_type, const Bytes& rbsp, uint32_t nal_ref_idc = 3);
+Bytes HevcUnit(uint32_t nal_unit_type, const Bytes& rbsp, uint32_t nuh_layer_id = 0);
 
-}  // namespace videoparams::test
+// The same unit with a start code of three bytes.
+Bytes Short(const Bytes& unit);
+
+template <typename Syntax>
+Bytes RbspOf(const Syntax& syntax)
+{
+    BitWriter writer;
+    syntax.WriteTo(writer);
+    return writer.Written();
+}
+
+}  // namespace videoparams::streams

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "support/VideoDescription.h"
+#include "streams/Vui.h"
 
 #include <vector>
 
-namespace videoparams::test {
+namespace videoparams::streams {
 
 struct AvcVui
 {
@@ -17,7 +17,7 @@ struct AvcSps
 {
     uint32_t profile_idc = 77;
     uint32_t seq_parameter_set_id = 0;
-    uint32_t chroma_format_idc = 1;  // this and the next two are written for profile_idc 100 and its kin
+    uint32_t chroma_format_idc = 1;  // this and the next two are written for profile_idc 100 and the like
     uint32_t separate_colour_plane_flag = 0;
     std::vector<std::vector<int32_t>> scalingLists{};  // the delta_scale of each; an empty one is not present
     uint32_t log2_max_frame_num_minus4 = 0;
@@ -33,10 +33,10 @@ struct AvcSps
     std::optional<AvcVui> vui{};
 
     void WriteTo(BitWriter& writer) const;
-    Bytes Write(StartCode startCode = StartCode::FourBytes) const;
+    Bytes Write() const;
 };
 
-// pic_parameter_set_rbsp(). Marks: "read", behind what slice headers need.
+// pic_parameter_set_rbsp(). Marks: "read", after what slice headers need.
 struct AvcPps
 {
     uint32_t pic_parameter_set_id = 0;
@@ -44,10 +44,10 @@ struct AvcPps
     uint32_t bottom_field_pic_order_in_frame_present_flag = 0;
 
     void WriteTo(BitWriter& writer) const;
-    Bytes Write(StartCode startCode = StartCode::FourBytes) const;
+    Bytes Write() const;
 };
 
-// slice_header() up to the picture order count, and some slice data. Marks: "read".
+// slice_header() and slice data. Marks: "read", after the picture order count.
 struct AvcSlice
 {
     uint32_t nal_unit_type = 1;  // 2: partition A
@@ -66,11 +66,10 @@ struct AvcSlice
     Bytes sliceData = {0xB5, 0x6A};
 
     void WriteTo(BitWriter& writer, const AvcSps& sps = {}, const AvcPps& pps = {}) const;
-    Bytes Write(const AvcSps& sps = {}, const AvcPps& pps = {},
-                StartCode startCode = StartCode::FourBytes) const;
+    Bytes Write(const AvcSps& sps = {}, const AvcPps& pps = {}) const;
 };
 
-Bytes AvcDelimiter(StartCode startCode = StartCode::FourBytes);
-Bytes AvcSei(const Bytes& messages = {1, 1, 0x2A}, StartCode startCode = StartCode::FourBytes);
+Bytes AvcDelimiter();
+Bytes AvcSei(const Bytes& messages = {1, 1, 0x2A});
 
-}  // namespace videoparams::test
+}  // namespace videoparams::streams
