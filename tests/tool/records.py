@@ -26,6 +26,7 @@ RECORDS = TESTS / "tool" / "records"
 SCHEMA = json.loads((TESTS.parent / "docs" / "videoparams.schema.json").read_text())
 
 MOST_LINES, FIRST_LINES, LAST_LINES, MOST_CHARACTERS = 20, 10, 4, 800
+MOST_SVG_LINES = 80
 MOST_ITEMS_CHECKED = 100
 
 
@@ -104,9 +105,9 @@ def digest(content: bytes) -> str:
     return f"sha256 {hashlib.sha256(content).hexdigest()[:16]}"
 
 
-def in_short(content: bytes) -> list[str]:
+def in_short(content: bytes, most_lines: int = MOST_LINES) -> list[str]:
     lines = content.decode(errors="backslashreplace").splitlines()
-    if len(lines) > MOST_LINES:
+    if len(lines) > most_lines:
         cut = len(lines) - FIRST_LINES - LAST_LINES
         shown = lines[:FIRST_LINES] + [f"[{cut} lines]"] + lines[-LAST_LINES:]
     else:
@@ -139,8 +140,9 @@ def run(tool: str, folder: pathlib.Path, command: str) -> list[str]:
     for output in sorted(folder.glob("OUT*")):
         content = output.read_bytes()
         output.unlink()
-        text = in_short(content) if output.suffix == ".svg" else [f"{len(content)} bytes, {digest(content)}"]
-        section += [f"[{output.name}]"] + text
+        section.append(f"[{output.name}]")
+        section += (in_short(content, MOST_SVG_LINES) if output.suffix == ".svg" else
+                    [f"{len(content)} bytes, {digest(content)}"])
     if done.returncode != 0:
         section.append(f"[status {done.returncode}]")
     if "--json" in command and done.returncode != 2:
