@@ -56,6 +56,8 @@ Status CInfo::Run()
     result.facts = source->Facts();
     result.counts = source->Counts();
     result.damage = analysis.Found();
+    result.unusedSets = analysis.UnusedSets();
+    result.furtherLayers = analysis.FurtherLayers();
     report->End(result);
     report->Close();
     if (!options.plotFile.empty() && result.summary.Sizes().count != 0)

@@ -111,4 +111,16 @@ const char* MatrixCoefficientsName(uint32_t matrix_coefficients)
     return NameOf(Matrices, matrix_coefficients);
 }
 
+const char* ChromaFormatName(uint32_t chroma_format_idc)
+{
+    static constexpr const char* Names[] = {"monochrome", "4:2:0", "4:2:2", "4:4:4"};
+    return chroma_format_idc < std::size(Names) ? Names[chroma_format_idc] : "unknown chroma format";
+}
+
+const char* ScanName(Scan scan)
+{
+    static constexpr const char* Names[] = {"scan not specified", "progressive", "interlaced"};
+    return Names[static_cast<size_t>(scan)];
+}
+
 }  // namespace tool

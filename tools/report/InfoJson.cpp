@@ -17,7 +17,15 @@ Json Named(uint32_t value, uint32_t isCoded, const char* name)
 
 Json ToJson(const SequenceInfo& info)
 {
-    Json json = {{"width", info.width}, {"height", info.height}, {"frameRate", nullptr}};
+    Json json = {{"profile", {{"value", info.profile_idc}, {"name", info.profile}}},
+                 {"level", info.level},
+                 {"tier", info.tier.empty() ? Json(nullptr) : Json(info.tier)},
+                 {"width", info.width},
+                 {"height", info.height},
+                 {"chromaFormat", ChromaFormatName(info.chroma_format_idc)},
+                 {"bitDepth", {{"luma", info.lumaBitDepth}, {"chroma", info.chromaBitDepth}}},
+                 {"scan", info.scan == Scan::Unknown ? Json(nullptr) : Json(ScanName(info.scan))},
+                 {"frameRate", nullptr}};
     if (info.HasFrameRate())
         json["frameRate"] = {{"numerator", info.frameRateNumerator},
                              {"denominator", info.frameRateDenominator},
@@ -104,6 +112,8 @@ void CInfoJson::End(const InfoResult& result)
     json["fieldCount"] = summary.Fields();
     json["keyFrameCount"] = summary.KeyFrames();
     json["keyFrameDistance"] = ToJson(summary.KeyDistances());
+    json["layerCount"] = 1 + result.furtherLayers.size();
+    json["unusedParameterSets"] = result.unusedSets;
     json["seconds"] = ToJson(summary.Duration());
     json["bitsPerSecond"] = summary.BitRate() ? Json(std::llround(*summary.BitRate())) : Json(nullptr);
     json["unreadable"] = {{"bytes", result.UnreadableBytes()},

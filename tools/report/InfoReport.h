@@ -8,6 +8,9 @@
 #include "report/StreamSummary.h"
 
 #include <memory>
+#include <set>
+#include <string>
+#include <vector>
 
 namespace tool {
 
@@ -17,6 +20,8 @@ struct InfoResult
     SourceCounts counts;
     CStreamSummary summary;
     Damage damage;
+    std::vector<std::string> unusedSets;  // "SPS 1"
+    std::set<uint32_t> furtherLayers;     // nuh_layer_id
 
     bool IsDamaged() const { return UnreadableBytes() != 0; }
     uint64_t UnreadableBytes() const { return damage.bytes + counts.skippedBytes; }

@@ -46,6 +46,21 @@ std::string DescribeValue(uint32_t value, const char* name)
     return fmt::format("{} {}", value, name);
 }
 
+std::string DescribeProfile(const SequenceInfo& info)
+{
+    const std::string tier = info.tier.empty() ? "" : fmt::format(", {} tier", info.tier);
+    return fmt::format("{}, level {}{}", info.profile, info.level, tier);
+}
+
+std::string DescribeSamples(const SequenceInfo& info)
+{
+    const std::string depth =
+        info.chroma_format_idc == 0 || info.lumaBitDepth == info.chromaBitDepth
+            ? fmt::format("{} bits", info.lumaBitDepth)
+            : fmt::format("{} bits luma, {} bits chroma", info.lumaBitDepth, info.chromaBitDepth);
+    return fmt::format("{}, {}, {}", ChromaFormatName(info.chroma_format_idc), depth, ScanName(info.scan));
+}
+
 void PrintColour(const SequenceInfo& info)
 {
     if (!info.video_signal_type_present_flag) {
@@ -73,7 +88,9 @@ void PrintSequences(const CStreamSummary& summary)
         PrintLine("picture size", "unknown: no sequence parameter set was read");
         return;
     }
+    PrintLine("profile", DescribeProfile(sequences[0].info));
     PrintLine("picture size", DescribeSize(sequences[0].info));
+    PrintLine("samples", DescribeSamples(sequences[0].info));
     PrintLine("frame rate", DescribeFrameRate(sequences[0].info));
     PrintColour(sequences[0].info);
     const size_t printed = std::min(sequences.size(), MaxChangesPrinted + 1);
@@ -165,6 +182,11 @@ void CInfoText::End(const InfoResult& result)
     PrintLine("codec", CodecName(result.facts.codec));
     PrintSequences(result.summary);
     PrintAccessUnits(result.summary);
+    if (!result.furtherLayers.empty())
+        PrintLine("layers", fmt::format("{}; the pictures of the base layer are counted",
+                                        1 + result.furtherLayers.size()));
+    if (!result.unusedSets.empty())
+        PrintLine("unused sets", fmt::format("{}", fmt::join(result.unusedSets, ", ")));
 }
 
 }  // namespace

@@ -8,8 +8,9 @@ namespace {
 
 constexpr size_t MaxSequencesListed = 100;
 
-SequenceInfo SequenceInfoOf(const VideoInfo& info)
+SequenceInfo SequenceInfoOf(const PictureFormat& format)
 {
+    const VideoInfo& info = format.info;
     return {.width = info.width,
             .height = info.height,
             .frameRateNumerator = info.frameRateNumerator,
@@ -20,7 +21,15 @@ SequenceInfo SequenceInfoOf(const VideoInfo& info)
             .colour_description_present_flag = info.colour_description_present_flag,
             .colour_primaries = info.colour_primaries,
             .transfer_characteristics = info.transfer_characteristics,
-            .matrix_coefficients = info.matrix_coefficients};
+            .matrix_coefficients = info.matrix_coefficients,
+            .profile_idc = format.profile_idc,
+            .profile = format.profile,
+            .level = format.level,
+            .tier = format.tier,
+            .chroma_format_idc = format.chroma_format_idc,
+            .lumaBitDepth = format.lumaBitDepth,
+            .chromaBitDepth = format.chromaBitDepth,
+            .scan = format.scan};
 }
 
 }  // namespace
@@ -35,7 +44,7 @@ void Spread::Add(uint64_t value)
 
 void CStreamSummary::Add(const AccessUnit& unit)
 {
-    if (unit.hasSequence)
+    if (unit.format)
         NoteSequence(unit);
     if (!unit.hasSlice)
         return;
@@ -57,7 +66,7 @@ double CStreamSummary::SecondsOf(const AccessUnit& unit) const
 
 void CStreamSummary::NoteSequence(const AccessUnit& unit)
 {
-    const SequenceInfo info = SequenceInfoOf(unit.info);
+    const SequenceInfo info = SequenceInfoOf(*unit.format);
     if (!sequences.empty()) {
         if (info == present)
             return;

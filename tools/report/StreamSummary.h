@@ -25,6 +25,14 @@ struct SequenceInfo
     uint32_t colour_primaries = 0;
     uint32_t transfer_characteristics = 0;
     uint32_t matrix_coefficients = 0;
+    uint32_t profile_idc = 0;  // H.265: general_profile_idc
+    std::string profile;       // its name
+    std::string level;
+    std::string tier;  // H.265
+    uint32_t chroma_format_idc = 0;
+    uint32_t lumaBitDepth = 0;
+    uint32_t chromaBitDepth = 0;
+    Scan scan = Scan::Unknown;
 
     bool operator==(const SequenceInfo&) const = default;
     bool HasFrameRate() const { return frameRateNumerator != 0 && frameRateDenominator != 0; }

@@ -107,9 +107,9 @@ void CContainerCheck::TakeParameterSet(const NalUnit& unit)
 
 void CContainerCheck::TakeCompleted(const AccessUnit& picture)
 {
-    if (!picture.hasSequence)
+    if (!picture.format)
         return;
-    const VideoInfo& info = picture.info;
+    const VideoInfo& info = picture.format->info;
     const std::pair<uint32_t, uint32_t> size{info.width, info.height};
     const bool differs = size != std::pair(container.width, container.height);
     if (container.width != 0 && container.height != 0 && differs && size != reportedSize)

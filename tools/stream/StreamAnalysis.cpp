@@ -18,20 +18,30 @@ constexpr uint32_t SliceHeadSize = 256;
 UnitRole CStreamAnalysis::Take(const NalUnit& unit)
 {
     isCompleted = false;
-    if (ParseVideoParams(parser, unit.data, unit.size, &completed.info) != 0 && !unit.ForbiddenZeroBit())
-        throw std::bad_alloc();
+    report = {};
     if (unit.ForbiddenZeroBit()) {
         ++damage.damagedUnits;
         damage.bytes += unit.size;
         return UnitRole::Unreadable;
     }
+    if (unit.LayerId() != 0) {
+        furtherLayers.insert(unit.LayerId());
+        return TakeOther(unit, false);
+    }
+    if (ParseVideoParams(parser, unit.data, unit.size, &report) != 0)
+        throw std::bad_alloc();
     if (unit.IsSlice())
         return TakeSlice(unit);
+    parameters.Take(unit);
     if (unit.IsSps() || unit.IsPps())
         VideoSampleTest(probe, unit.data, unit.size, &sliceInfo);
-    const bool isLeading = unit.Class() == UnitClass::Leading;
     if (unit.isOutOfBand)
         return UnitRole::Other;
+    return TakeOther(unit, unit.Class() == UnitClass::Leading);
+}
+
+UnitRole CStreamAnalysis::TakeOther(const NalUnit& unit, bool isLeading)
+{
     if (isLeading && heldSize == 0)
         heldOffset = unit.offset;
     if (isLeading || heldSize != 0)
@@ -48,7 +58,7 @@ UnitRole CStreamAnalysis::TakeSlice(const NalUnit& unit)
         damage.bytes += unit.size;
         return UnitRole::Unreadable;
     }
-    const bool isFirst = !current.hasSlice || completed.info.accessUnitFound;
+    const bool isFirst = !current.hasSlice || report.accessUnitFound;
     if (isFirst) {
         const uint64_t number = current.hasSlice ? current.number + 1 : 0;
         if (current.hasSlice)
@@ -58,6 +68,7 @@ UnitRole CStreamAnalysis::TakeSlice(const NalUnit& unit)
         current.offset = heldSize != 0 ? heldOffset : unit.offset;
         current.hasSlice = true;
         current.sample = unit.sample;
+        current.format = parameters.FormatOf(unit);
         if (unit.codec == VideoCodecAVC) {
             VideoPicType type = VideoPicUnknown;
             QueryType(probe, unit.data, std::min(unit.size, SliceHeadSize), type);
@@ -80,20 +91,18 @@ bool CStreamAnalysis::ReadsSlice(const NalUnit& unit)
 void CStreamAnalysis::Finish()
 {
     isCompleted = false;
-    ParseVideoParams(parser, nullptr, 0, &completed.info);
+    ParseVideoParams(parser, nullptr, 0, &report);
     current.size += heldSize;
     heldSize = 0;
-    if (completed.info.accessUnitFound)
+    if (report.accessUnitFound)
         Complete();
 }
 
 void CStreamAnalysis::Complete()
 {
-    const VideoInfo info = completed.info;
+    const bool isKeyFrame = report.keyFrame != 0;
     completed = current;
-    completed.info = info;
-    completed.isKeyFrame = info.keyFrame != 0;
-    completed.hasSequence = info.sequenceInfoValid != 0;
+    completed.isKeyFrame = isKeyFrame;
     isCompleted = true;
 }
 

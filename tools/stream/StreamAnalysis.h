@@ -10,6 +10,9 @@
 
 #include "stream/Handle.h"
 #include "stream/NalUnit.h"
+#include "stream/PictureParameters.h"
+
+#include <set>
 
 namespace tool {
 
@@ -19,12 +22,12 @@ struct AccessUnit
     uint64_t offset = 0;  // in the stream
     uint64_t size = 0;    // bytes of the stream; parameter sets that the analysis inserts are not counted
     bool hasSlice = false;
-    bool isField = false;      // H.264
-    int32_t slice_type = -1;   // of the first slice; H.264
-    bool isKeyFrame = false;   // set when it is complete
-    bool hasSequence = false;  // set when it is complete; then the fields of `info` from width on are filled
-    VideoInfo info{};          // set when it is complete
+    bool isField = false;                    // H.264
+    int32_t slice_type = -1;                 // of the first slice; H.264
+    bool isKeyFrame = false;                 // set when it is complete
     std::shared_ptr<const Sample> sample{};  // of its first slice; null in a byte stream
+    std::shared_ptr<const PictureFormat>
+        format{};  // of the SPS that its first slice uses; null if that is unknown
 };
 
 enum class UnitRole
@@ -46,7 +49,7 @@ struct Damage
 class CStreamAnalysis
 {
 public:
-    explicit CStreamAnalysis(VideoCodecType codec) : parser(codec), probe(codec) {}
+    explicit CStreamAnalysis(VideoCodecType codec) : parser(codec), probe(codec), parameters(codec) {}
 
     // Units in the order of the stream, short ones by themselves.
     UnitRole Take(const NalUnit& unit);
@@ -60,14 +63,25 @@ public:
 
     const Damage& Found() const { return damage; }
 
+    // The parameter sets that no picture used so far.
+    std::vector<std::string> UnusedSets() const { return parameters.Unused(); }
+
+    // nuh_layer_id of H.265 units above the base layer. Their slices count as bytes of the base layer's
+    // access units.
+    const std::set<uint32_t>& FurtherLayers() const { return furtherLayers; }
+
 private:
     UnitRole TakeSlice(const NalUnit& unit);
+    UnitRole TakeOther(const NalUnit& unit, bool isLeading);
     bool ReadsSlice(const NalUnit& unit);
     void Complete();
 
     CParseHandle parser;
     CParseHandle probe;  // reads slice headers for itself, to tell which ones the analysis can read
+    VideoInfo report{};  // what the library reported for the last unit
     VideoInfoEx sliceInfo{};
+    CPictureParameters parameters;
+    std::set<uint32_t> furtherLayers;
 
     AccessUnit current;
     AccessUnit completed;
