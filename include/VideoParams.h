@@ -474,14 +474,14 @@ VIDEOPARAMS_API int64_t SetVideoData(void* handle, unsigned char* data, unsigned
 
 /// Returns the next unit of the iteration that `SetVideoData` began, and measures the header of a slice.
 ///
-/// **`sliceHeaderLength` counts the bytes of the elements that are read: up to the picture order count**
-/// (ITU-T H.264, 7.3.3), not the whole slice header. It counts from the first byte after the unit header, up
-/// to and including the byte with the next unread bit, with the emulation prevention bytes that a correct
-/// unit has there. **It can be one byte more than the unit has**, if the unit ends with these elements. A
-/// slice with unknown parameter sets is measured up to `pic_parameter_set_id`.
+/// **The length counts the bytes of the elements that are read: up to the picture order count** (ITU-T H.264,
+/// 7.3.3), not the whole slice header. It counts from the first byte after the unit header, up to and
+/// including the byte with the next unread bit, with the emulation prevention bytes that a correct unit has
+/// there. **It can be one byte more than the unit has**, if the unit ends with these elements. A slice with
+/// unknown parameter sets is measured up to `pic_parameter_set_id`.
 ///
-/// The call reads parameter sets on the way into the tables of the handle. Use a separate handle for
-/// `ParseVideoParams`; otherwise the analysis may split or join pictures.
+/// The call also stores the parameter sets that it finds in the tables of the handle. Use a separate handle
+/// for `ParseVideoParams`; otherwise the analysis may split or join pictures.
 ///
 /// @code
 /// SetVideoData(handle, data, size);
