@@ -18,7 +18,7 @@ src/parser                VideoParams.h userdata/ analysis/ bitstream/ memory/
 src/avc                   VideoParams.h parser/ userdata/ analysis/ bitstream/ memory/
 src/hevc                  VideoParams.h parser/ userdata/ analysis/ bitstream/ memory/
 src/api                   VideoParams.h avc/ hevc/ parser/ userdata/ analysis/ bitstream/ memory/
-tools                     VideoParams.h videoparams/ bitstream/ memory/
+tools                     VideoParams.h videoparams/ bitstream/ memory/ userdata/SeiMessage.h
 gstreamer/stream          VideoParams.h stream/
 gstreamer/userdata        VideoParams.h videoparams/ userdata/ stream/
 gstreamer/check           VideoParams.h check/ stream/

@@ -147,7 +147,7 @@ TEST_P(MemoryShortage, AnalysisSurvivesIt)
         return reported.size() <= normal.size() && AreUnitsOf(units, reported);
     };
     ExpectEveryShortageSurvived({create, ParseRelease, handle, {{"ParseVideoParams ", analyse, areUnits}}},
-                                15);
+                                12);
 }
 
 TEST_P(MemoryShortage, UserDataSurvivesIt)

@@ -64,7 +64,8 @@ std::vector<Bytes> OpenAll(CNalScanner& scanner, const unsigned char* data, size
     scanner.SetData(data, static_cast<uint32_t>(size));
     for (ScanOutcome outcome = scanner.NextUnit(); HasUnit(outcome); outcome = scanner.NextUnit()) {
         if (outcome == ScanOutcome::Unit) {
-            EXPECT_TRUE(scanner.OpenHead().has_value());
+            Rbsp rbsp;
+            EXPECT_TRUE(scanner.OpenHead(rbsp));
         }
         scanner.EndUnit();
         units.push_back(CopyOf(scanner.Unit().data, scanner.Unit().size));

@@ -1,7 +1,5 @@
 #include "analysis/SequenceInfo.h"
 
-#include <algorithm>
-
 namespace videoparams {
 
 namespace {
@@ -78,11 +76,6 @@ CroppingUnit ChromaSubsampling(uint32_t chroma_format_idc)
 uint32_t CroppedSize(uint32_t codedSize, uint32_t unit, uint32_t firstOffset, uint32_t lastOffset)
 {
     return codedSize - unit * lastOffset - unit * firstOffset;
-}
-
-uint32_t BitsOf(uint32_t log2_minus4)
-{
-    return std::min(log2_minus4, UINT32_MAX - 4) + 4;
 }
 
 void ReadVideoDescription(CBitReader& bits, SequenceInfo& info)

@@ -3,6 +3,7 @@
 #include "VideoParams.h"
 #include "bitstream/BitReader.h"
 
+#include <algorithm>
 #include <cstdint>
 
 namespace videoparams {
@@ -42,7 +43,10 @@ CroppingUnit ChromaSubsampling(uint32_t chroma_format_idc);
 uint32_t CroppedSize(uint32_t codedSize, uint32_t unit, uint32_t firstOffset, uint32_t lastOffset);
 
 // The bits of a u(v) whose length is coded as a logarithm minus 4. No data is longer than 2^32 bits.
-uint32_t BitsOf(uint32_t log2_minus4);
+inline uint32_t BitsOf(uint32_t log2_minus4)
+{
+    return std::min(log2_minus4, UINT32_MAX - 4) + 4;
+}
 
 // The first part of vui_parameters(), which both standards share (H.264 E.1.1, H.265 E.2.1): from
 // aspect_ratio_info_present_flag to the chroma sample locations.

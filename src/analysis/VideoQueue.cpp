@@ -20,6 +20,15 @@ Result AccessUnit::Store(const unsigned char* data, uint32_t count)
     return ResultOk;
 }
 
+// An empty one takes over the whole block, and gives its own in exchange.
+Result AccessUnit::Take(AccessUnit& other)
+{
+    if (bytes.length != 0)
+        return Store(other.bytes.data, other.bytes.length);
+    bytes.Swap(other.bytes);
+    return ResultOk;
+}
+
 // Moves the bytes after the offset back, and copies the two pieces into the gap.
 Result AccessUnit::Insert(uint32_t offset, const Buffer& first, const Buffer& second)
 {

@@ -16,6 +16,7 @@ struct AccessUnit
 
     void Clear();
     [[nodiscard]] Result Store(const unsigned char* data, uint32_t count);
+    [[nodiscard]] Result Take(AccessUnit& other);  // its bytes, after those that are here
     [[nodiscard]] Result Insert(uint32_t offset, const Buffer& first, const Buffer& second);
 };
 

@@ -67,10 +67,10 @@ Result CAvcParameterSetExchange::ReadHeldUnit(const Buffer& held, uint32_t nal_u
     scanner.SetData(held.data, held.length);
     if (scanner.NextUnit() != ScanOutcome::Unit)
         return ResultFailed;
-    const std::optional<Rbsp> rbsp = scanner.OpenWhole();
-    if (!rbsp || scanner.Unit().header.forbidden_zero_bit == 1)
+    Rbsp rbsp;
+    if (!scanner.OpenWhole(rbsp) || scanner.Unit().header.forbidden_zero_bit == 1)
         return ResultFailed;
-    return tables.ReadParameterSet(nal_unit_type, *rbsp, heldInfo);
+    return tables.ReadParameterSet(nal_unit_type, rbsp, heldInfo);
 }
 
 const SequenceInfo* CAvcParameterSetExchange::Complete(AccessUnit& unit)

@@ -23,14 +23,4 @@ Result CAvcParameterTables::ReadParameterSet(uint32_t nal_unit_type, const Rbsp&
     return nal_unit_type == AvcUnitSps ? ReadSps(rbsp.AfterHeader(), info) : ReadPps(rbsp.AfterHeader());
 }
 
-const SpsRecord* CAvcParameterTables::FindSps(uint32_t seq_parameter_set_id) const
-{
-    return seq_parameter_set_id < MaxSpsCount ? spsTable[seq_parameter_set_id].Get() : nullptr;
-}
-
-const PpsRecord* CAvcParameterTables::FindPps(uint32_t pic_parameter_set_id) const
-{
-    return pic_parameter_set_id < MaxPpsCount ? ppsTable[pic_parameter_set_id].Get() : nullptr;
-}
-
 }  // namespace videoparams

@@ -20,8 +20,14 @@ public:
     [[nodiscard]] Result ReadParameterSet(uint32_t nal_unit_type, const Rbsp& rbsp, SequenceInfo& info);
 
     // Null: unknown.
-    const SpsRecord* FindSps(uint32_t seq_parameter_set_id) const;
-    const PpsRecord* FindPps(uint32_t pic_parameter_set_id) const;
+    const SpsRecord* FindSps(uint32_t seq_parameter_set_id) const
+    {
+        return seq_parameter_set_id < MaxSpsCount ? spsTable[seq_parameter_set_id].Get() : nullptr;
+    }
+    const PpsRecord* FindPps(uint32_t pic_parameter_set_id) const
+    {
+        return pic_parameter_set_id < MaxPpsCount ? ppsTable[pic_parameter_set_id].Get() : nullptr;
+    }
 
 private:
     CHeapRecord<SpsRecord> spsTable[MaxSpsCount];

@@ -3,44 +3,45 @@
 #include "bitstream/EmulationPrevention.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace videoparams {
 
 SliceReading CAvcSliceReader::Read(OpenedSlice& slice)
 {
-    std::optional<Rbsp> opened = scanner.OpenHead();
-    if (!opened)
+    if (!scanner.OpenHead(slice.rbsp))
         return SliceReading::OutOfMemory;
-    slice = {*opened, opened->AfterHeader()};
-    bool isRead = ReadHeader(slice.bits);
+    bool isRead = ReadHeader(slice);
     if (slice.rbsp.isHead && slice.bits.AtEnd()) {
-        opened = scanner.OpenWhole();
-        if (!opened)
+        if (!scanner.OpenWhole(slice.rbsp))
             return SliceReading::OutOfMemory;
-        slice = {*opened, opened->AfterHeader()};
-        isRead = ReadHeader(slice.bits);
+        isRead = ReadHeader(slice);
     }
     if (!isRead)
         return SliceReading::UnknownParameterSets;
 
     startsPicture = !isFirstSlice && DiffersFromPrevious();
     isFirstSlice = false;
-    previous = header;
+    std::swap(latest, spare);
     return SliceReading::Read;
 }
 
 // slice_header(), H.264 7.3.3, up to the picture order count. False: a parameter set is unknown.
-bool CAvcSliceReader::ReadHeader(CBitReader& bits)
+bool CAvcSliceReader::ReadHeader(OpenedSlice& slice)
 {
     const NalHeader& unit = scanner.Unit().header;
+    CBitReader bits = slice.rbsp.AfterHeader();
+    SliceHeaderRecord& header = *spare;
     header = SliceHeaderRecord{};
     header.first_mb_in_slice = bits.Ue();
     header.slice_type = bits.Ue();
     header.pic_parameter_set_id = bits.Ue();
     const PpsRecord* const pps = tables.FindPps(header.pic_parameter_set_id);
     sps = pps != nullptr ? tables.FindSps(pps->seq_parameter_set_id) : nullptr;
-    if (sps == nullptr)
+    if (sps == nullptr) {
+        slice.bits = bits;
         return false;
+    }
 
     if (sps->separate_colour_plane_flag)
         bits.Bits(2);  // colour_plane_id
@@ -66,12 +67,15 @@ bool CAvcSliceReader::ReadHeader(CBitReader& bits)
         if (bottomIsCoded)
             header.delta_pic_order_cnt[1] = static_cast<uint32_t>(bits.Se());
     }
+    slice.bits = bits;
     return true;
 }
 
 // Detection of the first VCL NAL unit of a primary coded picture, H.264 7.4.1.2.4
 bool CAvcSliceReader::DiffersFromPrevious() const
 {
+    const SliceHeaderRecord& header = *spare;
+    const SliceHeaderRecord& previous = *latest;
     if (header.frame_num != previous.frame_num ||
         header.pic_parameter_set_id != previous.pic_parameter_set_id ||
         header.field_pic_flag != previous.field_pic_flag || header.IdrPicFlag != previous.IdrPicFlag)

@@ -53,7 +53,7 @@ public:
     [[nodiscard]] SliceReading Read(OpenedSlice& slice);
 
     // The slice that was read last: its header, its parameter set, and whether it starts a picture.
-    const SliceHeaderRecord& Header() const { return header; }
+    const SliceHeaderRecord& Header() const { return *latest; }
     const SpsRecord& Sps() const { return *sps; }
     bool StartsPicture() const { return startsPicture; }
 
@@ -61,18 +61,19 @@ public:
     void EndStream() { isFirstSlice = true; }
 
 private:
-    [[nodiscard]] bool ReadHeader(CBitReader& bits);
+    [[nodiscard]] bool ReadHeader(OpenedSlice& slice);
     bool DiffersFromPrevious() const;
 
     CNalScanner& scanner;
     const CAvcParameterTables& tables;
 
-    SliceHeaderRecord header{};
+    // Two records that take turns: a copy of what was just written would wait for it.
+    SliceHeaderRecord records[2]{};
+    SliceHeaderRecord* latest = &records[0];  // of the last slice whose parameter sets were known
+    SliceHeaderRecord* spare = &records[1];   // of the slice that is being read
+
     const SpsRecord* sps = nullptr;
     bool startsPicture = false;
-
-    // What Read leaves for the next Read.
-    SliceHeaderRecord previous{};
     bool isFirstSlice = true;
 };
 

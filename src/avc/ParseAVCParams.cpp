@@ -54,10 +54,10 @@ Result CParseAVCParams::FindSliceType(VideoPicType& type)
             return ResultFailed;
         if (header.nal_unit_type != AvcUnitSlice && header.nal_unit_type != AvcUnitIdrSlice)
             continue;
-        const std::optional<Rbsp> rbsp = scanner.OpenHead();
-        if (!rbsp)
+        Rbsp rbsp;
+        if (!scanner.OpenHead(rbsp))
             return ResultFailed;
-        CBitReader bits = rbsp->AfterHeader();
+        CBitReader bits = rbsp.AfterHeader();
         bits.Ue();  // first_mb_in_slice
         type = static_cast<VideoPicType>(bits.Ue());
         return ResultOk;
@@ -90,8 +90,8 @@ Result CParseAVCParams::TestFirstSlice(VideoInfoEx& test)
             return TestSlice(test);
         if (!traits.isParameterSet)
             continue;
-        const std::optional<Rbsp> rbsp = scanner.OpenWhole();
-        if (!rbsp || tables.ReadParameterSet(nal_unit_type, *rbsp, unused) != ResultOk)
+        Rbsp rbsp;
+        if (!scanner.OpenWhole(rbsp) || tables.ReadParameterSet(nal_unit_type, rbsp, unused) != ResultOk)
             return ResultFailed;
     }
 }
@@ -141,10 +141,10 @@ Result CParseAVCParams::GetNalUnit(unsigned char** unit, uint32_t* unitSize, boo
         *sliceHeaderLength = slice.MeasureHeader();
     } else if (traits.isParameterSet) {
         SequenceInfo unused;
-        const std::optional<Rbsp> rbsp = scanner.OpenWhole();
-        if (!rbsp)
+        Rbsp rbsp;
+        if (!scanner.OpenWhole(rbsp))
             return ResultFailed;
-        result = tables.ReadParameterSet(nal_unit_type, *rbsp, unused);
+        result = tables.ReadParameterSet(nal_unit_type, rbsp, unused);
     }
     scanner.EndUnit();
     *unit = const_cast<unsigned char*>(scanner.Unit().data);  // the caller's own, not const there

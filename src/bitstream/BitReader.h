@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 
@@ -7,20 +8,26 @@ namespace videoparams {
 
 // Reads bits, most significant first, and Exp-Golomb codes (H.264 9.1, H.265 9.2). Never fails: after the end
 // it returns zeros and sets PastEnd().
+//
+// A local reader stays in registers, if no address of it is taken: functions that are not inlined get the
+// reader's members.
 class CBitReader
 {
 public:
     CBitReader() = default;
-    CBitReader(const unsigned char* bytes, uint32_t byteCount)
-        : data(bytes), size(byteCount), bitCount(uint64_t{byteCount} * 8)
-    {}
+    CBitReader(const unsigned char* bytes, uint32_t byteCount) : data(bytes), size(byteCount) {}
 
     // Of more than 32 bits, returns the last 32.
     uint32_t Bits(uint32_t count)
     {
-        if (count - 1 >= 32)  // 0, or more than 32
-            return ManyBits(count);
-        const auto value = static_cast<uint32_t>(NextBits() >> (64 - count));
+        if (count > 32) [[unlikely]] {
+            position = std::min(position + (count - 32), BitCount());
+            heldCount = 0;
+            count = 32;
+        }
+        if (count > heldCount) [[unlikely]]
+            Hold();
+        const auto value = static_cast<uint32_t>(held >> 1 >> (63 - count));
         Advance(count);
         return value;
     }
@@ -28,13 +35,17 @@ public:
     // ue(v). A code with more than 31 leading zeros is given up after the 32nd: 0, and PastEnd() is set.
     uint32_t Ue()
     {
-        const uint64_t next = NextBits();
-        const auto leadingZeroBits = static_cast<uint32_t>(std::countl_zero(next));
-        if (leadingZeroBits > LongestPrefix)
-            return LongUe();
+        uint32_t leadingZeroBits = LeadingZeroBits();
+        if (2 * leadingZeroBits >= heldCount) [[unlikely]] {
+            Hold();
+            leadingZeroBits = LeadingZeroBits();
+            if (leadingZeroBits > LongestPrefix)
+                return LongUe(leadingZeroBits);
+        }
         const uint32_t length = 2 * leadingZeroBits + 1;
+        const auto value = static_cast<uint32_t>(held >> (64 - length)) - 1;
         Advance(length);
-        return static_cast<uint32_t>(next >> (64 - length)) - 1;
+        return value;
     }
 
     // se(v)
@@ -48,22 +59,41 @@ public:
     // Something was read that is not there, or a code was given up.
     bool PastEnd() const { return pastEnd; }
 
-    bool AtEnd() const { return position == bitCount; }
-    uint64_t BitsLeft() const { return bitCount - position; }
+    bool AtEnd() const { return position == BitCount(); }
+    uint64_t BitsLeft() const { return BitCount() - position; }
 
     // The index of the byte with the next unread bit; the number of bytes at the end.
     uint32_t BytePosition() const { return static_cast<uint32_t>(position / 8); }
 
 private:
-    // One load gives at least 57 bits: a code with 28 leading zeros, and the zeros are seen.
+    // Hold gives at least 57 bits, with zeros after the end of the data: a code with 28 leading zeros.
     static constexpr uint32_t LongestPrefix = 28;
+    static constexpr uint32_t MaxLeadingZeroBits = 31;
 
-    // The next 57 bits at least, first bit on top. There are zeros after the end.
-    uint64_t NextBits() const
+    uint64_t BitCount() const { return uint64_t{size} * 8; }
+
+    // 63 also if there is no 1.
+    uint32_t LeadingZeroBits() const { return static_cast<uint32_t>(std::countl_zero(held | 1)); }
+
+    // Of the bits that are held.
+    void Advance(uint32_t count)
+    {
+        position += count;
+        held <<= count;
+        heldCount -= count;
+        if (position > BitCount()) [[unlikely]] {
+            position = BitCount();
+            heldCount = 0;
+            pastEnd = true;
+        }
+    }
+
+    void Hold()
     {
         const uint32_t byte = BytePosition();
-        const uint64_t bytes = size - byte >= 8 ? LoadBytes(data + byte) : LastBytes(byte);
-        return bytes << (position % 8);
+        held = size - byte >= 8 ? LoadBytes(data + byte) : LastBytes(data, size, byte);
+        held <<= position % 8;
+        heldCount = 64 - static_cast<uint32_t>(position % 8);
     }
 
     static uint64_t LoadBytes(const unsigned char* at)
@@ -72,24 +102,27 @@ private:
                uint64_t{at[4]} << 24 | uint64_t{at[5]} << 16 | uint64_t{at[6]} << 8 | uint64_t{at[7]};
     }
 
-    void Advance(uint32_t count)
+    // A code that one load does not reach, or that the data end in, or that has too many zeros.
+    uint32_t LongUe(uint32_t leadingZeroBits)
     {
-        position += count;
-        if (position > bitCount) {
-            position = bitCount;
+        if (leadingZeroBits > MaxLeadingZeroBits) {
+            position = std::min(position + MaxLeadingZeroBits + 1, BitCount());
+            heldCount = 0;
             pastEnd = true;
+            return 0;
         }
+        Advance(leadingZeroBits + 1);
+        return (uint32_t{1} << leadingZeroBits) - 1 + Bits(leadingZeroBits);
     }
 
-    uint64_t LastBytes(uint32_t byte) const;
-    uint32_t ManyBits(uint32_t count);
-    uint32_t LongUe();
+    static uint64_t LastBytes(const unsigned char* data, uint32_t size, uint32_t byte);
 
     const unsigned char* data = nullptr;
     uint32_t size = 0;
+    uint32_t heldCount = 0;  // bits that were loaded and not read
+    uint64_t held = 0;       // the first of them on top; zeros after them
+    uint64_t position = 0;   // in bits
     bool pastEnd = false;
-    uint64_t bitCount = 0;
-    uint64_t position = 0;
 };
 
 }  // namespace videoparams

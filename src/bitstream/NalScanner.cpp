@@ -17,33 +17,27 @@ constexpr uint32_t RbspHeadSize = 64;
 
 }  // namespace
 
-void CNalScanner::SetData(const unsigned char* data, uint32_t size)
-{
-    next = data;
-    remaining = data == nullptr ? 0 : size;
-    isAtStartCode = false;
-    unit = NalUnit{};
-}
-
 ScanOutcome CNalScanner::NextUnit()
 {
     EndUnit();
-    unit = NalUnit{};
-    if (remaining < ShortestUnit)
+    if (remaining < ShortestUnit) {
+        unit = NalUnit{};
         return ScanOutcome::End;
+    }
     if (!isAtStartCode && !BeginsWithStartCode(next, remaining)) {
         const unsigned char* const first = FindStartCode(next, remaining);
-        if (first == nullptr)
+        if (first == nullptr) {
+            unit = NalUnit{};
             return ScanOutcome::NoStartCode;
+        }
         remaining -= static_cast<uint32_t>(first - next);
         next = first;
     }
     isAtStartCode = true;
 
-    unit.data = next;
-    const uint32_t startCodeLength = StartCodeLength(unit.data);
-    const unsigned char* const header = unit.data + startCodeLength;
-    unit.header = rules.HeaderOf(*header);
+    const uint32_t startCodeLength = StartCodeLength(next);
+    const unsigned char* const header = next + startCodeLength;
+    unit = {next, 0, rules.HeaderOf(*header)};
     if (*header == 0) {  // an H.265 slice of type 0, or a start code that follows at once
         const uint32_t window = std::min(remaining - startCodeLength, ShortestUnit);
         if (FindStartCode(header, window) != nullptr) {
@@ -55,17 +49,21 @@ ScanOutcome CNalScanner::NextUnit()
     return ScanOutcome::Unit;
 }
 
-void CNalScanner::EndUnit()
+void CNalScanner::FindEnd()
 {
-    if (unit.data != nullptr && unit.size == 0)
-        EndUnitAt(FindUnitEnd(unit.data, remaining));
+    EndUnitAt(FindUnitEnd(unit.data, remaining));
 }
 
 // At the next start code, or at the end of the stream if that is null.
 void CNalScanner::EndUnitAt(const unsigned char* startCode)
 {
-    unit.size = startCode != nullptr ? static_cast<uint32_t>(startCode - unit.data) : remaining;
-    next += unit.size;
+    if (startCode == nullptr) {
+        unit.size = remaining;
+        remaining = 0;
+        return;
+    }
+    unit.size = static_cast<uint32_t>(startCode - unit.data);
+    next = startCode;
     remaining -= unit.size;
 }
 
@@ -80,6 +78,10 @@ bool CNalScanner::EndUnitInto(unsigned char* destination, uint32_t room)
         copied = CopyToStartCodePrefix(begin, limit, destination + ShortStartCodeLength);
         if (copied != limit || limit == end - 1)
             EndUnitAt(StartCodeAt(copied, begin, end));
+        if (copied == end - 1 && remaining == 0 && unit.size <= room) {  // the last byte of the stream
+            destination[unit.size - 1] = *copied;
+            return true;
+        }
     }
     EndUnit();
     if (unit.size > room)
@@ -92,7 +94,7 @@ bool CNalScanner::EndUnitInto(unsigned char* destination, uint32_t room)
 
 // If no two zeros are in reach, then neither a start code nor emulation prevention is: the unit's own bytes
 // are its RBSP.
-std::optional<Rbsp> CNalScanner::OpenHead()
+bool CNalScanner::OpenHead(Rbsp& rbsp)
 {
     constexpr uint32_t Window = RbspHeadSize + ShortestUnit;  // so that a start code right after it is seen
     const uint32_t startCodeLength = StartCodeLength(unit.data);
@@ -105,25 +107,27 @@ std::optional<Rbsp> CNalScanner::OpenHead()
         EndUnitAt(end);
     const uint32_t bodySize = unit.size != 0 ? unit.size - startCodeLength : available;
     if (hasZeros)
-        return Convert(bodySize, RbspHeadSize);
-    return Rbsp{body, std::min(bodySize, RbspHeadSize), rules.headerLength, bodySize > RbspHeadSize};
+        return Convert(bodySize, RbspHeadSize, rbsp);
+    rbsp = {body, std::min(bodySize, RbspHeadSize), rules.headerLength, bodySize > RbspHeadSize};
+    return true;
 }
 
-std::optional<Rbsp> CNalScanner::OpenWhole()
+bool CNalScanner::OpenWhole(Rbsp& rbsp)
 {
     EndUnit();
     const uint32_t bodySize = unit.size - StartCodeLength(unit.data);
-    return Convert(bodySize, bodySize);
+    return Convert(bodySize, bodySize, rbsp);
 }
 
 // The start code contains nothing to convert.
-std::optional<Rbsp> CNalScanner::Convert(uint32_t bodySize, uint32_t limit)
+bool CNalScanner::Convert(uint32_t bodySize, uint32_t limit, Rbsp& rbsp)
 {
     if (!rbspBlock.Replace(std::min(bodySize, limit)))
-        return std::nullopt;
+        return false;
     const unsigned char* const body = unit.data + StartCodeLength(unit.data);
     rbspBlock.length = RemoveEmulationPrevention(body, bodySize, limit, rbspBlock.data);
-    return Rbsp{rbspBlock.data, rbspBlock.length, rules.headerLength, bodySize > limit};
+    rbsp = {rbspBlock.data, rbspBlock.length, rules.headerLength, bodySize > limit};
+    return true;
 }
 
 }  // namespace videoparams

@@ -6,7 +6,6 @@
 #include "memory/Result.h"
 
 #include <cstdint>
-#include <optional>
 
 namespace videoparams {
 
@@ -36,10 +35,10 @@ struct NalUnit
 // A unit's RBSP, or its first bytes. Valid until the scanner opens another.
 struct Rbsp
 {
-    const unsigned char* data;
-    uint32_t size;
-    uint32_t headerLength;
-    bool isHead;  // there are more bytes
+    const unsigned char* data = nullptr;
+    uint32_t size = 0;
+    uint32_t headerLength = 0;
+    bool isHead = false;  // there are more bytes
 
     CBitReader AfterHeader() const
     {
@@ -63,7 +62,13 @@ public:
     const NalRules& Rules() const { return rules; }
 
     // A scan goes from SetData to EndScan, after which the scanner holds no address of the caller's.
-    void SetData(const unsigned char* data, uint32_t size);
+    void SetData(const unsigned char* data, uint32_t size)
+    {
+        next = data;
+        remaining = data == nullptr ? 0 : size;
+        isAtStartCode = false;
+        unit = NalUnit{};
+    }
     void EndScan() { SetData(nullptr, 0); }
 
     // Ends the unit at hand and begins the next one. Only Unit() of the outcomes Unit and BareStartCode has
@@ -71,20 +76,25 @@ public:
     ScanOutcome NextUnit();
     const NalUnit& Unit() const { return unit; }
 
-    void EndUnit();
+    void EndUnit()
+    {
+        if (unit.data != nullptr && unit.size == 0)
+            FindEnd();
+    }
 
     // Ends the unit and copies it. False: it is larger than the room, all of which may have been written to.
     [[nodiscard]] bool EndUnitInto(unsigned char* destination, uint32_t room);
 
-    // Opens a unit that has just begun: as much of it as a slice header takes. None: out of memory.
-    [[nodiscard]] std::optional<Rbsp> OpenHead();
+    // Opens a unit that has just begun: as much of it as a slice header takes. False: out of memory.
+    [[nodiscard]] bool OpenHead(Rbsp& rbsp);
 
-    // Ends the unit and opens all of it. None: out of memory.
-    [[nodiscard]] std::optional<Rbsp> OpenWhole();
+    // Ends the unit and opens all of it. False: out of memory.
+    [[nodiscard]] bool OpenWhole(Rbsp& rbsp);
 
 private:
+    void FindEnd();
     void EndUnitAt(const unsigned char* startCode);
-    std::optional<Rbsp> Convert(uint32_t bodySize, uint32_t limit);
+    [[nodiscard]] bool Convert(uint32_t bodySize, uint32_t limit, Rbsp& rbsp);
 
     const NalRules& rules;
 

@@ -5,6 +5,9 @@
 
 #pragma once
 
+#include "bitstream/ByteScan/ByteScan.h"
+
+#include <cstddef>
 #include <cstdint>
 
 namespace videoparams {
@@ -37,18 +40,31 @@ inline bool BeginsWithStartCode(const unsigned char* bytes, uint32_t size)
     return bytes[2] == 1 || (bytes[2] == 0 && size >= 4 && bytes[3] == 1);
 }
 
+// The start code that ends in the 00 00 01 at `prefix`, or null if it does not count. `prefix` is the first
+// one in [begin, end - 1), or `end` - 1 if there is none.
+inline const unsigned char* StartCodeAt(const unsigned char* prefix, const unsigned char* begin,
+                                        const unsigned char* end)
+{
+    if (prefix == end - 1)
+        return nullptr;
+    if (prefix != begin && prefix[-1] == 0)
+        return prefix - 1;
+    return end - prefix >= ptrdiff_t{ShortestUnit} ? prefix : nullptr;
+}
+
 // The first start code that counts, or null.
-const unsigned char* FindStartCode(const unsigned char* position, uint32_t count);
+inline const unsigned char* FindStartCode(const unsigned char* position, uint32_t count)
+{
+    if (count < ShortestUnit)
+        return nullptr;
+    const unsigned char* const end = position + count;
+    return StartCodeAt(FindStartCodePrefix(position, end - 1), position, end);
+}
 
 // The start code after the unit at `unit`, or null if the unit runs to the end, `count` bytes on.
 inline const unsigned char* FindUnitEnd(const unsigned char* unit, uint32_t count)
 {
     return FindStartCode(unit + ShortStartCodeLength, count - ShortStartCodeLength);
 }
-
-// The start code that ends in the 00 00 01 at `prefix`, or null if it does not count. `prefix` is the first
-// one in [begin, end - 1), or `end` - 1 if there is none.
-const unsigned char* StartCodeAt(const unsigned char* prefix, const unsigned char* begin,
-                                 const unsigned char* end);
 
 }  // namespace videoparams

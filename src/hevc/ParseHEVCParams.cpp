@@ -18,10 +18,10 @@ void CParseHEVCParams::ReadParameterSet(const Rbsp& rbsp, SequenceInfo& info)
 // slice_segment_header(), H.265 7.3.6.1, its first element
 SliceOutcome CParseHEVCParams::ReadSlice()
 {
-    const std::optional<Rbsp> rbsp = scanner.OpenHead();
-    if (!rbsp)
+    Rbsp rbsp;
+    if (!scanner.OpenHead(rbsp))
         return SliceOutcome::OutOfMemory;
-    CBitReader bits = rbsp->AfterHeader();
+    CBitReader bits = rbsp.AfterHeader();
     const uint32_t first_slice_segment_in_pic_flag = bits.Bits(1);
 
     const bool startsPicture = !isFirstSlice && first_slice_segment_in_pic_flag == 1;

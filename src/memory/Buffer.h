@@ -5,6 +5,7 @@
 #include <cassert>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 namespace videoparams {
 
@@ -70,6 +71,13 @@ struct BufferOf
         data = nullptr;
         size = 0;
         length = 0;
+    }
+
+    void Swap(BufferOf& other)
+    {
+        std::swap(data, other.data);
+        std::swap(size, other.size);
+        std::swap(length, other.length);
     }
 
     // Room must have been made.

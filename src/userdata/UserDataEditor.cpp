@@ -141,8 +141,8 @@ Result CUserDataEditor::CopyLastMessage(bool& isFound)
             return ResultOf(outcome);
         if (scanner.Unit().header.nal_unit_type != rules.seiType)
             continue;
-        const std::optional<Rbsp> rbsp = scanner.OpenWhole();
-        if (!rbsp || !CopyMessagesOf(*rbsp, isFound))
+        Rbsp rbsp;
+        if (!scanner.OpenWhole(rbsp) || !CopyMessagesOf(rbsp, isFound))
             return ResultFailed;
     }
 }
@@ -223,8 +223,8 @@ bool CUserDataEditor::CopyUnit()
 // Writes the messages that stay into a unit of the library's own form. If none stay, there is no unit.
 bool CUserDataEditor::RebuildSeiUnit()
 {
-    const std::optional<Rbsp> rbsp = scanner.OpenWhole();
-    if (!rbsp || !KeepOtherMessages(*rbsp))
+    Rbsp rbsp;
+    if (!scanner.OpenWhole(rbsp) || !KeepOtherMessages(rbsp))
         return false;
     if (keptRbsp.length == 0)
         return true;

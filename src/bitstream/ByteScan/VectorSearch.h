@@ -19,86 +19,135 @@ namespace videoparams {
 
 namespace {
 
-// Where 00 00 begins, or 00 00 01.
-template <class Vector, ptrdiff_t MatchLength>
-VECTOR_TARGET inline uint64_t Matches(const unsigned char* at)
-{
-    const uint64_t pairs = Vector::Equal(Vector::Or(Vector::Load(at), Vector::Load(at + 1)), 0);
-    return MatchLength == 3 ? pairs & Vector::Equal(Vector::Load(at + 2), 1) : pairs;
-}
-
-// Zero where two zero bytes begin in `block`, which lies at `at`.
-template <class Vector>
-VECTOR_TARGET inline typename Vector::Block Pairs(typename Vector::Block block, const unsigned char* at)
-{
-    return Vector::Or(block, Vector::Load(at + 1));
-}
-
-// Whether two zero bytes begin anywhere in the four blocks from `at` on; they are copied all the same.
-template <class Vector, bool Copying>
-VECTOR_TARGET inline bool AnyPair(const unsigned char* at, unsigned char* to)
-{
-    constexpr ptrdiff_t Width = Vector::Width;
-    const typename Vector::Block first = Vector::Load(at);
-    const typename Vector::Block second = Vector::Load(at + Width);
-    const typename Vector::Block third = Vector::Load(at + 2 * Width);
-    const typename Vector::Block fourth = Vector::Load(at + 3 * Width);
-    const auto left = Vector::Min(Pairs<Vector>(first, at), Pairs<Vector>(second, at + Width));
-    const auto right =
-        Vector::Min(Pairs<Vector>(third, at + 2 * Width), Pairs<Vector>(fourth, at + 3 * Width));
-    if constexpr (Copying) {
-        Vector::Store(to, first);
-        Vector::Store(to + Width, second);
-        Vector::Store(to + 2 * Width, third);
-        Vector::Store(to + 3 * Width, fourth);
-    }
-    return Vector::Equal(Vector::Min(left, right), 0) != 0;
-}
-
-// Takes at least a block and what a match reaches beyond it. Loads are aligned, or stores where there are
-// some. The last block overlaps the one in front of it.
+// What a search does in a block of `Width` bytes at `at`, and with the bytes of it.
 template <class Vector, ptrdiff_t MatchLength, bool Copying>
-VECTOR_TARGET const unsigned char* Search(const unsigned char* begin, const unsigned char* end,
-                                          unsigned char* destination)
+class CSearch
 {
-    constexpr ptrdiff_t Width = Vector::Width;
-    constexpr ptrdiff_t Overlap = MatchLength - 1;
-    const unsigned char* const last = end - Width - Overlap;
-    const unsigned char* at = begin;
-    const auto address = reinterpret_cast<uintptr_t>(Copying ? destination : begin);
-    ptrdiff_t step = Width - static_cast<ptrdiff_t>(address % Width);
-    while (true) {
+public:
+    static constexpr ptrdiff_t Width = Vector::Width;
+    static constexpr ptrdiff_t GroupWidth = 4 * Width;
+    static constexpr ptrdiff_t Overlap = MatchLength - 1;  // bytes of a match beyond its first
+
+    // A group of four blocks is tested for any zero pair. If there is one, its blocks are tested one by one,
+    // and so are the next groups as long as they have pairs. Takes at least a block and the overlap. Loads
+    // are aligned, or stores if there are some. The last group or block overlaps the previous one.
+    VECTOR_TARGET static const unsigned char* Run(const unsigned char* begin, const unsigned char* end,
+                                                  unsigned char* destination)
+    {
+        const unsigned char* const last = end - Width - Overlap;
+        const uint64_t first = CopyAndMatch(begin, destination).matches;
+        if (first != 0)
+            return Position(begin, first);
+        const auto address = reinterpret_cast<uintptr_t>(Copying ? destination : begin);
+        const unsigned char* at = begin + (Width - static_cast<ptrdiff_t>(address % Width));
+        const unsigned char* const lastGroup = last + Width - GroupWidth;
+        if (lastGroup >= begin) {
+            const unsigned char* const found =
+                RunGroups(begin, std::min(at, lastGroup), lastGroup, destination);
+            if (found != nullptr)
+                return found;
+        } else {
+            for (at = std::min(at, last);; at = std::min(at + Width, last)) {
+                const uint64_t matches = CopyAndMatch(at, Destination(destination, at - begin)).matches;
+                if (matches != 0)
+                    return Position(at, matches);
+                if (at == last)
+                    break;
+            }
+        }
         if constexpr (Copying)
-            Vector::Store(destination + (at - begin), Vector::Load(at));
-        const uint64_t found = Matches<Vector, MatchLength>(at);
-        if (found != 0)
-            return at + __builtin_ctzll(found) / Vector::MaskBitsPerByte;
-        if (at == last)
-            break;
-        at += std::min(step, last - at);
-        while (last - at >= 4 * Width &&
-               !AnyPair<Vector, Copying>(at, destination + (Copying ? at - begin : 0)))
-            at += 4 * Width;
-        step = Width;
+            Vector::Store(destination + (last - begin) + Overlap, Vector::Load(last + Overlap));
+        return end;
     }
-    if constexpr (Copying)
-        Vector::Store(destination + (last - begin) + Overlap, Vector::Load(last + Overlap));
-    return end;
-}
+
+private:
+    struct BlockResult
+    {
+        uint64_t pairs;
+        uint64_t matches;
+    };
+
+    VECTOR_TARGET static const unsigned char* Position(const unsigned char* at, uint64_t matches)
+    {
+        return at + __builtin_ctzll(matches) / Vector::MaskBitsPerByte;
+    }
+
+    // Null: no match up to the end of the last group.
+    VECTOR_TARGET static const unsigned char* RunGroups(const unsigned char* begin, const unsigned char* at,
+                                                        const unsigned char* lastGroup,
+                                                        unsigned char* destination)
+    {
+        while (true) {
+            while (at < lastGroup && !CopyAndTestGroup(at, Destination(destination, at - begin)))
+                at += GroupWidth;
+            if (at >= lastGroup) {
+                at = lastGroup;
+                if (!CopyAndTestGroup(at, Destination(destination, at - begin)))
+                    return nullptr;
+            }
+            for (uint64_t pairs = 1; pairs != 0; at = std::min(at + GroupWidth, lastGroup)) {
+                pairs = 0;
+                for (ptrdiff_t offset = 0; offset < GroupWidth; offset += Width) {
+                    const BlockResult block =
+                        CopyAndMatch(at + offset, Destination(destination, at + offset - begin));
+                    if (block.matches != 0)
+                        return Position(at + offset, block.matches);
+                    pairs |= block.pairs;
+                }
+                if (at == lastGroup)
+                    return nullptr;
+            }
+        }
+    }
+
+    // A search that does not copy has none.
+    VECTOR_TARGET static unsigned char* Destination(unsigned char* destination, ptrdiff_t offset)
+    {
+        return Copying ? destination + offset : nullptr;
+    }
+
+    // Where 00 00 begins, and where the match begins.
+    VECTOR_TARGET static BlockResult CopyAndMatch(const unsigned char* at, unsigned char* to)
+    {
+        const uint64_t pairs = Vector::Equal(CopyAndPair(at, to), 0);
+        if constexpr (MatchLength == 3)
+            return {pairs, pairs & Vector::Equal(Vector::Load(at + 2), 1)};
+        return {pairs, pairs};
+    }
+
+    // Whether two zero bytes begin anywhere in the group.
+    VECTOR_TARGET static bool CopyAndTestGroup(const unsigned char* at, unsigned char* to)
+    {
+        const auto first = CopyAndPair(at, to);
+        const auto second = CopyAndPair(at + Width, Destination(to, Width));
+        const auto third = CopyAndPair(at + 2 * Width, Destination(to, 2 * Width));
+        const auto fourth = CopyAndPair(at + 3 * Width, Destination(to, 3 * Width));
+        return Vector::Equal(Vector::Min(Vector::Min(first, second), Vector::Min(third, fourth)), 0) != 0;
+    }
+
+    // Zero where two zero bytes begin in the block.
+    VECTOR_TARGET static typename Vector::Block CopyAndPair(const unsigned char* at, unsigned char* to)
+    {
+        const typename Vector::Block block = Vector::Load(at);
+        if constexpr (Copying)
+            Vector::Store(to, block);
+        return Vector::Or(block, Vector::Load(at + 1));
+    }
+};
 
 // What is shorter than a block goes to another kernel.
 template <class Vector, const ByteScanKernel& Shorter>
 const unsigned char* VectorStartCodePrefix(const unsigned char* begin, const unsigned char* end)
 {
     return end - begin < Vector::Width + 2 ? Shorter.findStartCodePrefix(begin, end)
-                                           : Search<Vector, 3, false>(begin, end, nullptr);
+                                           : CSearch<Vector, 3, false>::Run(begin, end, nullptr);
 }
 
 template <class Vector, const ByteScanKernel& Shorter>
 const unsigned char* VectorZeroPair(const unsigned char* begin, const unsigned char* end)
 {
     return end - begin < Vector::Width + 1 ? Shorter.findZeroPair(begin, end)
-                                           : Search<Vector, 2, false>(begin, end, nullptr);
+                                           : CSearch<Vector, 2, false>::Run(begin, end, nullptr);
 }
 
 template <class Vector, const ByteScanKernel& Shorter>
@@ -106,7 +155,7 @@ const unsigned char* VectorCopyToStartCodePrefix(const unsigned char* begin, con
                                                  unsigned char* destination)
 {
     return end - begin < Vector::Width + 2 ? Shorter.copyToStartCodePrefix(begin, end, destination)
-                                           : Search<Vector, 3, true>(begin, end, destination);
+                                           : CSearch<Vector, 3, true>::Run(begin, end, destination);
 }
 
 }  // namespace
