@@ -25,7 +25,7 @@ TESTS = pathlib.Path(__file__).resolve().parents[1]
 RECORDS = TESTS / "tool" / "records"
 SCHEMA = json.loads((TESTS.parent / "docs" / "videoparams.schema.json").read_text())
 
-MOST_LINES, FIRST_LINES, LAST_LINES, MOST_CHARACTERS = 20, 10, 4, 800
+MOST_LINES, FIRST_LINES, LAST_LINES, MOST_CHARACTERS = 28, 12, 4, 1600
 MOST_SVG_LINES = 80
 MOST_ITEMS_CHECKED = 100
 
