@@ -1,5 +1,5 @@
-# README shows the tool's real output, its real picture and a program that the tests build; man page and completion
-# know every command and option.
+# README shows the tool's real output, its real picture and a program that the tests build. Man page and completion
+# know every command and option. Every file that a page names exists.
 
 file(READ "${SOURCE}/README.md" readme)
 file(READ "${SOURCE}/docs/videoparams.1" manual)
@@ -42,5 +42,16 @@ foreach(command info units params check "userdata add" "userdata get" "userdata 
         expect("${option}" "${_videoparams}" _videoparams)
         string(REPLACE "--" "-l " option "${option}")
         expect("${option} " "${videoparams.fish}" videoparams.fish)
+    endforeach()
+endforeach()
+
+file(GLOB pages "${SOURCE}/*.md" "${SOURCE}/docs/*.md" "${SOURCE}/docs/reference.dox" "${SOURCE}/include/*.h")
+foreach(page ${pages})
+    file(READ "${page}" text)
+    string(REGEX MATCHALL "(docs|examples|fuzz|include|scripts|src|tests|tools)/[A-Za-z0-9_./-]+\\.[a-z0-9]+" files "${text}")
+    foreach(file ${files})
+        if(NOT EXISTS "${SOURCE}/${file}" AND NOT EXISTS "${SOURCE}/docs/${file}")
+            message(SEND_ERROR "${page} names ${file}, which does not exist")
+        endif()
     endforeach()
 endforeach()
