@@ -91,6 +91,9 @@ DAMAGED = [
 ]
 
 
+LONG_NAME = "R&D <take 7>, a name too long for the title of a plot, with an \u00e4 and a \u96fb and more words.h265"
+
+
 def cases() -> Iterator[tuple[str, dict[str, bytes], list[str]]]:
     """Record, inputs, commands."""
     for name in ("avc-paff.h264", "avc-size-change.h264", "avc-user-data.h264", "hevc-hdr10.h265",
@@ -99,6 +102,7 @@ def cases() -> Iterator[tuple[str, dict[str, bytes], list[str]]]:
     yield "long.h264", {"long.h264": long_stream()}, WHOLE
     yield "many.h265", {"many.h265": stream("hevc-no-timing.h265") * 900}, WHOLE
     yield "damaged", damaged_inputs(), DAMAGED
+    yield "long-name", {LONG_NAME: stream("hevc-hdr10.h265")}, ["info --plot OUT.svg FILE", "params --json FILE"]
 
 
 def digest(content: bytes) -> str:
@@ -168,7 +172,7 @@ def main() -> int:
             for file, content in inputs.items():
                 (pathlib.Path(folder) / file).write_bytes(content)
                 for command in commands:
-                    found += run(tool, pathlib.Path(folder), command.replace("FILE", file)) + [""]
+                    found += run(tool, pathlib.Path(folder), command.replace("FILE", shlex.quote(file))) + [""]
         record = RECORDS / f"{name}.txt"
         if renews:
             record.write_text("\n".join(found) + "\n")
