@@ -15,7 +15,7 @@ namespace {
 class BitReader : public testing::Test
 {
 protected:
-    // Reads bytes that lie in front of a page that may not be touched.
+    // Reads bytes that end at a page that may not be touched.
     void Begin(const Bytes& bytes)
     {
         page.emplace(bytes, SIZE_MAX, PageBytes::Side::End);
@@ -103,7 +103,7 @@ TEST_F(BitReader, ReadsExpGolombCodes)
         {{0, 0, 0, 1, 0xFF, 0xFF, 0xFF, 0xFE}, 0xFFFFFFFE, -INT32_MAX, 63, false},
         // Given up at the 32nd zero, whatever follows.
         {{0, 0, 0, 0, 0x80, 0, 0, 0, 0, 0x80}, 0, 0, 32, true},
-        // The data end among the zeros; behind the 1; in the suffix.
+        // The data end among the zeros, after the 1, or in the suffix.
         {{0, 0}, 0, 0, 16, true},
         {{0x01}, 127, 64, 8, true},
         {{0x00, 0x01, 0xFF}, 32767 + 0x7F80, (32767 + 0x7F80 + 1) / 2, 24, true},

@@ -28,7 +28,7 @@ struct SequenceInfo
     void CopyTo(VideoInfo& info) const;
 };
 
-// Luma samples that one unit of a cropping offset stands for.
+// Luma samples for one unit of a cropping offset.
 struct CroppingUnit
 {
     uint32_t width;

@@ -144,7 +144,7 @@ void SkipPcm(CBitReader& bits)
 }
 
 // st_ref_pic_set( stRpsIdx ), H.265 7.3.7; delta_idx_minus1 is coded in slice headers only. An
-// inter-predicted set counts its flags, whatever deltas they stand for.
+// inter-predicted set counts its flags, whatever deltas they mean.
 void SkipShortTermRefPicSet(CBitReader& bits, uint32_t stRpsIdx,
                             uint64_t (&NumDeltaPocs)[MaxShortTermRefPicSets])
 {

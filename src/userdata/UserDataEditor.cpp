@@ -37,7 +37,7 @@ Result CUserDataEditor::Create()
     return isMade ? ResultOk : ResultFailed;
 }
 
-// What a SEI unit of the library takes besides its messages.
+// Bytes of an SEI unit of the library in addition to its messages.
 uint32_t CUserDataEditor::SeiUnitOverhead() const
 {
     return static_cast<uint32_t>(sizeof LongStartCode) + rules.headerLength + 1;
@@ -74,7 +74,7 @@ Result CUserDataEditor::Insert(const unsigned char* stream, uint32_t streamLengt
     return outcome == EditOutcome::Placed ? ResultOk : ResultFailed;
 }
 
-// Fails at a SEI unit without a trailing byte.
+// Fails at an SEI unit without a trailing byte.
 CUserDataEditor::EditOutcome CUserDataEditor::CopyWithMessage()
 {
     bool isPlaced = false;
@@ -96,12 +96,12 @@ CUserDataEditor::EditOutcome CUserDataEditor::CopyWithMessage()
             isPlaced = true;
         }
         if (!scanner.EndUnitInto(inserted.End(), inserted.Room()))
-            return EditOutcome::Failed;  // cannot be: there is room for all of the stream
+            return EditOutcome::Failed;  // cannot happen: there is room for all of the stream
         inserted.length += scanner.Unit().size;
     }
 }
 
-// Copies a SEI unit with the message as its last. False: it has no trailing byte.
+// Copies an SEI unit with the message as its last. False: it has no trailing byte.
 bool CUserDataEditor::CopyWithMessageAtEnd()
 {
     scanner.EndUnit();

@@ -18,7 +18,7 @@ public:
 
     [[nodiscard]] Result Create();
 
-    // The message goes into the first SEI unit, or into a SEI unit of its own before the first slice.
+    // The message goes into the first SEI unit, or into an SEI unit of its own before the first slice.
     Result Insert(const unsigned char* stream, uint32_t streamLength, const unsigned char* data,
                   uint32_t dataLength, const unsigned char** output, uint32_t* outputLength);
 

@@ -59,7 +59,7 @@ protected:
             }
             ASSERT_EQ(Join(inUnit).size(), accessUnits["sizes"][i]);
 
-            // A key frame that comes without an SPS gets the first ones, behind its delimiter.
+            // A key frame without an SPS gets the first SPS and PPS, after its delimiter.
             const bool isKey = keyFrames.count(i) != 0;
             const bool hasSps = present.count(isAvc ? 7 : 33) != 0;
             const bool isCompleted = isAvc && isKey && !hasSps;
@@ -80,7 +80,7 @@ protected:
         return found;
     }
 
-    // Hands units to a host; a new call begins where `cut` says so in front of a unit.
+    // Feeds the units. A new call begins before each unit for which `cut` returns true.
     template <typename Cut>
     Analysis& Feed(Analysis& host, Cut cut) const
     {

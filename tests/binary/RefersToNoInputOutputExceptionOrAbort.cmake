@@ -1,5 +1,5 @@
-# The library neither prints, opens, sends nor ends its host: it does not even refer to what could. Nor does it throw
-# or take a lock: both may need memory at a moment when there is none.
+# The library does not print, open files, send or end the program: it does not even refer to functions that could. It
+# does not throw or take a lock either, because both may need memory when there is no memory left.
 
 execute_process(COMMAND ${READELF} --dyn-syms --wide ${LIBRARY} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
 string(REGEX MATCHALL " UND [^@ \n]+" imports "${symbols}")

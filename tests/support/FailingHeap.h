@@ -11,7 +11,7 @@ public:
     enum class Failure
     {
         Once,
-        ForGood,  // and every one behind it
+        ForGood,  // and every later one
     };
 
     FailingHeap() = default;  // only counts

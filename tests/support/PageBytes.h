@@ -32,7 +32,7 @@ private:
     uint32_t byteCount;
 };
 
-// The first `kept` of the bytes, in front of a page that may not be touched.
+// The first `kept` bytes, directly before a page that may not be touched.
 inline PageBytes AtPageEnd(const Bytes& bytes, size_t kept = SIZE_MAX)
 {
     return {bytes, kept, PageBytes::Side::End};

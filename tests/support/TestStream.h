@@ -33,8 +33,8 @@ inline void PrintTo(const TestStream& stream, std::ostream* out)
 // The name as googletest takes it: letters and digits.
 std::string TestName(const TestStream& stream);
 
-// The units of a stream, each with its start code; a zero in front of 00 00 01 is part of it, other zeros
-// belong to the unit before. What stands in front of the first is dropped.
+// The units of a stream, each with its start code. One zero before 00 00 01 belongs to the start code,
+// further zeros belong to the previous unit. Bytes before the first start code are dropped.
 std::vector<Bytes> SplitUnits(const Bytes& stream);
 
 }  // namespace videoparams::test

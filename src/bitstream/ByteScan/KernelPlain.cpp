@@ -11,7 +11,7 @@ bool Supported()
     return true;
 }
 
-// The third byte of a candidate tells how far the next one can be.
+// The third byte of a candidate limits where the next one can be.
 const unsigned char* PlainStartCodePrefix(const unsigned char* begin, const unsigned char* end)
 {
     const unsigned char* at = begin;
