@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
-# Makes the Debian packages, tests them (lintian; a program and the command from a temporary root) and prints their paths.
+# Makes the Debian packages with debhelper, tries them (lintian, and a host, the tool and the Python module from a scratch
+# root) and prints where they are.
 #
 #   scripts/packages.sh [FOLDER]               FOLDER gets the packages
-#   scripts/packages.sh --install [FOLDER]     also installs them here, tests them and removes them again (as root)
+#   scripts/packages.sh --install [FOLDER]     also tries them installed on this machine, and removes them again (root)
 #
-# VIDEOPARAMS_PACKAGER="Name <address>" sets their maintainer.
+# VIDEOPARAMS_PACKAGER="Name <address>" and VIDEOPARAMS_HOMEPAGE=URL replace their maintainer and home page.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -14,32 +15,50 @@ if [ "${1:-}" = --install ]; then
     shift
 fi
 "$projectDir/scripts/setup.sh" build tool packages
-
-# With the prefix /usr, libraries go to the folder of their architecture. There the command needs no search path.
 folder=$buildRoot/packages
-build release packages -DCMAKE_INSTALL_PREFIX=/usr -DCMAKE_SKIP_INSTALL_RPATH=ON -DVIDEOPARAMS_BUILD_TESTS=OFF \
-    -DVIDEOPARAMS_BUILD_EXAMPLES=OFF ${VIDEOPARAMS_PACKAGER:+"-DVIDEOPARAMS_PACKAGER=$VIDEOPARAMS_PACKAGER"}
-rm -rf "$folder/out"
-(umask 022 && cd "$folder" && quietly "$folder.log" cpack -G DEB -B "$folder/out")
-packages=("$folder"/out/*.deb)
+exec 9>"$folder.lock"
+flock 9
 
-# The packages are not for the Debian archive, so their changelog closes no request for a package (ITP).
-quietly "$buildRoot/lintian.log" lintian --fail-on error --allow-root --suppress-tags initial-upload-closes-no-bugs \
-    "${packages[@]}"
+# A copy of the sources: debhelper works in the tree.
+source=$folder/source
+rm -rf "$folder"
+mkdir -p "$source"
+(cd "$projectDir" && tar -c CHANGELOG.md CMakeLists.txt LICENSE README.md cmake docs examples include python src tools) |
+    tar -x -C "$source"
+cp -r "$projectDir/packaging/debian" "$source/debian"
+version=$(sed -n 's/^#define VIDEOPARAMS_VERSION_[A-Z]* \([0-9]*\)$/\1/p' "$projectDir/include/VideoParams.h" | paste -sd .)
+packager=${VIDEOPARAMS_PACKAGER:-$(sed -n 's/^Maintainer: //p' "$source/debian/control")}
+# The same commit gives the same packages.
+SOURCE_DATE_EPOCH=$(git -C "$projectDir" log -1 --format=%ct 2>/dev/null || stat -c %Y "$projectDir/CHANGELOG.md")
+export SOURCE_DATE_EPOCH
+sed -e "s/@VERSION@/$version/" -e "s/@PACKAGER@/$packager/" \
+    -e "s/@DATE@/$(LC_ALL=C date -u -R -d "@$SOURCE_DATE_EPOCH")/" "$source/debian/changelog.in" >"$source/debian/changelog"
+rm "$source/debian/changelog.in"
+sed -i -e "s/^Maintainer: .*/Maintainer: $packager/" \
+    ${VIDEOPARAMS_HOMEPAGE:+-e "s|^Homepage: .*|Homepage: $VIDEOPARAMS_HOMEPAGE|"} "$source/debian/control"
 
-# tryPackages ROOT: builds a program with the files in ROOT, and runs it and the command.
+(umask 022 && cd "$source" && DEB_BUILD_OPTIONS="parallel=$cores nocheck noautodbgsym" \
+    quietly "$folder/build.log" dpkg-buildpackage --build=binary --no-sign)
+packages=("$folder"/*.deb)
+quietly "$folder/lintian.log" lintian --fail-on error,warning --allow-root "${packages[@]}"
+
+# tryPackages ROOT: builds a host with what ROOT contains, and runs it, the tool and the Python module.
 tryPackages() {
     local root=$1 library
     library=$root/usr/lib/$(g++ -print-multiarch)
-    quietly "$buildRoot/packages-host.log" gcc "$projectDir/tests/package/Host.c" "-I$root/usr/include" "-L$library" \
+    quietly "$folder/host.log" gcc "$projectDir/tests/package/host/Host.c" "-I$root/usr/include" "-L$library" \
         -lVideoParams -o "$folder/host"
-    quietly "$buildRoot/packages-host.log" env LD_LIBRARY_PATH="${root:+$library}" "$folder/host"
-    quietly "$buildRoot/packages-tool.log" env LD_LIBRARY_PATH="${root:+$library}" "$root/usr/bin/videoparams" info \
+    quietly "$folder/host.log" env LD_LIBRARY_PATH="${root:+$library}" "$folder/host"
+    quietly "$folder/tool.log" env LD_LIBRARY_PATH="${root:+$library}" "$root/usr/bin/videoparams" info \
         "$projectDir/tests/streams/avc-bframes.h264"
+    quietly "$folder/python.log" env LD_LIBRARY_PATH="${root:+$library}" PYTHONDONTWRITEBYTECODE=1 \
+        PYTHONPATH="$root/usr/lib/python3/dist-packages" /usr/bin/python3 -c \
+        'import videoparams; videoparams.Parser(videoparams.Codec.AVC).close()'
+    ls "$root"/usr/share/doc/libvideoparams-dev/{README.md,docs/feeding.md,examples/read-stdin.c} \
+        "$root"/usr/include/videoparams/nal_feeder.{h,hpp} >"$folder/files.log"
 }
 
 root=$folder/root
-rm -rf "$root"
 for package in "${packages[@]}"; do
     dpkg-deb --extract "$package" "$root"
 done
@@ -50,8 +69,8 @@ if [ -n "$isInstalling" ]; then
     for package in "${packages[@]}"; do
         names+=("$(dpkg-deb --field "$package" Package)")
     done
-    trap 'quietly "$buildRoot/dpkg-remove.log" dpkg --purge "${names[@]}"' EXIT
-    quietly "$buildRoot/dpkg-install.log" dpkg --install "${packages[@]}"
+    trap 'quietly "$folder/dpkg-remove.log" dpkg --purge "${names[@]}"' EXIT
+    quietly "$folder/dpkg-install.log" dpkg --install "${packages[@]}"
     tryPackages ""
 fi
 

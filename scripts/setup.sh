@@ -51,8 +51,9 @@ abi           abigail-tools                     command abidiff
 instructions  valgrind                          command valgrind
 nehalem       qemu-user                         command qemu-x86_64
 coverage      gcovr                             command gcovr
-packages      dpkg-dev                          command dpkg-shlibdeps
-packages      file                              command file
+packages      debhelper                         command dh
+packages      dh-python                         command dh_python3
+packages      dpkg-dev                          command dpkg-buildpackage
 packages      lintian                           command lintian
 aarch64       g++-aarch64-linux-gnu             command aarch64-linux-gnu-g++
 aarch64       qemu-user                         command qemu-aarch64

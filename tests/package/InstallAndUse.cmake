@@ -1,33 +1,39 @@
-# Installs into an empty prefix, moves it elsewhere, and builds and runs hosts from there: by find_package and by
-# pkg-config, in C and C++, with the shared and the static library.
+# Installs into an empty prefix, moves it elsewhere, and builds and runs hosts from there: with find_package and with
+# pkg-config, in C and C++, with every library that was built.
+include("${CMAKE_CURRENT_LIST_DIR}/Commands.cmake")
 
-file(REMOVE_RECURSE "${WORK}")
-execute_process(COMMAND ${CMAKE_COMMAND} --install "${BUILD}" --prefix "${WORK}/first"
-    OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+# The list of installed files belongs to the user's own installation.
+set(manifest "${BUILD}/install_manifest.txt")
+if(EXISTS "${manifest}")
+    file(COPY_FILE "${manifest}" "${manifest}.kept")
+endif()
+run(${CMAKE_COMMAND} --install "${BUILD}" --prefix "${WORK}/first")
+file(REMOVE "${manifest}")
+if(EXISTS "${manifest}.kept")
+    file(RENAME "${manifest}.kept" "${manifest}")
+endif()
 set(prefix "${WORK}/moved")
 file(RENAME "${WORK}/first" "${prefix}")
 
-execute_process(COMMAND ${CMAKE_COMMAND} -G ${GENERATOR} -S "${CMAKE_CURRENT_LIST_DIR}" -B "${WORK}/host"
-    -D CMAKE_PREFIX_PATH=${prefix} -D CMAKE_C_COMPILER=${CC} -D CMAKE_CXX_COMPILER=${CXX} COMMAND_ERROR_IS_FATAL ANY)
-execute_process(COMMAND ${CMAKE_COMMAND} --build "${WORK}/host" COMMAND_ERROR_IS_FATAL ANY)
-execute_process(COMMAND ${CMAKE_CTEST_COMMAND} --test-dir "${WORK}/host" --no-tests=error COMMAND_ERROR_IS_FATAL ANY)
+build_hosts("${WORK}/host" "${LIBRARIES}" "-DCMAKE_PREFIX_PATH=${prefix}")
 
 set(ENV{PKG_CONFIG_PATH} "${prefix}/${LIBDIR}/pkgconfig")
 set(ENV{LD_LIBRARY_PATH} "${prefix}/${LIBDIR}")
 foreach(linkage "" --static)
-    execute_process(COMMAND pkg-config ${linkage} --cflags --libs videoparams
-        OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
-    separate_arguments(flags UNIX_COMMAND "${flags}")
+    ask_pkg_config(flags --cflags --libs ${linkage})
     if(linkage)
+        if(NOT EXISTS "${prefix}/${LIBDIR}/libVideoParams.a")
+            continue()
+        endif()
         list(TRANSFORM flags REPLACE "^-lVideoParams$" "-l:libVideoParams.a")
     endif()
     set(host "${WORK}/host-by-pkg-config${linkage}")
-    execute_process(COMMAND ${CC} "${CMAKE_CURRENT_LIST_DIR}/Host.c" ${flags} -o ${host} COMMAND_ERROR_IS_FATAL ANY)
-    execute_process(COMMAND ${host} COMMAND_ERROR_IS_FATAL ANY)
+    run(${CC} "${CMAKE_CURRENT_LIST_DIR}/host/Host.c" ${flags} -o "${host}")
+    run("${host}")
 endforeach()
 if(TOOL)
     unset(ENV{LD_LIBRARY_PATH})
-    execute_process(COMMAND "${prefix}/${BINDIR}/videoparams" --version COMMAND_ERROR_IS_FATAL ANY)
+    run("${prefix}/${BINDIR}/videoparams" --version)
     foreach(file share/man/man1/videoparams.1 share/bash-completion/completions/videoparams
             share/zsh/site-functions/_videoparams share/fish/vendor_completions.d/videoparams.fish
             share/videoparams/videoparams.schema.json)

@@ -1,0 +1,16 @@
+# Removes the files that the last `cmake --install` of a build folder listed in MANIFEST. Folders stay.
+
+if(NOT EXISTS "${MANIFEST}")
+    message(FATAL_ERROR "There is nothing to uninstall: ${MANIFEST} does not exist. `cmake --install` writes it.")
+endif()
+file(STRINGS "${MANIFEST}" files)
+foreach(file ${files})
+    set(path "$ENV{DESTDIR}${file}")
+    if(IS_SYMLINK "${path}" OR EXISTS "${path}")
+        message(STATUS "Removing ${path}")
+        file(REMOVE "${path}")
+    else()
+        message(STATUS "Not there: ${path}")
+    endif()
+endforeach()
+file(REMOVE "${MANIFEST}")

@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# Compares two builds of library and tool in two folders: all installed files must be the same, and contain no path of the
+# build.
+set -euo pipefail
+. "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+"$projectDir/scripts/setup.sh" build tool tests
+build release release
+build release tool -DVIDEOPARAMS_BUILD_TESTS=OFF -DVIDEOPARAMS_BUILD_EXAMPLES=OFF
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+for folder in release tool; do
+    for component in Runtime Development Tool; do
+        quietly "$work/log" cmake --install "$buildRoot/$folder" --prefix "$work/$folder" --component "$component"
+    done
+done
+rm -f "$buildRoot"/{release,tool}/install_manifest_*.txt
+diff -r "$work/release" "$work/tool"
+if grep -rlF -e "$projectDir" -e "$buildRoot" "$work/release"; then
+    echo "These files contain the path of the sources or of the build." >&2
+    exit 1
+fi
