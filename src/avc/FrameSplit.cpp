@@ -17,10 +17,9 @@ Result CFrameSplit::Split(const unsigned char* frame, uint32_t size)
 Result CFrameSplit::CollectUnits()
 {
     while (true) {
-        const ScanOutcome outcome = scanner.NextUnit();
-        if (outcome == ScanOutcome::End || outcome == ScanOutcome::NoStartCode)
+        const ScanOutcome outcome = scanner.NextWholeUnit();
+        if (outcome != ScanOutcome::Unit)
             return ResultOf(outcome);
-        scanner.EndUnit();
         const uint64_t count = uint64_t{sizes.length} + 1;
         if (!units.MakeRoom(count, count) || !sizes.MakeRoom(count, count))
             return ResultFailed;

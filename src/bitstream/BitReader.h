@@ -20,15 +20,17 @@ public:
     // Of more than 32 bits, returns the last 32.
     uint32_t Bits(uint32_t count)
     {
-        if (count > 32) [[unlikely]] {
-            position = std::min(position + (count - 32), BitCount());
-            heldCount = 0;
-            count = 32;
-        }
-        if (count > heldCount) [[unlikely]]
+        if (count > heldCount) [[unlikely]] {
+            if (count > 32) {
+                SkipTo(std::min(Position() + (count - 32), BitCount()));
+                count = 32;
+            }
             Hold();
+            if (count > heldCount)
+                return LastBits(count);
+        }
         const auto value = static_cast<uint32_t>(held >> 1 >> (63 - count));
-        Advance(count);
+        Drop(count);
         return value;
     }
 
@@ -39,12 +41,12 @@ public:
         if (2 * leadingZeroBits >= heldCount) [[unlikely]] {
             Hold();
             leadingZeroBits = LeadingZeroBits();
-            if (leadingZeroBits > LongestPrefix)
+            if (2 * leadingZeroBits >= heldCount)
                 return LongUe(leadingZeroBits);
         }
         const uint32_t length = 2 * leadingZeroBits + 1;
         const auto value = static_cast<uint32_t>(held >> (64 - length)) - 1;
-        Advance(length);
+        Drop(length);
         return value;
     }
 
@@ -59,41 +61,65 @@ public:
     // Something was read that is not there, or a code was given up.
     bool PastEnd() const { return pastEnd; }
 
-    bool AtEnd() const { return position == BitCount(); }
-    uint64_t BitsLeft() const { return BitCount() - position; }
+    bool AtEnd() const { return Position() == BitCount(); }
+    uint64_t BitsLeft() const { return BitCount() - Position(); }
 
     // The index of the byte with the next unread bit; the number of bytes at the end.
-    uint32_t BytePosition() const { return static_cast<uint32_t>(position / 8); }
+    uint32_t BytePosition() const { return static_cast<uint32_t>(Position() / 8); }
 
 private:
-    // Hold gives at least 57 bits, with zeros after the end of the data: a code with 28 leading zeros.
-    static constexpr uint32_t LongestPrefix = 28;
     static constexpr uint32_t MaxLeadingZeroBits = 31;
 
     uint64_t BitCount() const { return uint64_t{size} * 8; }
+    uint64_t Position() const { return heldEnd - heldCount; }
 
     // 63 also if there is no 1.
     uint32_t LeadingZeroBits() const { return static_cast<uint32_t>(std::countl_zero(held | 1)); }
 
-    // Of the bits that are held.
-    void Advance(uint32_t count)
+    // At most 63 bits, all of which are held.
+    void Drop(uint32_t count)
     {
-        position += count;
         held <<= count;
         heldCount -= count;
-        if (position > BitCount()) [[unlikely]] {
-            position = BitCount();
-            heldCount = 0;
-            pastEnd = true;
-        }
     }
 
+    void SkipTo(uint64_t position)
+    {
+        held = 0;
+        heldCount = 0;
+        heldEnd = position;
+    }
+
+    // At least 57 bits, unless the data end.
     void Hold()
     {
+        const uint64_t position = Position();
         const uint32_t byte = BytePosition();
         held = size - byte >= 8 ? LoadBytes(data + byte) : LastBytes(data, size, byte);
         held <<= position % 8;
-        heldCount = 64 - static_cast<uint32_t>(position % 8);
+        heldCount = static_cast<uint32_t>(std::min(64 - position % 8, BitCount() - position));
+        heldEnd = position + heldCount;
+    }
+
+    // More bits than are left.
+    uint32_t LastBits(uint32_t count)
+    {
+        const auto value = static_cast<uint32_t>(held >> (64 - count));
+        SkipTo(BitCount());
+        pastEnd = true;
+        return value;
+    }
+
+    // A code that one load does not reach, or that the data end in, or that has too many zeros.
+    uint32_t LongUe(uint32_t leadingZeroBits)
+    {
+        if (leadingZeroBits > MaxLeadingZeroBits) {
+            SkipTo(std::min(Position() + MaxLeadingZeroBits + 1, BitCount()));
+            pastEnd = true;
+            return 0;
+        }
+        Drop(leadingZeroBits + 1);
+        return (uint32_t{1} << leadingZeroBits) - 1 + Bits(leadingZeroBits);
     }
 
     static uint64_t LoadBytes(const unsigned char* at)
@@ -102,26 +128,13 @@ private:
                uint64_t{at[4]} << 24 | uint64_t{at[5]} << 16 | uint64_t{at[6]} << 8 | uint64_t{at[7]};
     }
 
-    // A code that one load does not reach, or that the data end in, or that has too many zeros.
-    uint32_t LongUe(uint32_t leadingZeroBits)
-    {
-        if (leadingZeroBits > MaxLeadingZeroBits) {
-            position = std::min(position + MaxLeadingZeroBits + 1, BitCount());
-            heldCount = 0;
-            pastEnd = true;
-            return 0;
-        }
-        Advance(leadingZeroBits + 1);
-        return (uint32_t{1} << leadingZeroBits) - 1 + Bits(leadingZeroBits);
-    }
-
     static uint64_t LastBytes(const unsigned char* data, uint32_t size, uint32_t byte);
 
     const unsigned char* data = nullptr;
     uint32_t size = 0;
     uint32_t heldCount = 0;  // bits that were loaded and not read
     uint64_t held = 0;       // the first of them on top; zeros after them
-    uint64_t position = 0;   // in bits
+    uint64_t heldEnd = 0;    // the position after them, in bits
     bool pastEnd = false;
 };
 

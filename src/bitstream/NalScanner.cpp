@@ -20,54 +20,59 @@ constexpr uint32_t RbspHeadSize = 64;
 ScanOutcome CNalScanner::NextUnit()
 {
     EndUnit();
-    if (remaining < ShortestUnit) {
+    const ScanOutcome outcome = FindUnit();
+    if (outcome != ScanOutcome::Unit) {
         unit = NalUnit{};
-        return ScanOutcome::End;
+        return outcome;
     }
-    if (!isAtStartCode && !BeginsWithStartCode(next, remaining)) {
-        const unsigned char* const first = FindStartCode(next, remaining);
-        if (first == nullptr) {
-            unit = NalUnit{};
-            return ScanOutcome::NoStartCode;
-        }
-        remaining -= static_cast<uint32_t>(first - next);
-        next = first;
-    }
-    isAtStartCode = true;
-
-    const uint32_t startCodeLength = StartCodeLength(next);
-    const unsigned char* const header = next + startCodeLength;
+    const unsigned char* const header = next + StartCodeLength(next);
     unit = {next, 0, rules.HeaderOf(*header)};
-    if (*header == 0) {  // an H.265 slice of type 0, or a start code that follows at once
-        const uint32_t window = std::min(remaining - startCodeLength, ShortestUnit);
-        if (FindStartCode(header, window) != nullptr) {
-            EndUnitAt(header);
-            unit.header.nal_unit_type = NoType;
-            return ScanOutcome::BareStartCode;
-        }
-    }
-    return ScanOutcome::Unit;
+    // Zero: an H.265 slice of type 0, or a start code that follows at once.
+    return *header == 0 && EndsAt(header) ? ScanOutcome::BareStartCode : ScanOutcome::Unit;
 }
 
-void CNalScanner::FindEnd()
+bool CNalScanner::SkipToStartCode()
 {
-    EndUnitAt(FindUnitEnd(unit.data, remaining));
+    const unsigned char* const first = FindStartCode(next, remaining);
+    if (first == nullptr)
+        return false;
+    remaining -= static_cast<uint32_t>(first - next);
+    next = first;
+    return true;
 }
 
-// At the next start code, or at the end of the stream if that is null.
-void CNalScanner::EndUnitAt(const unsigned char* startCode)
+// Ends the unit if its header is the next start code.
+bool CNalScanner::EndsAt(const unsigned char* header)
 {
-    if (startCode == nullptr) {
-        unit.size = remaining;
-        remaining = 0;
-        return;
-    }
-    unit.size = static_cast<uint32_t>(startCode - unit.data);
-    next = startCode;
-    remaining -= unit.size;
+    const auto window = std::min(remaining - static_cast<uint32_t>(header - next), ShortestUnit);
+    if (FindStartCode(header, window) == nullptr)
+        return false;
+    EndUnitAt(header);
+    unit.header.nal_unit_type = NoType;
+    return true;
 }
 
 bool CNalScanner::EndUnitInto(unsigned char* destination, uint32_t room)
+{
+    if (unit.size != 0 || room < remaining)
+        return EndUnitIntoLess(destination, room);
+    const unsigned char* const begin = unit.data + ShortStartCodeLength;
+    const unsigned char* const lastByte = unit.data + remaining - 1;
+    std::memcpy(destination, unit.data, ShortStartCodeLength);
+    const unsigned char* const copied =
+        CopyToStartCodePrefix(begin, lastByte, destination + ShortStartCodeLength);
+    const unsigned char* const startCode = StartCodeAt(copied, begin, lastByte + 1);
+    EndUnitAt(startCode);
+    if (startCode != nullptr)
+        return true;
+    destination[unit.size - 1] = *lastByte;
+    if (copied != lastByte)  // a start code that does not count
+        std::memcpy(destination + (copied - unit.data), copied, static_cast<size_t>(lastByte - copied));
+    return true;
+}
+
+// For a unit that is ended, or into room that may be too small.
+bool CNalScanner::EndUnitIntoLess(unsigned char* destination, uint32_t room)
 {
     const unsigned char* copied = unit.data;  // up to here
     if (unit.size == 0 && room >= ShortestUnit) {
@@ -78,10 +83,6 @@ bool CNalScanner::EndUnitInto(unsigned char* destination, uint32_t room)
         copied = CopyToStartCodePrefix(begin, limit, destination + ShortStartCodeLength);
         if (copied != limit || limit == end - 1)
             EndUnitAt(StartCodeAt(copied, begin, end));
-        if (copied == end - 1 && remaining == 0 && unit.size <= room) {  // the last byte of the stream
-            destination[unit.size - 1] = *copied;
-            return true;
-        }
     }
     EndUnit();
     if (unit.size > room)

@@ -2,6 +2,7 @@
 
 #include "bitstream/BitReader.h"
 #include "bitstream/NalRules.h"
+#include "bitstream/StartCode.h"
 #include "memory/Buffer.h"
 #include "memory/Result.h"
 
@@ -76,6 +77,19 @@ public:
     ScanOutcome NextUnit();
     const NalUnit& Unit() const { return unit; }
 
+    // The same for units of which only the bytes are wanted: the unit is ended, and its header is not read.
+    ScanOutcome NextWholeUnit()
+    {
+        EndUnit();
+        const ScanOutcome outcome = FindUnit();
+        unit = NalUnit{};
+        if (outcome == ScanOutcome::Unit) {
+            unit.data = next;
+            FindEnd();
+        }
+        return outcome;
+    }
+
     void EndUnit()
     {
         if (unit.data != nullptr && unit.size == 0)
@@ -92,16 +106,41 @@ public:
     [[nodiscard]] bool OpenWhole(Rbsp& rbsp);
 
 private:
-    void FindEnd();
-    void EndUnitAt(const unsigned char* startCode);
+    // A unit begins at `next`, or there is none.
+    ScanOutcome FindUnit()
+    {
+        if (remaining < ShortestUnit)
+            return ScanOutcome::End;
+        isAtStartCode = isAtStartCode || BeginsWithStartCode(next, ShortestUnit) || SkipToStartCode();
+        return isAtStartCode ? ScanOutcome::Unit : ScanOutcome::NoStartCode;
+    }
+
+    void FindEnd() { EndUnitAt(FindUnitEnd(unit.data, remaining)); }
+
+    // At the next start code, or at the end of the stream if that is null.
+    void EndUnitAt(const unsigned char* startCode)
+    {
+        if (startCode == nullptr) {
+            unit.size = remaining;
+            remaining = 0;
+            return;
+        }
+        unit.size = static_cast<uint32_t>(startCode - unit.data);
+        next = startCode;
+        remaining -= unit.size;
+    }
+
+    bool SkipToStartCode();
+    bool EndsAt(const unsigned char* header);
+    [[nodiscard]] bool EndUnitIntoLess(unsigned char* destination, uint32_t room);
     [[nodiscard]] bool Convert(uint32_t bodySize, uint32_t limit, Rbsp& rbsp);
 
     const NalRules& rules;
 
-    // The bytes that are not walked over yet. They begin with a start code once one has been found.
+    // The bytes from the unit on, while it is not ended, or after it.
     const unsigned char* next = nullptr;
     uint32_t remaining = 0;
-    bool isAtStartCode = false;
+    bool isAtStartCode = false;  // `next` is one: from the first unit on
 
     NalUnit unit;
 

@@ -23,44 +23,56 @@ const ByteScanKernel* const byteScanKernels[] = {
 
 namespace {
 
+extern const ByteScanKernel choosingKernel;
+
+// Threads that choose at the same time choose the same. A static with a constructor would take a lock, and a
+// lock may take memory, which may not be there.
+constinit std::atomic<const ByteScanKernel*> chosenKernel = &choosingKernel;
+
 // At the latest the plain one, which every machine supports.
 const ByteScanKernel& ChooseKernel()
 {
     const ByteScanKernel* const* kernel = byteScanKernels;
     while (!(*kernel)->supported())
         ++kernel;
+    chosenKernel.store(*kernel, std::memory_order_relaxed);
     return **kernel;
 }
 
-// Threads that choose at the same time choose the same. A static with a constructor would take a lock, and a
-// lock may take memory, which may not be there.
-const ByteScanKernel& BestKernel()
+const ByteScanKernel& Kernel()
 {
-    static std::atomic<const ByteScanKernel*> chosen = nullptr;
-    const ByteScanKernel* kernel = chosen.load(std::memory_order_relaxed);
-    if (kernel == nullptr) {
-        kernel = &ChooseKernel();
-        chosen.store(kernel, std::memory_order_relaxed);
-    }
-    return *kernel;
+    return *chosenKernel.load(std::memory_order_relaxed);
 }
+
+// The first search of all chooses the kernel for the later ones.
+const ByteScanKernel choosingKernel = {
+    "choosing", nullptr,
+    [](const unsigned char* begin, const unsigned char* end) {
+        return ChooseKernel().findStartCodePrefix(begin, end);
+    },
+    [](const unsigned char* begin, const unsigned char* end) {
+        return ChooseKernel().findZeroPair(begin, end);
+    },
+    [](const unsigned char* begin, const unsigned char* end, unsigned char* destination) {
+        return ChooseKernel().copyToStartCodePrefix(begin, end, destination);
+    }};
 
 }  // namespace
 
 const unsigned char* FindStartCodePrefix(const unsigned char* begin, const unsigned char* end)
 {
-    return BestKernel().findStartCodePrefix(begin, end);
+    return Kernel().findStartCodePrefix(begin, end);
 }
 
 const unsigned char* FindZeroPair(const unsigned char* begin, const unsigned char* end)
 {
-    return BestKernel().findZeroPair(begin, end);
+    return Kernel().findZeroPair(begin, end);
 }
 
 const unsigned char* CopyToStartCodePrefix(const unsigned char* begin, const unsigned char* end,
                                            unsigned char* destination)
 {
-    return BestKernel().copyToStartCodePrefix(begin, end, destination);
+    return Kernel().copyToStartCodePrefix(begin, end, destination);
 }
 
 }  // namespace videoparams

@@ -34,104 +34,102 @@ public:
     VECTOR_TARGET static const unsigned char* Run(const unsigned char* begin, const unsigned char* end,
                                                   unsigned char* destination)
     {
-        const unsigned char* const last = end - Width - Overlap;
-        const uint64_t first = CopyAndMatch(begin, destination).matches;
+        const uint64_t first = CopyAndMatch(begin, destination, 0).matches;
         if (first != 0)
-            return Position(begin, first);
+            return begin + First(first);
+        const ptrdiff_t last = end - begin - Width - Overlap;  // where the last block begins
         const auto address = reinterpret_cast<uintptr_t>(Copying ? destination : begin);
-        const unsigned char* at = begin + (Width - static_cast<ptrdiff_t>(address % Width));
-        const unsigned char* const lastGroup = last + Width - GroupWidth;
-        if (lastGroup >= begin) {
-            const unsigned char* const found =
-                RunGroups(begin, std::min(at, lastGroup), lastGroup, destination);
-            if (found != nullptr)
-                return found;
-        } else {
-            for (at = std::min(at, last);; at = std::min(at + Width, last)) {
-                const uint64_t matches = CopyAndMatch(at, Destination(destination, at - begin)).matches;
-                if (matches != 0)
-                    return Position(at, matches);
-                if (at == last)
-                    break;
-            }
-        }
+        const ptrdiff_t aligned = Width - static_cast<ptrdiff_t>(address % Width);
+        const ptrdiff_t found = last + Width >= GroupWidth
+                                    ? RunGroups(begin, destination, aligned, last + Width - GroupWidth)
+                                    : RunBlocks(begin, destination, aligned, last);
+        if (found != NotFound)
+            return begin + found;
         if constexpr (Copying)
-            Vector::Store(destination + (last - begin) + Overlap, Vector::Load(last + Overlap));
+            Vector::Store(destination + last + Overlap, Vector::Load(begin + last + Overlap));
         return end;
     }
 
 private:
+    static constexpr ptrdiff_t NotFound = -1;
+
     struct BlockResult
     {
         uint64_t pairs;
         uint64_t matches;
     };
 
-    VECTOR_TARGET static const unsigned char* Position(const unsigned char* at, uint64_t matches)
+    VECTOR_TARGET static ptrdiff_t First(uint64_t matches)
     {
-        return at + __builtin_ctzll(matches) / Vector::MaskBitsPerByte;
+        return __builtin_ctzll(matches) / Vector::MaskBitsPerByte;
     }
 
-    // Null: no match up to the end of the last group.
-    VECTOR_TARGET static const unsigned char* RunGroups(const unsigned char* begin, const unsigned char* at,
-                                                        const unsigned char* lastGroup,
-                                                        unsigned char* destination)
+    VECTOR_TARGET static ptrdiff_t RunGroups(const unsigned char* from, unsigned char* to, ptrdiff_t at,
+                                             ptrdiff_t lastGroup)
     {
         while (true) {
-            while (at < lastGroup && !CopyAndTestGroup(at, Destination(destination, at - begin)))
+            while (at < lastGroup && !CopyAndTestGroup(from, to, at))
                 at += GroupWidth;
             if (at >= lastGroup) {
                 at = lastGroup;
-                if (!CopyAndTestGroup(at, Destination(destination, at - begin)))
-                    return nullptr;
+                if (!CopyAndTestGroup(from, to, at))
+                    return NotFound;
             }
             for (uint64_t pairs = 1; pairs != 0; at = std::min(at + GroupWidth, lastGroup)) {
                 pairs = 0;
-                for (ptrdiff_t offset = 0; offset < GroupWidth; offset += Width) {
-                    const BlockResult block =
-                        CopyAndMatch(at + offset, Destination(destination, at + offset - begin));
+                for (ptrdiff_t i = at; i < at + GroupWidth; i += Width) {
+                    const BlockResult block = CopyAndMatch(from, to, i);
                     if (block.matches != 0)
-                        return Position(at + offset, block.matches);
+                        return i + First(block.matches);
                     pairs |= block.pairs;
                 }
                 if (at == lastGroup)
-                    return nullptr;
+                    return NotFound;
             }
         }
     }
 
-    // A search that does not copy has none.
-    VECTOR_TARGET static unsigned char* Destination(unsigned char* destination, ptrdiff_t offset)
+    // For what is shorter than a group.
+    VECTOR_TARGET static ptrdiff_t RunBlocks(const unsigned char* from, unsigned char* to, ptrdiff_t at,
+                                             ptrdiff_t last)
     {
-        return Copying ? destination + offset : nullptr;
+        for (at = std::min(at, last);; at = std::min(at + Width, last)) {
+            const uint64_t matches = CopyAndMatch(from, to, at).matches;
+            if (matches != 0)
+                return at + First(matches);
+            if (at == last)
+                return NotFound;
+        }
     }
 
     // Where 00 00 begins, and where the match begins.
-    VECTOR_TARGET static BlockResult CopyAndMatch(const unsigned char* at, unsigned char* to)
+    VECTOR_TARGET static BlockResult CopyAndMatch(const unsigned char* from, unsigned char* to, ptrdiff_t at)
     {
-        const uint64_t pairs = Vector::Equal(CopyAndPair(at, to), 0);
+        const uint64_t pairs = Vector::Equal(CopyAndPair(from, to, at), 0);
         if constexpr (MatchLength == 3)
-            return {pairs, pairs & Vector::Equal(Vector::Load(at + 2), 1)};
+            return {pairs, pairs & Vector::Equal(Vector::Load(from + at + 2), 1)};
         return {pairs, pairs};
     }
 
     // Whether two zero bytes begin anywhere in the group.
-    VECTOR_TARGET static bool CopyAndTestGroup(const unsigned char* at, unsigned char* to)
+    VECTOR_TARGET static bool CopyAndTestGroup(const unsigned char* from, unsigned char* to, ptrdiff_t at)
     {
-        const auto first = CopyAndPair(at, to);
-        const auto second = CopyAndPair(at + Width, Destination(to, Width));
-        const auto third = CopyAndPair(at + 2 * Width, Destination(to, 2 * Width));
-        const auto fourth = CopyAndPair(at + 3 * Width, Destination(to, 3 * Width));
+        const auto first = CopyAndPair(from, to, at);
+        const auto second = CopyAndPair(from, to, at + Width);
+        const auto third = CopyAndPair(from, to, at + 2 * Width);
+        const auto fourth = CopyAndPair(from, to, at + 3 * Width);
         return Vector::Equal(Vector::Min(Vector::Min(first, second), Vector::Min(third, fourth)), 0) != 0;
     }
 
-    // Zero where two zero bytes begin in the block.
-    VECTOR_TARGET static typename Vector::Block CopyAndPair(const unsigned char* at, unsigned char* to)
+    // Zero where two zero bytes begin in the block. The store between the two loads keeps a compiler from
+    // loading the block twice, and stores go in order.
+    VECTOR_TARGET static typename Vector::Block CopyAndPair(const unsigned char* from, unsigned char* to,
+                                                            ptrdiff_t at)
     {
-        const typename Vector::Block block = Vector::Load(at);
+        const typename Vector::Block block = Vector::Load(from + at);
         if constexpr (Copying)
-            Vector::Store(to, block);
-        return Vector::Or(block, Vector::Load(at + 1));
+            Vector::Store(to + at, block);
+        return Vector::Or(block, Vector::Load(from + at + 1));
     }
 };
 
