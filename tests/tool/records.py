@@ -4,7 +4,7 @@
     records.py TOOL            prints a short difference for each record that does not match
     records.py TOOL --renew    writes the records anew; read `git diff` before you commit them
 
-There is a record for each stream, and one for inputs that are damaged. Long outputs are recorded by their first and last
+There is a record for each stream, one for inputs that are damaged, and one for several inputs in a call. Long outputs are recorded by their first and last
 lines and a digest of all.
 """
 
@@ -78,6 +78,8 @@ WHOLE = [
     "check --json FILE",
     "userdata get FILE",
     "userdata get -o OUT FILE",
+    "userdata list FILE",
+    "userdata list --json FILE",
     "userdata add --text 'take 7' --where key -o OUT FILE",
     "userdata remove -o OUT FILE",
 ]
@@ -88,6 +90,13 @@ DAMAGED = [
     "check FILE",
     "check --json FILE",
     "userdata add --text x --where all -o OUT FILE",
+]
+
+SEVERAL = [
+    "info cut-short.h264 text.h264 sets-missing.h264",
+    "info --json cut-short.h264 text.h264 sets-missing.h264",
+    "check reference-missing.h264 cut-short.h264",
+    "info --plot OUT.svg cut-short.h264 text.h264",
 ]
 
 
@@ -103,6 +112,7 @@ def cases() -> Iterator[tuple[str, dict[str, bytes], list[str]]]:
     yield "many.h265", {"many.h265": stream("hevc-no-timing.h265") * 900}, WHOLE
     yield "damaged", damaged_inputs(), DAMAGED
     yield "long-name", {LONG_NAME: stream("hevc-hdr10.h265")}, ["info --plot OUT.svg FILE", "params --json FILE"]
+    yield "several", damaged_inputs(), SEVERAL
 
 
 def digest(content: bytes) -> str:
@@ -171,8 +181,8 @@ def main() -> int:
         with tempfile.TemporaryDirectory(prefix="video params ") as folder:
             for file, content in inputs.items():
                 (pathlib.Path(folder) / file).write_bytes(content)
-                for command in commands:
-                    found += run(tool, pathlib.Path(folder), command.replace("FILE", shlex.quote(file))) + [""]
+            for command in dict.fromkeys(c.replace("FILE", shlex.quote(file)) for file in inputs for c in commands):
+                found += run(tool, pathlib.Path(folder), command) + [""]
         record = RECORDS / f"{name}.txt"
         if renews:
             record.write_text("\n".join(found) + "\n")

@@ -119,22 +119,28 @@ void CCheck::NoteSkipped(uint64_t bytes)
         Add({FindingPlace::Stream, 0, {}, CountOf(bytes, "byte") + " outside of units"});
 }
 
-}  // namespace
-
-Status RunCheck(const CheckOptions& options)
+Status CheckFile(const SourceOptions& options, CCheckReport& report)
 {
-    const auto source = OpenSource(options.source);
-    const auto report = MakeCheckReport({.isJson = options.isJson});
-    CCheck check(source->Facts(), *report);
+    const auto source = OpenSource(options);
+    CCheck check(source->Facts(), report);
     source->PrintsLines();
-    report->Begin(source->Facts());
+    report.Begin(source->Facts());
     source->ForEach([&](const NalUnit& unit) { check.Take(unit); });
     check.Finish(source->Counts());
     if (check.Summary().accessUnits == 0)
         throw CToolError(fmt::format("{}: no picture could be read from it", source->Name()));
-    report->End(check.Summary());
-    report->Close();
+    report.End(check.Summary());
     return check.Summary().findings == 0 ? StatusGood : StatusFound;
+}
+
+}  // namespace
+
+Status RunCheck(const CheckOptions& options)
+{
+    const auto report =
+        MakeCheckReport({.isJson = options.isJson, .hasSeveralFiles = options.input.HasSeveral()});
+    return ForEachFile(options.input, *report,
+                       [&](const SourceOptions& source) { return CheckFile(source, *report); });
 }
 
 }  // namespace tool

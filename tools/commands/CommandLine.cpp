@@ -1,10 +1,9 @@
 #include "commands/CommandLine.h"
 
-#include "commands/Commands.h"
+#include "commands/InputArguments.h"
+#include "commands/UserDataCommandLine.h"
 
 #include <CLI/CLI.hpp>
-#include <functional>
-#include <map>
 
 namespace tool {
 
@@ -20,38 +19,6 @@ constexpr const char* Footer =
     "  videoparams userdata add film.h265 --text \"take 7\" --where key -o stamped.h265\n"
     "  ffmpeg -v error -i film.mp4 -c copy -bsf:v h264_mp4toannexb -f h264 - | videoparams info -";
 
-const std::map<std::string, VideoCodecType> codecNames = {
-    {"h264", VideoCodecAVC}, {"avc", VideoCodecAVC}, {"h265", VideoCodecHEVC}, {"hevc", VideoCodecHEVC}};
-const std::map<std::string, Where> whereNames = {
-    {"first", Where::First}, {"all", Where::All}, {"key", Where::Key}};
-
-template <class Options>
-void AddInput(CLI::App* command, Options& options)
-{
-    command->add_option("FILE", options.source.file, "The stream; - is the standard input")
-        ->required()
-        ->type_name(" ");
-    command
-        ->add_option_function<int>(
-            "--stream", [&options](int index) { options.source.stream = index; },
-            "The video stream of a container, by its index; otherwise the best one")
-        ->check(CLI::NonNegativeNumber.description(""))
-        ->type_name("N");
-    command
-        ->add_option_function<std::string>(
-            "--codec", [&options](const std::string& name) { options.source.codec = codecNames.at(name); },
-            "The codec, where it cannot be told from the file: h264 or h265")
-        ->check(CLI::IsMember(codecNames).description(""))
-        ->type_name("CODEC");
-}
-
-template <class Options>
-void AddForce(CLI::App* command, Options& options)
-{
-    command->add_flag("--force", options.force,
-                      "Replace an existing file of another kind; write bytes to a terminal");
-}
-
 class CCommandLine
 {
 public:
@@ -63,8 +30,6 @@ private:
     void AddUnits();
     void AddParams();
     void AddCheck();
-    void AddUserData();
-    void AddUserDataAdd(CLI::App* userData);
 
     template <class Options>
     void SetAction(CLI::App* command, Status (*run)(const Options&), const Options& options)
@@ -78,7 +43,7 @@ private:
     UnitsOptions units;
     ParamsOptions params;
     CheckOptions check;
-    UserDataOptions userDataOptions;
+    CUserDataCommandLine userData;
 };
 
 CCommandLine::CCommandLine()
@@ -89,7 +54,7 @@ CCommandLine::CCommandLine()
     AddUnits();
     AddParams();
     AddCheck();
-    AddUserData();
+    userData.AddTo(app, action);
     app.footer(Footer);
 }
 
@@ -97,12 +62,12 @@ void CCommandLine::AddInfo()
 {
     CLI::App* const command =
         app.add_subcommand("info", "Describe a stream: size, rate, colour, access units, key frames");
-    AddInput(command, info);
+    AddFiles(command, info.input);
     command->add_flag("--units", info.listsUnits, "List the access units, a line each");
     command->add_flag("--json", info.isJson, "Write JSON");
     command->add_option("--plot", info.plotFile, "Draw the sizes of the access units over time, as SVG")
         ->type_name("OUT.svg");
-    AddForce(command, info);
+    AddForce(command, info.force);
     SetAction(command, RunInfo, info);
 }
 
@@ -114,7 +79,7 @@ void CCommandLine::AddUnits()
     command->footer("The header length of an H.264 slice counts the bytes behind the NAL unit header that "
                     "hold the elements\n"
                     "up to the picture order count: less than the whole slice header.");
-    AddInput(command, units);
+    AddFiles(command, units.input);
     command->add_flag("--json", units.isJson, "Write JSON");
     SetAction(command, RunUnits, units);
 }
@@ -123,13 +88,13 @@ void CCommandLine::AddParams()
 {
     CLI::App* const command =
         app.add_subcommand("params", "Show the parameter sets as hex, and whether they change");
-    AddInput(command, params);
+    AddFiles(command, params.input);
     command->add_flag("--json", params.isJson, "Write JSON");
     command
         ->add_option("-o,--output", params.outputFile,
                      "Write the first set of each kind and identifier as a byte stream")
         ->type_name("OUT");
-    AddForce(command, params);
+    AddForce(command, params.force);
     SetAction(command, RunParams, params);
 }
 
@@ -140,66 +105,9 @@ void CCommandLine::AddCheck()
     command->footer(
         "Missing pictures are told by frame_num (H.264), so those that were no reference leave no trace.\n"
         "A gap flags the access units behind it, up to and including the next reference picture.");
-    AddInput(command, check);
+    AddFiles(command, check.input);
     command->add_flag("--json", check.isJson, "Write JSON");
     SetAction(command, RunCheck, check);
-}
-
-void CCommandLine::AddUserData()
-{
-    CLI::App* const userData =
-        app.add_subcommand("userdata", "Add, get or remove user data (SEI message user_data_unregistered)");
-    userData->require_subcommand(1);
-    AddUserDataAdd(userData);
-
-    CLI::App* const get = userData->add_subcommand("get", "List the user data that add put into a stream");
-    get->footer("Of several messages in one SEI unit the last is taken. Suffix SEI units are left alone.");
-    AddInput(get, userDataOptions);
-    get->add_option("-o,--output", userDataOptions.outputFile,
-                    "Write the bytes, of all messages one after the other")
-        ->type_name("OUT");
-    AddForce(get, userDataOptions);
-    SetAction(get, RunUserDataGet, userDataOptions);
-
-    CLI::App* const remove = userData->add_subcommand("remove", "Remove all user data");
-    remove->footer(
-        "Every message of payload type 5 goes, whoever wrote it. Suffix SEI units are left alone.");
-    AddInput(remove, userDataOptions);
-    remove
-        ->add_option("-o,--output", userDataOptions.outputFile,
-                     "The stream without user data; may be FILE itself")
-        ->required()
-        ->type_name("OUT");
-    AddForce(remove, userDataOptions);
-    SetAction(remove, RunUserDataRemove, userDataOptions);
-}
-
-void CCommandLine::AddUserDataAdd(CLI::App* userData)
-{
-    CLI::App* const add = userData->add_subcommand("add", "Put bytes of your own into a stream");
-    add->footer("OUT appears when it is whole; a failure leaves it as it was.");
-    AddInput(add, userDataOptions);
-    add->add_option_function<std::string>(
-           "--text", [this](const std::string& given) { userDataOptions.text = given; }, "Add this text")
-        ->type_name("TEXT");
-    add->add_option("--data", userDataOptions.dataFile, "Add the bytes of this file (instead of --text)")
-        ->excludes("--text")
-        ->type_name("FILE");
-    add->add_option_function<std::string>(
-           "--where", [this](const std::string& name) { userDataOptions.where = whereNames.at(name); },
-           "Into the first access unit, all of them, or every key frame: first, all or key (first)")
-        ->check(CLI::IsMember(whereNames).description(""))
-        ->type_name("PLACE");
-    add->add_option("-o,--output", userDataOptions.outputFile,
-                    "The stream with the user data; may be FILE itself")
-        ->required()
-        ->type_name("OUT");
-    AddForce(add, userDataOptions);
-    add->callback([this] {
-        if (!userDataOptions.text && userDataOptions.dataFile.empty())
-            throw CLI::RequiredError("--text or --data");
-        action = [this] { return RunUserDataAdd(userDataOptions); };
-    });
 }
 
 int CCommandLine::Run(int argc, char** argv)

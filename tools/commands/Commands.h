@@ -4,17 +4,17 @@
 
 #pragma once
 
-#include "io/ToolError.h"
-#include "stream/UnitSource.h"
+#include "commands/Files.h"
+
+#include "videoparams/timestamp.h"
 
 #include <optional>
-#include <string>
 
 namespace tool {
 
 struct InfoOptions
 {
-    SourceOptions source;
+    InputOptions input;
     bool listsUnits = false;
     bool isJson = false;
     std::string plotFile;
@@ -23,21 +23,21 @@ struct InfoOptions
 
 struct UnitsOptions
 {
-    SourceOptions source;
+    InputOptions input;
     bool isJson = false;
 };
 
 struct ParamsOptions
 {
-    SourceOptions source;
+    InputOptions input;
     bool isJson = false;
     std::string outputFile;
-    bool force = false;  // the output may replace a file of any kind
+    bool force = false;  // the output may replace a file of any kind; so for the following ones
 };
 
 struct CheckOptions
 {
-    SourceOptions source;
+    InputOptions input;
     bool isJson = false;
 };
 
@@ -48,22 +48,49 @@ enum class Where
     Key
 };
 
-struct UserDataOptions
+struct UserDataAddOptions
 {
     SourceOptions source;
+    // One of the three is given.
     std::optional<std::string> text;
     std::string dataFile;
+    std::optional<VideoParamsClock> timestamp;
     Where where = Where::First;
+    bool replaces = false;  // the library's messages of the same access unit
     std::string outputFile;
-    bool force = false;  // the output may replace a file of any kind
+    bool force = false;
+};
+
+struct UserDataGetOptions
+{
+    InputOptions input;
+    bool isJson = false;
+    std::string outputFile;  // for the bytes alone
+    bool force = false;
+};
+
+struct UserDataListOptions
+{
+    InputOptions input;
+    bool isJson = false;
+};
+
+struct UserDataRemoveOptions
+{
+    SourceOptions source;
+    bool removesAll = false;
+    std::optional<std::vector<unsigned char>> identifier;  // the library's if it is not given
+    std::string outputFile;
+    bool force = false;
 };
 
 Status RunInfo(const InfoOptions& options);
 Status RunUnits(const UnitsOptions& options);
 Status RunParams(const ParamsOptions& options);
 Status RunCheck(const CheckOptions& options);
-Status RunUserDataAdd(const UserDataOptions& options);
-Status RunUserDataGet(const UserDataOptions& options);
-Status RunUserDataRemove(const UserDataOptions& options);
+Status RunUserDataAdd(const UserDataAddOptions& options);
+Status RunUserDataGet(const UserDataGetOptions& options);
+Status RunUserDataList(const UserDataListOptions& options);
+Status RunUserDataRemove(const UserDataRemoveOptions& options);
 
 }  // namespace tool

@@ -16,56 +16,55 @@ bool LooksLikeSvg(std::string_view start)
     return start.starts_with('<') && start.substr(0, 1024).find("<svg") != std::string_view::npos;
 }
 
+OutputRequest PlotRequest(const InfoOptions& options)
+{
+    return {.path = options.plotFile,
+            .kind = {"an SVG picture", LooksLikeSvg},
+            .inputs = options.input.files,
+            .force = options.force};
+}
+
+// Describes one file.
 class CInfo
 {
 public:
-    explicit CInfo(const InfoOptions& options);
+    CInfo(const InfoOptions& given, const SourceOptions& sourceOptions, CInfoReport& infoReport)
+        : options(given), source(OpenSource(sourceOptions)), report(infoReport), analysis(source->Codec())
+    {}
+
     Status Run();
 
 private:
     void ReadStream();
     void Take(const AccessUnit& unit);
     void WritePlot() const;
-    OutputRequest PlotRequest() const;
 
-    InfoOptions options;
+    const InfoOptions& options;
     std::unique_ptr<CUnitSource> source;
-    std::unique_ptr<CInfoReport> report;
+    CInfoReport& report;
     CStreamAnalysis analysis;
     InfoResult result;
     CSizeHistory history;
 };
 
-CInfo::CInfo(const InfoOptions& given)
-    : options(given), source(OpenSource(given.source)),
-      report(MakeInfoReport({.isJson = given.isJson}, given.listsUnits)), analysis(source->Codec())
+Status CInfo::Run()
 {
     if (options.listsUnits)
         source->PrintsLines();
-}
-
-Status CInfo::Run()
-{
-    if (options.plotFile == "-")
-        throw CToolError(
-            "--plot -: the standard output already gets the description; name a file for the plot");
-    if (!options.plotFile.empty())
-        CheckOutput(PlotRequest());
-    report->Begin(source->Facts());
+    report.Begin(source->Facts());
     ReadStream();
     result.facts = source->Facts();
     result.counts = source->Counts();
     result.damage = analysis.Found();
     result.unusedSets = analysis.UnusedSets();
     result.furtherLayers = analysis.FurtherLayers();
-    report->End(result);
-    report->Close();
-    if (!options.plotFile.empty() && result.summary.Sizes().count != 0)
-        WritePlot();
     const std::string damage = result.IsDamaged() ? result.DescribeDamage() : "";
     if (result.summary.Sizes().count == 0)
         throw CToolError(fmt::format("{}: no picture could be read from it{}", source->Name(),
                                      damage.empty() ? "" : "; " + damage));
+    report.End(result);
+    if (!options.plotFile.empty())
+        WritePlot();
     if (!damage.empty())
         Complain(fmt::format("{}: {}", source->Name(), damage));
     return result.IsDamaged() ? StatusFound : StatusGood;
@@ -92,21 +91,13 @@ void CInfo::Take(const AccessUnit& unit)
         return;
     history.Add(unit.size, unit.isKeyFrame, result.summary.SecondsOf(unit));
     if (options.listsUnits)
-        report->Add(unit);
-}
-
-OutputRequest CInfo::PlotRequest() const
-{
-    return {.path = options.plotFile,
-            .kind = {"an SVG picture", LooksLikeSvg},
-            .inputs = {options.source.file},
-            .force = options.force};
+        report.Add(unit);
 }
 
 void CInfo::WritePlot() const
 {
     const std::string name = source->Name().substr(source->Name().find_last_of('/') + 1);
-    COutputFile output(PlotRequest());
+    COutputFile output(PlotRequest(options));
     output.Write(
         DrawSizes(history, {name, DescribeInALine(result)}, result.summary.Duration().value_or(0) > 0));
     output.Commit();
@@ -116,7 +107,17 @@ void CInfo::WritePlot() const
 
 Status RunInfo(const InfoOptions& options)
 {
-    return CInfo(options).Run();
+    if (options.plotFile == "-")
+        throw CToolError(
+            "--plot -: the standard output already gets the description; name a file for the plot");
+    if (!options.plotFile.empty()) {
+        RefuseSeveral(options.input, "--plot");
+        CheckOutput(PlotRequest(options));
+    }
+    const auto report = MakeInfoReport(
+        {.isJson = options.isJson, .hasSeveralFiles = options.input.HasSeveral()}, options.listsUnits);
+    return ForEachFile(options.input, *report,
+                       [&](const SourceOptions& source) { return CInfo(options, source, *report).Run(); });
 }
 
 }  // namespace tool

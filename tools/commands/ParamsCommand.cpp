@@ -104,40 +104,57 @@ void CParameterSets::Write(const OutputRequest& request) const
     output.Commit();
 }
 
-}  // namespace
-
-Status RunParams(const ParamsOptions& options)
+CParameterSets ReadSets(CUnitSource& source, CParamsReport* report)
 {
-    const auto source = OpenSource(options.source);
-    const bool isPrinted = options.outputFile.empty();
-    const OutputRequest request{.path = options.outputFile,
-                                .kind = {"a byte stream of parameter sets", LooksLikeParameterSets},
-                                .inputs = {options.source.file},
-                                .force = options.force};
-    if (!isPrinted)
-        CheckOutput(request);
-    const auto report = MakeParamsReport({.isJson = options.isJson});
-    CParameterSets sets(isPrinted ? report.get() : nullptr);
-    if (isPrinted) {
-        source->PrintsLines();
-        report->Begin(source->Facts());
-    }
-    source->ForEach([&](const NalUnit& unit) {
+    CParameterSets sets(report);
+    source.ForEach([&](const NalUnit& unit) {
         if (!unit.ForbiddenZeroBit())
             sets.Take(unit);
     });
     if (sets.Summaries().empty())
-        throw CToolError(fmt::format("{}: there is no parameter set in it", source->Name()));
-    if (isPrinted) {
-        report->End(sets.Summaries());
-        report->Close();
-        return StatusGood;
-    }
+        throw CToolError(fmt::format("{}: there is no parameter set in it", source.Name()));
+    return sets;
+}
+
+Status PrintSets(const SourceOptions& options, CParamsReport& report)
+{
+    const auto source = OpenSource(options);
+    source->PrintsLines();
+    report.Begin(source->Facts());
+    report.End(ReadSets(*source, &report).Summaries());
+    return StatusGood;
+}
+
+Status WriteSets(const ParamsOptions& options)
+{
+    SourceOptions sourceOptions = options.input.source;
+    sourceOptions.file = options.input.files[0];
+    const auto source = OpenSource(sourceOptions);
+    const OutputRequest request{.path = options.outputFile,
+                                .kind = {"a byte stream of parameter sets", LooksLikeParameterSets},
+                                .inputs = options.input.files,
+                                .force = options.force};
+    CheckOutput(request);
+    const CParameterSets sets = ReadSets(*source, nullptr);
     sets.Write(request);
     if (sets.Changes() != 0)
         Complain(fmt::format("{}: the parameter sets change {}; the first ones were written", source->Name(),
                              CountOf(sets.Changes(), "time")));
     return StatusGood;
+}
+
+}  // namespace
+
+Status RunParams(const ParamsOptions& options)
+{
+    if (!options.outputFile.empty()) {
+        RefuseSeveral(options.input, "--output");
+        return WriteSets(options);
+    }
+    const auto report =
+        MakeParamsReport({.isJson = options.isJson, .hasSeveralFiles = options.input.HasSeveral()});
+    return ForEachFile(options.input, *report,
+                       [&](const SourceOptions& source) { return PrintSets(source, *report); });
 }
 
 }  // namespace tool

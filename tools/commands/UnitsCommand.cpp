@@ -30,31 +30,37 @@ SliceMeasure Measure(const CParseHandle& handle, const NalUnit& unit)
     return measure;
 }
 
-}  // namespace
-
-Status RunUnits(const UnitsOptions& options)
+Status ListUnits(const SourceOptions& options, CUnitsReport& report)
 {
-    const auto source = OpenSource(options.source);
+    const auto source = OpenSource(options);
     source->PrintsLines();
-    const auto report = MakeUnitsReport({.isJson = options.isJson});
     const CParseHandle handle(source->Codec());
     uint64_t damagedUnits = 0;
-    report->Begin(source->Facts());
+    report.Begin(source->Facts());
     source->ForEach([&](const NalUnit& unit) {
-        report->Add(unit, Measure(handle, unit));
+        report.Add(unit, Measure(handle, unit));
         damagedUnits += unit.ForbiddenZeroBit();
     });
     const SourceCounts& counts = source->Counts();
-    report->End(counts, damagedUnits);
-    report->Close();
     if (counts.units == 0)
         throw CToolError(fmt::format("{}: there is no NAL unit in it", source->Name()));
+    report.End(counts, damagedUnits);
     if (counts.skippedBytes == 0 && damagedUnits == 0)
         return StatusGood;
     Complain(
         fmt::format("{}: damaged: {} of {} units with forbidden_zero_bit 1, {} of {} bytes outside of units",
                     source->Name(), damagedUnits, counts.units, counts.skippedBytes, counts.bytes));
     return StatusFound;
+}
+
+}  // namespace
+
+Status RunUnits(const UnitsOptions& options)
+{
+    const auto report =
+        MakeUnitsReport({.isJson = options.isJson, .hasSeveralFiles = options.input.HasSeveral()});
+    return ForEachFile(options.input, *report,
+                       [&](const SourceOptions& source) { return ListUnits(source, *report); });
 }
 
 }  // namespace tool

@@ -1,31 +1,38 @@
 // Every byte of the stream passes through as it is. Of an access unit that gets the message, one unit is
-// handed to the library: the first SEI unit in front of its slices, or else its first slice, which comes back
-// with a new SEI unit.
+// edited: the first SEI unit before its slices that takes it. If there is none, a new SEI unit is written
+// before the first slice.
 
 #include "commands/Commands.h"
-#include "io/InputFile.h"
+#include "commands/UserDataPayload.h"
 #include "report/Message.h"
 #include "stream/Handle.h"
 #include "stream/SeiUnit.h"
 #include "stream/StreamAnalysis.h"
 
+#include <algorithm>
 #include <fmt/format.h>
+#include <utility>
 #include <vector>
 
 namespace tool {
 
 namespace {
 
-constexpr size_t LargestData = 64 << 20;
-
-// No sound stream has so much in front of a picture. Beyond it, what is held goes out without a message.
+// No real stream has so much before a picture. Beyond it, what is held is written without a message.
 constexpr size_t MostHeld = 64 << 20;
+
+// The library needs only the header of the slice that a message goes before.
+constexpr uint32_t SliceHeadSize = 16;
+
+constexpr uint32_t AvcUnitPrefix = 14;
+
+using Bytes = std::vector<unsigned char>;
 
 class CUserDataAdder
 {
 public:
-    CUserDataAdder(VideoCodecType codec, Where place, std::string userData, CUnitSink& sink)
-        : analysis(codec), handle(codec), where(place), data(std::move(userData)), output(sink)
+    CUserDataAdder(const UserDataAddOptions& given, const SourceFacts& facts, CUnitSink& sink)
+        : options(given), payload(given, facts), analysis(facts.codec), handle(facts.codec), output(sink)
     {}
 
     void Take(const NalUnit& unit);
@@ -33,30 +40,40 @@ public:
     void Finish() { WriteHeld(); }
 
     uint64_t Added() const { return added; }
+    size_t PayloadSize() const { return payloadSize; }
     const CStreamAnalysis& Analysis() const { return analysis; }
 
 private:
     bool IsWanted(const NalUnit& slice) const;
     void Hold(const NalUnit& unit);
+    std::vector<NalUnit> TakeHeld();
     void WriteHeld();
+    void RemoveEarlierMessages(std::vector<NalUnit>& units);
     void WriteWithMessage(const NalUnit& slice);
-    void WriteEdited(const NalUnit& unit);
+    void WriteSeiWithMessage(const NalUnit& sei, const std::string& data);
+    void WriteNewSei(const NalUnit& slice, const std::string& data);
+    Bytes AddMessage(const unsigned char* unit, uint32_t size, const std::string& data);
     void Write(const NalUnit& unit) { output.Write(unit.sample, unit.data, unit.size); }
 
+    const UserDataAddOptions& options;
+    CUserDataPayload payload;
     CStreamAnalysis analysis;
     CUserDataHandle handle;
-    Where where;
-    std::string data;
     CUnitSink& output;
     uint64_t added = 0;
+    size_t payloadSize = 0;  // of the last message
 
-    std::vector<NalUnit> held;  // from the first leading unit behind a slice on; the bytes are in heldBytes
-    std::vector<unsigned char> heldBytes;
+    std::vector<NalUnit> held;  // from the first leading unit after a slice on; the bytes are in heldBytes
+    Bytes heldBytes;
+    Bytes takenBytes;           // of the units that TakeHeld returned
+    std::vector<Bytes> edited;  // what RemoveEarlierMessages made of some of them
 };
 
 void CUserDataAdder::Take(const NalUnit& unit)
 {
     const UnitRole role = analysis.Take(unit);
+    if (unit.isOutOfBand)
+        return;
     if (role == UnitRole::Leading || (role == UnitRole::Other && !held.empty())) {
         Hold(unit);
         return;
@@ -78,7 +95,7 @@ void CUserDataAdder::TakeSkipped(const std::shared_ptr<const Sample>& sample, co
 
 bool CUserDataAdder::IsWanted(const NalUnit& slice) const
 {
-    switch (where) {
+    switch (options.where) {
     case Where::First:
         return added == 0;
     case Where::Key:
@@ -96,69 +113,99 @@ void CUserDataAdder::Hold(const NalUnit& unit)
     heldBytes.insert(heldBytes.end(), unit.data, unit.data + unit.size);
 }
 
-void CUserDataAdder::WriteHeld()
+// The held units with the addresses of their bytes, which stay valid until the next call.
+std::vector<NalUnit> CUserDataAdder::TakeHeld()
 {
-    const unsigned char* bytes = heldBytes.data();
+    std::swap(takenBytes, heldBytes);
+    heldBytes.clear();
+    const unsigned char* bytes = takenBytes.data();
     for (NalUnit& unit : held) {
         unit.data = bytes;
         bytes += unit.size;
-        Write(unit);
     }
-    held.clear();
-    heldBytes.clear();
+    return std::exchange(held, {});
+}
+
+void CUserDataAdder::WriteHeld()
+{
+    for (const NalUnit& unit : TakeHeld())
+        Write(unit);
+}
+
+void CUserDataAdder::RemoveEarlierMessages(std::vector<NalUnit>& units)
+{
+    edited.clear();
+    edited.reserve(units.size());
+    for (NalUnit& unit : units) {
+        if (!unit.IsSei() || unit.ForbiddenZeroBit())
+            continue;
+        edited.push_back(CSeiUnit(unit).Without([](const auto& message) { return message.IsOfLibrary(); }));
+        unit.data = edited.back().data();
+        unit.size = static_cast<uint32_t>(edited.back().size());
+    }
+    std::erase_if(units, [](const NalUnit& unit) { return unit.size == 0; });
 }
 
 void CUserDataAdder::WriteWithMessage(const NalUnit& slice)
 {
-    const uint64_t before = added;
-    const unsigned char* bytes = heldBytes.data();
-    for (NalUnit& unit : held) {
-        unit.data = bytes;
-        bytes += unit.size;
-        if (added == before && TakesMessage(unit))
-            WriteEdited(unit);
-        else
-            Write(unit);
-    }
-    held.clear();
-    heldBytes.clear();
-    if (added == before)
-        WriteEdited(slice);
+    const std::string& data = payload.For(slice);
+    std::vector<NalUnit> units = TakeHeld();
+    if (options.replaces)
+        RemoveEarlierMessages(units);
+    const auto takesMessage = [](const NalUnit& unit) {
+        return unit.IsSei() && CSeiUnit(unit).TakesMessage();
+    };
+    auto place = std::find_if(units.begin(), units.end(), takesMessage);
+    const bool isNew = place == units.end();
+    // A prefix unit must stay immediately before its slice, H.264 7.4.1.2.3.
+    while (isNew && place != units.begin() && slice.codec == VideoCodecAVC &&
+           place[-1].Type() == AvcUnitPrefix)
+        --place;
+    std::for_each(units.begin(), place, [this](const NalUnit& unit) { Write(unit); });
+    if (isNew)
+        WriteNewSei(slice, data);
     else
-        Write(slice);
+        WriteSeiWithMessage(*place++, data);
+    std::for_each(place, units.end(), [this](const NalUnit& unit) { Write(unit); });
+    Write(slice);
+    ++added;
+    payloadSize = data.size();
 }
 
-// The library drops zeros behind an SEI unit; they are put back.
-void CUserDataAdder::WriteEdited(const NalUnit& unit)
+// The library drops zeros after an SEI unit; they are put back.
+void CUserDataAdder::WriteSeiWithMessage(const NalUnit& sei, const std::string& data)
 {
-    const uint32_t zeros = unit.IsSei() ? TrailingZeros(unit) : 0;
-    const unsigned char* edited = nullptr;
-    unsigned int editedSize = 0;
-    if (AddUserData(handle, unit.data, unit.size - zeros, reinterpret_cast<const unsigned char*>(data.data()),
-                    static_cast<unsigned int>(data.size()), &edited, &editedSize) != 0)
-        throw CToolError(fmt::format("the message cannot be put into the unit at byte {}", unit.offset));
-    if (unit.IsSei()) {
-        std::vector<unsigned char> whole(edited, edited + editedSize);
-        whole.insert(whole.end(), zeros, 0);
-        output.Write(unit.sample, whole.data(), whole.size());
-    } else {
-        const uint32_t seiSize = editedSize - unit.size;  // the new SEI unit comes before the slice
-        output.Write(unit.sample, edited, seiSize);
-        output.Write(unit.sample, edited + seiSize, unit.size);
-    }
-    ++added;
+    const uint32_t zeros = TrailingZeros(sei);
+    Bytes unit = AddMessage(sei.data, sei.size - zeros, data);
+    unit.insert(unit.end(), zeros, 0);
+    output.Write(sei.sample, unit.data(), unit.size());
+}
+
+void CUserDataAdder::WriteNewSei(const NalUnit& slice, const std::string& data)
+{
+    const uint32_t headSize = std::min(slice.size, SliceHeadSize);
+    const Bytes unit = AddMessage(slice.data, headSize, data);
+    output.Write(slice.sample, unit.data(), unit.size() - headSize);
+}
+
+Bytes CUserDataAdder::AddMessage(const unsigned char* unit, uint32_t size, const std::string& data)
+{
+    const unsigned char* result = nullptr;
+    unsigned int resultSize = 0;
+    if (AddUserData(handle, unit, size, reinterpret_cast<const unsigned char*>(data.data()),
+                    static_cast<unsigned int>(data.size()), &result, &resultSize) != 0)
+        throw std::bad_alloc();
+    return {result, result + resultSize};
 }
 
 }  // namespace
 
-Status RunUserDataAdd(const UserDataOptions& options)
+Status RunUserDataAdd(const UserDataAddOptions& options)
 {
-    std::string data = options.text ? *options.text : ReadWholeFile(options.dataFile, LargestData);
-    const size_t dataSize = data.size();
     const auto source = OpenSource(options.source);
     const auto output =
         source->OpenSink({.path = options.outputFile, .inputs = {options.dataFile}, .force = options.force});
-    CUserDataAdder adder(source->Codec(), options.where, std::move(data), *output);
+    CUserDataAdder adder(options, source->Facts(), *output);
     source->ForEach([&](const NalUnit& unit) { adder.Take(unit); },
                     [&](const auto& sample, const unsigned char* bytes, size_t size) {
                         adder.TakeSkipped(sample, bytes, size);
@@ -168,7 +215,8 @@ Status RunUserDataAdd(const UserDataOptions& options)
         throw CToolError(fmt::format("{}: there is no {} to put the message into", source->Name(),
                                      options.where == Where::Key ? "key frame" : "picture"));
     output->Commit();
-    Announce(fmt::format("{} added to {}", CountOf(dataSize, "byte"), CountOf(adder.Added(), "access unit")),
+    Announce(fmt::format("{} added to {}", CountOf(adder.PayloadSize(), "byte"),
+                         CountOf(adder.Added(), "access unit")),
              output->IsStandardOutput());
     const uint64_t unreadable = adder.Analysis().Found().bytes + source->Counts().skippedBytes;
     if (unreadable == 0)

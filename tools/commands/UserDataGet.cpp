@@ -1,8 +1,10 @@
+// `userdata get` and `userdata list`.
+
 #include "commands/Commands.h"
 #include "io/OutputFile.h"
 #include "report/Message.h"
 #include "report/UserDataReport.h"
-#include "stream/Handle.h"
+#include "stream/SeiUnit.h"
 #include "stream/StreamAnalysis.h"
 
 #include <fmt/format.h>
@@ -12,104 +14,167 @@ namespace tool {
 
 namespace {
 
-// Messages that wait for their slice. Real streams have fewer.
-constexpr size_t MostHeld = 1000;
+// Of messages that wait for their slice. Real streams have fewer.
+constexpr size_t MostHeld = 64 << 20;
+
+struct UserDataCounts
+{
+    uint64_t listed = 0;
+    uint64_t others = 0;  // without the identifier that is asked for
+};
 
 // An SEI unit comes before its picture, so a message waits for the next slice: that one has the number of the
-// access unit.
+// access unit. A suffix SEI unit comes after its picture.
 class CUserDataLister
 {
 public:
-    CUserDataLister(VideoCodecType codec, CUserDataReport& given, COutputFile* file)
-        : analysis(codec), handle(codec), report(given), output(file)
+    CUserDataLister(VideoCodecType codec, bool all, CUserDataReport& given)
+        : analysis(codec), listsAll(all), report(given)
     {}
 
     void Take(const NalUnit& unit);
-    void Finish();
+    void Finish() { ReportWaiting(); }
 
-    uint64_t Found() const { return found; }
-    const CStreamAnalysis& Analysis() const { return analysis; }
+    const UserDataCounts& Counts() const { return counts; }
 
 private:
-    void TakeMessage(const NalUnit& unit);
-    void PrintWaiting();
+    void TakeSei(const NalUnit& unit);
+    void ReportWaiting();
 
     CStreamAnalysis analysis;
-    CUserDataHandle handle;
+    bool listsAll;
     CUserDataReport& report;
-    COutputFile* output;
     std::vector<UserDataMessage> waiting;
-    uint64_t found = 0;
+    size_t waitingSize = 0;
+    UserDataCounts counts;
 };
 
 void CUserDataLister::Take(const NalUnit& unit)
 {
     const UnitRole role = analysis.Take(unit);
     if (role == UnitRole::FirstSlice || role == UnitRole::FurtherSlice)
-        PrintWaiting();
-    if (role == UnitRole::Leading && unit.IsSei())
-        TakeMessage(unit);
+        ReportWaiting();
+    if (!unit.IsAnySei() || unit.ForbiddenZeroBit())
+        return;
+    TakeSei(unit);
+    if (!unit.IsSei() || waitingSize > MostHeld)
+        ReportWaiting();
 }
 
-void CUserDataLister::Finish()
+void CUserDataLister::TakeSei(const NalUnit& unit)
 {
-    PrintWaiting();
-}
-
-void CUserDataLister::TakeMessage(const NalUnit& unit)
-{
-    const unsigned char* data = nullptr;
-    unsigned int size = 0;
-    if (GetUserData(handle, unit.data, unit.size, &data, &size) != 0)
-        throw std::bad_alloc();
-    if (data == nullptr)
-        return;
-    ++found;
-    if (output != nullptr) {
-        output->Write(data, size);
-        return;
+    const CSeiUnit sei(unit);
+    for (size_t i = 0; i < sei.MessageCount(); ++i) {
+        const SeiMessageView message = sei.Message(i);
+        if (!message.IsUserData())
+            continue;
+        if (!listsAll && !message.IsOfLibrary()) {
+            ++counts.others;
+            continue;
+        }
+        ++counts.listed;
+        waitingSize += message.payload.size();
+        const auto identifier = message.Identifier();
+        const auto data = message.UserData();
+        waiting.push_back({.unit = unit.number,
+                           .offset = unit.offset,
+                           .identifier = {identifier.begin(), identifier.end()},
+                           .bytes = {data.begin(), data.end()}});
     }
-    if (waiting.size() == MostHeld)
-        PrintWaiting();
-    waiting.push_back({0, unit.offset, {data, data + size}});
 }
 
-void CUserDataLister::PrintWaiting()
+void CUserDataLister::ReportWaiting()
 {
     for (UserDataMessage& message : waiting) {
         message.accessUnit = analysis.Current().number;
         report.Add(message);
     }
     waiting.clear();
+    waitingSize = 0;
+}
+
+// Writes the bytes alone.
+class CUserDataBytes : public CUserDataReport
+{
+public:
+    explicit CUserDataBytes(const OutputRequest& request) : output(request) {}
+
+    void Begin(const SourceFacts&) override {}
+    void Add(const UserDataMessage& message) override
+    {
+        output.Write(message.bytes.data(), message.bytes.size());
+    }
+    void End(uint64_t count) override
+    {
+        if (count != 0)
+            output.Commit();
+    }
+
+private:
+    COutputFile output;
+};
+
+std::unique_ptr<CUserDataReport> MakeGetReport(const UserDataGetOptions& options)
+{
+    if (options.outputFile.empty())
+        return MakeUserDataReport({.isJson = options.isJson, .hasSeveralFiles = options.input.HasSeveral()},
+                                  UserDataView::Contents);
+    return std::make_unique<CUserDataBytes>(OutputRequest{.path = options.outputFile,
+                                                          .kind = {"user data", nullptr},
+                                                          .inputs = options.input.files,
+                                                          .force = options.force});
+}
+
+UserDataCounts ListMessages(CUnitSource& source, bool listsAll, CUserDataReport& report)
+{
+    CUserDataLister lister(source.Codec(), listsAll, report);
+    source.PrintsLines();
+    report.Begin(source.Facts());
+    source.ForEach([&](const NalUnit& unit) { lister.Take(unit); });
+    lister.Finish();
+    report.End(lister.Counts().listed);
+    return lister.Counts();
+}
+
+Status GetFromFile(const SourceOptions& options, CUserDataReport& report)
+{
+    const auto source = OpenSource(options);
+    const UserDataCounts counts = ListMessages(*source, false, report);
+    if (counts.listed != 0)
+        return StatusGood;
+    const std::string others = counts.others == 0 ? ""
+                                                  : fmt::format("; userdata list shows {} of other programs",
+                                                                CountOf(counts.others, "message"));
+    Complain(fmt::format("{}: there is no user data of this program in it{}", source->Name(), others));
+    return StatusFound;
+}
+
+Status ListFile(const SourceOptions& options, CUserDataReport& report)
+{
+    const auto source = OpenSource(options);
+    if (ListMessages(*source, true, report).listed != 0)
+        return StatusGood;
+    Complain(fmt::format("{}: there is no user data in it", source->Name()));
+    return StatusFound;
 }
 
 }  // namespace
 
-Status RunUserDataGet(const UserDataOptions& options)
+Status RunUserDataGet(const UserDataGetOptions& options)
 {
-    const auto source = OpenSource(options.source);
-    const auto report = MakeUserDataReport({});
-    std::optional<COutputFile> output;
-    if (options.outputFile.empty())
-        source->PrintsLines();
-    else
-        output.emplace(OutputRequest{.path = options.outputFile,
-                                     .kind = {"user data", nullptr},
-                                     .inputs = {options.source.file},
-                                     .force = options.force});
-    CUserDataLister lister(source->Codec(), *report, output ? &*output : nullptr);
-    report->Begin(source->Facts());
-    source->ForEach([&](const NalUnit& unit) { lister.Take(unit); });
-    lister.Finish();
-    report->End(lister.Found());
-    report->Close();
-    if (lister.Found() == 0) {
-        Complain(fmt::format("{}: there is no user data in it", source->Name()));
-        return StatusFound;
-    }
-    if (output)
-        output->Commit();
-    return StatusGood;
+    if (!options.outputFile.empty())
+        RefuseSeveral(options.input, "--output");
+    const auto report = MakeGetReport(options);
+    return ForEachFile(options.input, *report,
+                       [&](const SourceOptions& source) { return GetFromFile(source, *report); });
+}
+
+Status RunUserDataList(const UserDataListOptions& options)
+{
+    const auto report = MakeUserDataReport(
+        {.isJson = options.isJson, .hasSeveralFiles = options.input.HasSeveral()}, UserDataView::Identifiers);
+    return ForEachFile(options.input, *report,
+                       [&](const SourceOptions& source) { return ListFile(source, *report); });
 }
 
 }  // namespace tool

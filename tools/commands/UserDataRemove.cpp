@@ -1,16 +1,12 @@
-// SEI units are handed to the library one by one; everything else passes through. The library writes each SEI
-// unit anew. Here a unit from which nothing went stays as it was, and the others keep their start code, their
-// header and the zeros behind them: what `add` made of a stream becomes that stream again.
+// SEI units are edited message by message; everything else passes through. What `userdata add` made of a
+// stream becomes that stream again.
 
 #include "commands/Commands.h"
 #include "report/Message.h"
-#include "stream/Handle.h"
 #include "stream/SeiUnit.h"
 
 #include <algorithm>
 #include <fmt/format.h>
-#include <new>
-#include <vector>
 
 namespace tool {
 
@@ -19,64 +15,78 @@ namespace {
 class CUserDataRemover
 {
 public:
-    CUserDataRemover(VideoCodecType codec, CUnitSink& sink) : handle(codec), output(sink) {}
+    CUserDataRemover(const UserDataRemoveOptions& given, CUnitSink& sink) : options(given), output(sink) {}
 
     void Take(const NalUnit& unit);
-    uint64_t Edited() const { return edited; }
+
+    uint64_t Removed() const { return removed; }
+    uint64_t RemovedForeign() const { return removedForeign; }
+    uint64_t Left() const { return left; }
 
 private:
-    void TakeSei(const NalUnit& unit);
+    bool IsRemoved(const SeiMessageView& message) const;
+    void Count(const CSeiUnit& sei);
 
-    CUserDataHandle handle;
+    const UserDataRemoveOptions& options;
     CUnitSink& output;
-    uint64_t edited = 0;
+    uint64_t removed = 0;
+    uint64_t removedForeign = 0;  // of those, the ones without the library's identifier
+    uint64_t left = 0;            // user-data messages that stay
 };
 
 void CUserDataRemover::Take(const NalUnit& unit)
 {
-    if (unit.IsSei() && !unit.ForbiddenZeroBit())
-        TakeSei(unit);
-    else
-        output.Write(unit.sample, unit.data, unit.size);
-}
-
-void CUserDataRemover::TakeSei(const NalUnit& unit)
-{
-    const unsigned char* plain = nullptr;
-    unsigned int plainSize = 0;
-    if (RemoveUserData(handle, unit.data, unit.size, &plain, &plainSize) != 0)
-        throw std::bad_alloc();
-    const uint32_t zeros = TrailingZeros(unit);
-    const unsigned char* const body = unit.Header() + unit.HeaderLength();
-    const unsigned char* const bodyEnd = unit.data + unit.size - zeros;
-    const NalUnit rest{unit.codec, plain, plainSize, 0, 0, unit.sample};
-    const unsigned char* const restBody = plainSize == 0 ? nullptr : rest.Header() + rest.HeaderLength();
-    if (restBody != nullptr && std::equal(body, bodyEnd, restBody, plain + plainSize)) {
+    if (unit.isOutOfBand)
+        return;
+    if (!unit.IsAnySei() || unit.ForbiddenZeroBit()) {
         output.Write(unit.sample, unit.data, unit.size);
         return;
     }
-    ++edited;
-    if (restBody == nullptr)
-        return;
-    std::vector<unsigned char> whole(unit.data, body);
-    whole.insert(whole.end(), restBody, plain + plainSize);
-    whole.insert(whole.end(), zeros, 0);
-    output.Write(unit.sample, whole.data(), whole.size());
+    const CSeiUnit sei(unit);
+    Count(sei);
+    const auto copy = sei.Without([this](const SeiMessageView& message) { return IsRemoved(message); });
+    if (!copy.empty())
+        output.Write(unit.sample, copy.data(), copy.size());
+}
+
+bool CUserDataRemover::IsRemoved(const SeiMessageView& message) const
+{
+    if (!message.IsUserData() || options.removesAll)
+        return message.IsUserData();
+    return options.identifier ? std::ranges::equal(message.Identifier(), *options.identifier)
+                              : message.IsOfLibrary();
+}
+
+void CUserDataRemover::Count(const CSeiUnit& sei)
+{
+    for (size_t i = 0; i < sei.MessageCount(); ++i) {
+        const SeiMessageView message = sei.Message(i);
+        const bool isRemoved = IsRemoved(message);
+        removed += isRemoved;
+        removedForeign += isRemoved && !message.IsOfLibrary();
+        left += message.IsUserData() && !isRemoved;
+    }
 }
 
 }  // namespace
 
-Status RunUserDataRemove(const UserDataOptions& options)
+Status RunUserDataRemove(const UserDataRemoveOptions& options)
 {
     const auto source = OpenSource(options.source);
     const auto output = source->OpenSink({.path = options.outputFile, .force = options.force});
-    CUserDataRemover remover(source->Codec(), *output);
+    CUserDataRemover remover(options, *output);
     source->ForEach([&](const NalUnit& unit) { remover.Take(unit); },
                     [&](const auto& sample, const unsigned char* bytes, size_t size) {
                         output->WriteOther(sample, bytes, size);
                     });
     output->Commit();
-    Announce("user data removed from " + CountOf(remover.Edited(), "SEI unit"), output->IsStandardOutput());
+    Announce(fmt::format("{} removed, {} left", CountOf(remover.Removed(), "message"), remover.Left()),
+             output->IsStandardOutput());
+    if (remover.RemovedForeign() != 0)
+        Complain(fmt::format(
+            "{}: {} of other programs removed; if one is the encoder's signature, decoders may choose the "
+            "wrong workarounds and show other pictures",
+            source->Name(), CountOf(remover.RemovedForeign(), "message")));
     return StatusGood;
 }
 

@@ -8,14 +8,15 @@ _videoparams() {
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
         case "$command $word" in
         " info" | " units" | " params" | " check" | " userdata") command=$word ;;
-        "userdata add" | "userdata get" | "userdata remove") command="userdata $word" ;;
+        "userdata add" | "userdata get" | "userdata list" | "userdata remove") command="userdata $word" ;;
         esac
     done
 
     case $previous in
     --codec) words="h264 h265" ;;
     --where) words="first all key" ;;
-    --text) return ;;
+    --timestamp) words="utc monotonic pts" ;;
+    --text | --uuid) return ;;
     --plot | --data | -o | --output)
         compopt -o default
         return
@@ -27,9 +28,11 @@ _videoparams() {
         units) words="--codec --stream --json --help" ;;
         params) words="--codec --stream --json --output --force --help" ;;
         check) words="--codec --stream --json --help" ;;
-        userdata) words="add get remove --help" ;;
-        "userdata add") words="--codec --stream --text --data --where --output --force --help" ;;
-        "userdata get" | "userdata remove") words="--codec --stream --output --force --help" ;;
+        userdata) words="add get list remove --help" ;;
+        "userdata add") words="--codec --stream --text --data --timestamp --where --replace --output --force --help" ;;
+        "userdata get") words="--codec --stream --json --raw --output --force --help" ;;
+        "userdata list") words="--codec --stream --json --help" ;;
+        "userdata remove") words="--codec --stream --all --uuid --output --force --help" ;;
         esac
         # After a command comes a file, unless the word begins like an option.
         if [[ $command != "" && $command != userdata && $current != -* ]]; then

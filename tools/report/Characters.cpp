@@ -9,7 +9,15 @@ namespace {
 constexpr const char* Replacement = "\xEF\xBF\xBD";
 constexpr const char* Ellipsis = "\xE2\x80\xA6";
 
-// The length of the UTF-8 sequence at the start of `text`, or 0 if there is none. Unicode 3.9, Table 3-7.
+// From U+1100 on; the few narrow ones among them only make a title shorter than it must be.
+size_t ColumnsOf(const std::string& character)
+{
+    return character >= "\xE1\x84\x80" && character != Replacement ? 2 : 1;
+}
+
+}  // namespace
+
+// Unicode 3.9, Table 3-7
 size_t SequenceLength(std::string_view text)
 {
     const auto byte = [&](size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U; };
@@ -27,14 +35,6 @@ size_t SequenceLength(std::string_view text)
     }
     return length;
 }
-
-// From U+1100 on; the few narrow ones among them only make a title shorter than it must be.
-size_t ColumnsOf(const std::string& character)
-{
-    return character >= "\xE1\x84\x80" && character != Replacement ? 2 : 1;
-}
-
-}  // namespace
 
 std::vector<std::string> CharactersOf(std::string_view text)
 {

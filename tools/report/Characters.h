@@ -10,6 +10,9 @@
 
 namespace tool {
 
+// The length of the UTF-8 sequence at the start of `text`, or 0 if there is none.
+size_t SequenceLength(std::string_view text);
+
 // The characters of UTF-8 text. A byte that is not UTF-8 becomes U+FFFD, a control character a question mark.
 std::vector<std::string> CharactersOf(std::string_view text);
 

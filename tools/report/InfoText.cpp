@@ -142,13 +142,14 @@ std::string DescribeTimes(const AccessUnit& unit, const TimeBase& timeBase)
 class CInfoText : public CInfoReport
 {
 public:
-    explicit CInfoText(bool lists) : listsAccessUnits(lists) {}
+    CInfoText(const ReportStyle& given, bool lists) : style(given), listsAccessUnits(lists) {}
 
     void Begin(const SourceFacts& facts) override;
     void Add(const AccessUnit& unit) override;
     void End(const InfoResult& result) override;
 
 private:
+    ReportStyle style;
     bool listsAccessUnits;
     bool isAvc = true;
     std::optional<TimeBase> timeBase;  // of a container
@@ -159,9 +160,12 @@ void CInfoText::Begin(const SourceFacts& facts)
     isAvc = facts.codec == VideoCodecAVC;
     if (facts.container)
         timeBase = facts.timeBase;
-    if (listsAccessUnits)
-        fmt::print("{:>8} {:>12} {:>9}  {}{:<4} {:<6} slice_type\n", "unit", "offset", "bytes",
-                   timeBase ? fmt::format("{:>10} {:>10}  ", "pts s", "dts s") : "", "key", "coded");
+    if (!listsAccessUnits)
+        return;
+    if (style.hasSeveralFiles)
+        fmt::print("{}\n", facts.name);
+    fmt::print("{:>8} {:>12} {:>9}  {}{:<4} {:<6} slice_type\n", "unit", "offset", "bytes",
+               timeBase ? fmt::format("{:>10} {:>10}  ", "pts s", "dts s") : "", "key", "coded");
 }
 
 void CInfoText::Add(const AccessUnit& unit)
@@ -176,6 +180,10 @@ void CInfoText::Add(const AccessUnit& unit)
 
 void CInfoText::End(const InfoResult& result)
 {
+    if (style.hasSeveralFiles) {
+        fmt::print("{}: {}\n", result.facts.name, DescribeInALine(result));
+        return;
+    }
     fmt::print("{}\n", result.facts.name);
     for (const auto& [label, text] : DescribeContainer(result))
         PrintLine(label.c_str(), text);
@@ -195,7 +203,7 @@ std::unique_ptr<CInfoReport> MakeInfoReport(const ReportStyle& style, bool lists
 {
     if (style.isJson)
         return MakeInfoJson(style, listsAccessUnits);
-    return std::make_unique<CInfoText>(listsAccessUnits);
+    return std::make_unique<CInfoText>(style, listsAccessUnits);
 }
 
 std::string InfoResult::DescribeDamage() const

@@ -1,7 +1,6 @@
 #include "report/Message.h"
-#include "report/UserDataReport.h"
+#include "report/UserDataNames.h"
 
-#include <algorithm>
 #include <fmt/format.h>
 
 namespace tool {
@@ -13,7 +12,7 @@ constexpr size_t MostShown = 64;
 class CUserDataText : public CUserDataReport
 {
 public:
-    explicit CUserDataText(const ReportStyle& given) : style(given) {}
+    CUserDataText(const ReportStyle& given, UserDataView wanted) : style(given), view(wanted) {}
 
     void Begin(const SourceFacts& facts) override;
     void Add(const UserDataMessage& message) override;
@@ -21,22 +20,30 @@ public:
 
 private:
     ReportStyle style;
+    UserDataView view;
 };
 
-// As text if it is text, otherwise as hex.
+std::string HexText(const std::string& bytes)
+{
+    std::string text;
+    for (const char byte : bytes.substr(0, MostShown))
+        text += fmt::format("{}{:02X}", text.empty() ? "" : " ", static_cast<unsigned char>(byte));
+    return bytes.size() > MostShown ? text + " ..." : text;
+}
+
 std::string Show(const std::string& bytes)
 {
-    const std::string start = bytes.substr(0, MostShown);
-    const bool isText = std::all_of(start.begin(), start.end(),
-                                    [](char character) { return character >= 0x20 && character < 0x7F; });
-    std::string shown;
-    if (isText) {
-        shown = fmt::format("\"{}\"", start);
-    } else {
-        for (const char character : start)
-            shown += fmt::format("{}{:02X}", shown.empty() ? "" : " ", static_cast<unsigned char>(character));
-    }
-    return bytes.size() > start.size() ? shown + " ..." : shown;
+    if (const std::optional<std::string> time = TimestampText(bytes))
+        return *time;
+    return EscapedText(bytes, MostShown).value_or(HexText(bytes));
+}
+
+std::string DescribeWriter(const UserDataMessage& message)
+{
+    if (message.identifier.empty())
+        return "no identifier";
+    const std::string name = WriterName(message.identifier);
+    return fmt::format("{} {}", IdentifierText(message.identifier), name.empty() ? "(unknown)" : name);
 }
 
 void CUserDataText::Begin(const SourceFacts& facts)
@@ -47,15 +54,22 @@ void CUserDataText::Begin(const SourceFacts& facts)
 
 void CUserDataText::Add(const UserDataMessage& message)
 {
-    fmt::print("access unit {}  offset {}  {}  {}\n", message.accessUnit, message.offset,
-               CountOf(message.bytes.size(), "byte"), Show(message.bytes));
+    const std::string size = CountOf(message.bytes.size(), "byte");
+    if (view == UserDataView::Contents)
+        fmt::print("access unit {}  offset {}  {}  {}\n", message.accessUnit, message.offset, size,
+                   Show(message.bytes));
+    else
+        fmt::print("unit {}  access unit {}  offset {}  {}  {}  {}\n", message.unit, message.accessUnit,
+                   message.offset, DescribeWriter(message), size, Show(message.bytes));
 }
 
 }  // namespace
 
-std::unique_ptr<CUserDataReport> MakeUserDataReport(const ReportStyle& style)
+std::unique_ptr<CUserDataReport> MakeUserDataReport(const ReportStyle& style, UserDataView view)
 {
-    return std::make_unique<CUserDataText>(style);
+    if (style.isJson)
+        return MakeUserDataJson(style, view);
+    return std::make_unique<CUserDataText>(style, view);
 }
 
 }  // namespace tool

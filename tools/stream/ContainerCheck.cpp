@@ -51,7 +51,7 @@ std::vector<SampleFinding> CContainerCheck::Take(const NalUnit& unit, UnitRole r
     }
     if (unit.IsVps() || unit.IsSps() || unit.IsPps())
         TakeParameterSet(unit);
-    if (unit.IsSei() && HasMessage(unit, RecoveryPoint))
+    if (unit.IsSei() && CSeiUnit(unit).Has(RecoveryPoint))
         contents.hasRecoveryPoint = true;
     if (role == UnitRole::FirstSlice || role == UnitRole::FurtherSlice)
         TakeSlice(unit, role, analysis.Current());

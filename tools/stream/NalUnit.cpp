@@ -1,71 +1,23 @@
 #include "stream/NalUnit.h"
 
-#include <iterator>
-
 namespace tool {
 
 namespace {
 
-// ITU-T H.264, Table 7-1
-const char* const avcTypeNames[] = {
-    "Unspecified",
-    "Coded slice of a non-IDR picture",
-    "Coded slice data partition A",
-    "Coded slice data partition B",
-    "Coded slice data partition C",
-    "Coded slice of an IDR picture",
-    "Supplemental enhancement information (SEI)",
-    "Sequence parameter set",
-    "Picture parameter set",
-    "Access unit delimiter",
-    "End of sequence",
-    "End of stream",
-    "Filler data",
-    "Sequence parameter set extension",
-    "Prefix NAL unit",
-    "Subset sequence parameter set",
-    "Depth parameter set",
-    "Reserved",
-    "Reserved",
-    "Coded slice of an auxiliary coded picture without partitioning",
-    "Coded slice extension",
-    "Coded slice extension for a depth view component or a 3D-AVC texture view component",
-    "Reserved",
-    "Reserved",
-};
-
-// ITU-T H.265, Table 7-1
-const char* const hevcTypeNames[] = {
-    "TRAIL_N",     "TRAIL_R",     "TSA_N",       "TSA_R",          "STSA_N",         "STSA_R",
-    "RADL_N",      "RADL_R",      "RASL_N",      "RASL_R",         "RSV_VCL_N10",    "RSV_VCL_R11",
-    "RSV_VCL_N12", "RSV_VCL_R13", "RSV_VCL_N14", "RSV_VCL_R15",    "BLA_W_LP",       "BLA_W_RADL",
-    "BLA_N_LP",    "IDR_W_RADL",  "IDR_N_LP",    "CRA_NUT",        "RSV_IRAP_VCL22", "RSV_IRAP_VCL23",
-    "RSV_VCL24",   "RSV_VCL25",   "RSV_VCL26",   "RSV_VCL27",      "RSV_VCL28",      "RSV_VCL29",
-    "RSV_VCL30",   "RSV_VCL31",   "VPS_NUT",     "SPS_NUT",        "PPS_NUT",        "AUD_NUT",
-    "EOS_NUT",     "EOB_NUT",     "FD_NUT",      "PREFIX_SEI_NUT", "SUFFIX_SEI_NUT", "RSV_NVCL41",
-    "RSV_NVCL42",  "RSV_NVCL43",  "RSV_NVCL44",  "RSV_NVCL45",     "RSV_NVCL46",     "RSV_NVCL47",
-};
-
-// ITU-T H.264, Table 7-6: 5 to 9 say the same of the slice, and that all slices of the picture are alike.
-const char* const sliceTypeNames[] = {"P", "B", "I", "SP", "SI", "P", "B", "I", "SP", "SI"};
-
-bool IsWithin(uint32_t value, uint32_t first, uint32_t last)
-{
-    return value >= first && value <= last;
-}
+constexpr uint32_t HevcUnitIdrWithRadl = 19;
+constexpr uint32_t HevcUnitIdrWithoutLeading = 20;
+constexpr uint32_t HevcUnitSuffixSei = 40;
 
 }  // namespace
 
-uint32_t NalUnit::Type() const
+const videoparams::NalRules& NalUnit::Rules() const
 {
-    if (!HasHeader())
-        return 0;
-    return codec == VideoCodecAVC ? Header()[0] & 0x1Fu : (Header()[0] >> 1) & 0x3Fu;
+    return codec == VideoCodecAVC ? videoparams::avcRules : videoparams::hevcRules;
 }
 
 uint32_t NalUnit::RefIdc() const
 {
-    return HasHeader() && codec == VideoCodecAVC ? (Header()[0] >> 5) & 3u : 0;
+    return codec == VideoCodecAVC && HasHeader() ? Rules().HeaderOf(Header()[0]).nal_ref_idc : 0;
 }
 
 uint32_t NalUnit::LayerId() const
@@ -78,77 +30,41 @@ uint32_t NalUnit::TemporalIdPlus1() const
     return HasHeader() && codec == VideoCodecHEVC ? Header()[1] & 7u : 0;
 }
 
-UnitClass NalUnit::Class() const
+uint32_t NalUnit::Type() const
 {
-    if (!HasHeader())
-        return UnitClass::Other;
-    const uint32_t type = Type();
-    if (codec == VideoCodecAVC) {
-        if (type == 1 || type == 2 || type == 5)
-            return UnitClass::Slice;
-        return IsWithin(type, 6, 9) || IsWithin(type, 14, 18) ? UnitClass::Leading : UnitClass::Other;
-    }
-    if (IsWithin(type, 0, 9) || IsWithin(type, 16, 23))
-        return UnitClass::Slice;
-    const bool isLeading =
-        IsWithin(type, 32, 35) || type == 39 || IsWithin(type, 41, 44) || IsWithin(type, 48, 55);
-    return isLeading ? UnitClass::Leading : UnitClass::Other;
-}
-
-bool NalUnit::IsKeySlice() const
-{
-    return HasHeader() && (codec == VideoCodecAVC ? Type() == 5 : IsWithin(Type(), 16, 21));
+    return HasHeader() ? Rules().HeaderOf(Header()[0]).nal_unit_type : videoparams::NoType;
 }
 
 bool NalUnit::IsIdrSlice() const
 {
-    return HasHeader() && (codec == VideoCodecAVC ? Type() == 5 : IsWithin(Type(), 19, 20));
+    if (codec == VideoCodecAVC)
+        return Type() == videoparams::AvcUnitIdrSlice;
+    return Type() == HevcUnitIdrWithRadl || Type() == HevcUnitIdrWithoutLeading;
 }
 
 bool NalUnit::IsDelimiter() const
 {
-    return HasHeader() && Type() == (codec == VideoCodecAVC ? 9 : 35);
-}
-
-bool NalUnit::IsSps() const
-{
-    return HasHeader() && Type() == (codec == VideoCodecAVC ? 7 : 33);
-}
-
-bool NalUnit::IsPps() const
-{
-    return HasHeader() && Type() == (codec == VideoCodecAVC ? 8 : 34);
+    return Type() == Either(videoparams::AvcUnitDelimiter, videoparams::HevcUnitDelimiter);
 }
 
 bool NalUnit::IsVps() const
 {
-    return HasHeader() && codec == VideoCodecHEVC && Type() == 32;
+    return codec == VideoCodecHEVC && Type() == videoparams::HevcUnitVps;
 }
 
-bool NalUnit::IsSei() const
+bool NalUnit::IsSps() const
 {
-    return HasHeader() && Type() == (codec == VideoCodecAVC ? 6 : 39);
+    return Type() == Either(videoparams::AvcUnitSps, videoparams::HevcUnitSps);
 }
 
-const char* CodecName(VideoCodecType codec)
+bool NalUnit::IsPps() const
 {
-    return codec == VideoCodecAVC ? "H.264/AVC" : "H.265/HEVC";
+    return Type() == Either(videoparams::AvcUnitPps, videoparams::HevcUnitPps);
 }
 
-std::string UnitTypeName(VideoCodecType codec, uint32_t nal_unit_type)
+bool NalUnit::IsAnySei() const
 {
-    if (codec == VideoCodecAVC)
-        return nal_unit_type < std::size(avcTypeNames) ? avcTypeNames[nal_unit_type] : "Unspecified";
-    if (nal_unit_type < std::size(hevcTypeNames))
-        return hevcTypeNames[nal_unit_type];
-    return "UNSPEC" + std::to_string(nal_unit_type);
-}
-
-const char* SliceTypeName(int32_t slice_type)
-{
-    return slice_type >= 0 && slice_type < static_cast<int32_t>(std::size(sliceTypeNames))
-               ? sliceTypeNames[slice_type]
-               : "";
+    return IsSei() || (codec == VideoCodecHEVC && Type() == HevcUnitSuffixSei);
 }
 
 }  // namespace tool

@@ -1,25 +1,21 @@
-// One NAL unit of a stream and what its header says.
+// One NAL unit of a stream and its header.
 //
 // SPDX-License-Identifier: MIT
 
 #pragma once
 
 #include "VideoParams.h"
+#include "bitstream/NalRules.h"
+#include "bitstream/StartCode.h"
 #include "stream/Sample.h"
+#include "stream/UnitNames.h"
 
 #include <cstdint>
 #include <memory>
-#include <string>
 
 namespace tool {
 
-// What a unit does to the access unit that it stands in, H.264 7.4.1.2.3 and H.265 7.4.2.4.4.
-enum class UnitClass
-{
-    Slice,
-    Leading,  // the first one behind the slices of a picture begins the next access unit
-    Other,
-};
+using videoparams::UnitClass;
 
 struct NalUnit
 {
@@ -31,35 +27,33 @@ struct NalUnit
     std::shared_ptr<const Sample> sample{};  // the sample of a container that has it; null in a byte stream
     bool isOutOfBand = false;  // a parameter set of a container's sample description: belongs to no sample
 
-    uint32_t StartCodeLength() const { return data[2] == 1 ? 3 : 4; }
+    uint32_t StartCodeLength() const { return videoparams::StartCodeLength(data); }
     const unsigned char* Header() const { return data + StartCodeLength(); }
-    uint32_t HeaderLength() const { return codec == VideoCodecAVC ? 1 : 2; }
+    uint32_t HeaderLength() const { return Rules().headerLength; }
     bool HasHeader() const { return size >= StartCodeLength() + HeaderLength(); }
 
-    // All 0 where the unit has no whole header.
+    // nal_unit_header(). Without a whole header the type is NoType, and the other fields are 0.
     uint32_t ForbiddenZeroBit() const { return HasHeader() ? Header()[0] >> 7 : 0; }
     uint32_t Type() const;
     uint32_t RefIdc() const;           // nal_ref_idc, H.264
     uint32_t LayerId() const;          // nuh_layer_id, H.265
     uint32_t TemporalIdPlus1() const;  // nuh_temporal_id_plus1, H.265
 
-    UnitClass Class() const;
+    const videoparams::NalRules& Rules() const;
+    UnitClass Class() const { return Rules().TraitsOf(Type()).unitClass; }
     bool IsSlice() const { return Class() == UnitClass::Slice; }
-    bool IsKeySlice() const;
+    bool IsKeySlice() const { return Rules().TraitsOf(Type()).isKeySlice; }
     bool IsIdrSlice() const;
     bool IsDelimiter() const;
+    bool IsVps() const;
     bool IsSps() const;
     bool IsPps() const;
-    bool IsVps() const;
-    bool IsSei() const;  // H.265: prefix SEI
+    bool IsParameterSet() const { return IsVps() || IsSps() || IsPps(); }
+    bool IsSei() const { return Type() == Rules().seiType; }  // H.265: prefix SEI
+    bool IsAnySei() const;                                    // H.265: prefix or suffix SEI
+
+private:
+    uint32_t Either(uint32_t avc, uint32_t hevc) const { return codec == VideoCodecAVC ? avc : hevc; }
 };
-
-const char* CodecName(VideoCodecType codec);
-
-// The standard's name of a nal_unit_type.
-std::string UnitTypeName(VideoCodecType codec, uint32_t nal_unit_type);
-
-// The standard's name of an H.264 slice_type, or "" for a value that it does not know.
-const char* SliceTypeName(int32_t slice_type);
 
 }  // namespace tool

@@ -1,0 +1,32 @@
+#include "commands/Files.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+
+namespace tool {
+
+Status ForEachFile(const InputOptions& input, CReport& report,
+                   const std::function<Status(const SourceOptions&)>& run)
+{
+    Status worst = StatusGood;
+    for (const std::string& file : input.files) {
+        SourceOptions source = input.source;
+        source.file = file;
+        try {
+            worst = std::max(worst, run(source));
+        } catch (const CToolError& error) {
+            report.Fail(file == "-" ? "standard input" : file, error.what());
+            worst = StatusFailed;
+        }
+    }
+    report.Close();
+    return worst;
+}
+
+void RefuseSeveral(const InputOptions& input, const char* option)
+{
+    if (input.HasSeveral())
+        throw CToolError(fmt::format("{} takes one FILE; {} were given", option, input.files.size()));
+}
+
+}  // namespace tool
