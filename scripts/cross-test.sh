@@ -20,7 +20,7 @@ crossTest() {
     shift
     buildGoogleTest "$name" "$@"
     build release "$name" "$@" "-DGTest_DIR=$buildRoot/$name-googletest/lib/cmake/GTest" \
-        -DVIDEOPARAMS_BUILD_TESTS=ON -DVIDEOPARAMS_BUILD_EXAMPLES=ON -DVIDEOPARAMS_BUILD_TOOL=OFF
+        -DVIDEOPARAMS_BUILD_TESTS=ON -DVIDEOPARAMS_BUILD_EXAMPLES=ON
     quietly "$buildRoot/$name.tests.log" ctest --test-dir "$buildRoot/$name" --no-tests=error --verbose
     # The tests of one executable run in several parts, and ctest counts each part as one test.
     awk -v name="$name" '
@@ -35,5 +35,5 @@ crossTestLinux() {
     local emulator
     emulator=$(IFS=';' && echo "${*:3}")
     crossTest "$1" -DCMAKE_SYSTEM_NAME=Linux "-DCMAKE_SYSTEM_PROCESSOR=$2" "-DCMAKE_C_COMPILER=$1-gcc" \
-        "-DCMAKE_CXX_COMPILER=$1-g++" "-DCMAKE_CROSSCOMPILING_EMULATOR=$emulator"
+        "-DCMAKE_CXX_COMPILER=$1-g++" "-DCMAKE_CROSSCOMPILING_EMULATOR=$emulator" -DVIDEOPARAMS_BUILD_TOOL=OFF
 }
