@@ -9,6 +9,9 @@ extern "C" {
 #include <libavcodec/bsf.h>
 }
 
+#include <algorithm>
+#include <vector>
+
 namespace bench {
 
 namespace {
@@ -18,16 +21,35 @@ AVCodecID CodecId(const StreamKey& key)
     return key.codec == VideoCodecAVC ? AV_CODEC_ID_H264 : AV_CODEC_ID_HEVC;
 }
 
-// `wholeUnits`: a flag makes the parser expect one access unit per call, so it neither searches nor copies.
-void MeasureParser(benchmark::State& state, const StreamKey& key, const Stream& stream, bool wholeUnits)
+enum class Feed
 {
+    AccessUnits,
+    CompleteFrames,  // a flag makes the parser expect one access unit per call: it neither searches nor
+                     // copies
+    Pieces,          // 64 KB at a time, as demuxers read: it copies only what a piece cuts in two
+};
+
+std::vector<AccessUnit> Pieces(const Stream& stream)
+{
+    constexpr size_t PieceSize = 65536;
+    std::vector<AccessUnit> pieces;
+    for (size_t at = 0; at < stream.size; at += PieceSize) {
+        const size_t size = std::min(PieceSize, stream.size - at);
+        pieces.push_back({stream.bytes.get() + at, static_cast<unsigned int>(size)});
+    }
+    return pieces;
+}
+
+void MeasureParser(benchmark::State& state, const StreamKey& key, const Stream& stream, Feed feed)
+{
+    const std::vector<AccessUnit> fed = feed == Feed::Pieces ? Pieces(stream) : stream.accessUnits;
     AVCodecParserContext* const parser = av_parser_init(CodecId(key));
     AVCodecContext* context = avcodec_alloc_context3(avcodec_find_decoder(CodecId(key)));
-    if (wholeUnits)
+    if (feed == Feed::CompleteFrames)
         parser->flags |= PARSER_FLAG_COMPLETE_FRAMES;
     Measure(state, stream.size, stream.accessUnits.size(), [&] {
         size_t frames = 0;
-        for (const AccessUnit& unit : stream.accessUnits) {
+        for (const AccessUnit& unit : fed) {
             const uint8_t* position = unit.data;
             int bytesLeft = static_cast<int>(unit.size);
             while (bytesLeft > 0) {
@@ -93,9 +115,9 @@ void MeasureFilter(benchmark::State& state, const StreamKey& key, const Stream& 
 void RegisterLibavcodec(const StreamKey& key)
 {
     av_log_set_level(AV_LOG_QUIET);
-    const auto parser = [](bool wholeUnits) {
+    const auto parser = [](Feed feed) {
         return [=](benchmark::State& state, const StreamKey& k, const Stream& stream) {
-            MeasureParser(state, k, stream, wholeUnits);
+            MeasureParser(state, k, stream, feed);
         };
     };
     const auto filter = [](const char* filterAndOptions) {
@@ -103,8 +125,9 @@ void RegisterLibavcodec(const StreamKey& key)
             MeasureFilter(state, k, stream, filterAndOptions);
         };
     };
-    Register(key, "libavcodec parser", parser(false));
-    Register(key, "libavcodec parser, complete frames", parser(true));
+    Register(key, "libavcodec parser", parser(Feed::AccessUnits));
+    Register(key, "libavcodec parser, 64 KB at a time", parser(Feed::Pieces));
+    Register(key, "libavcodec parser, complete frames", parser(Feed::CompleteFrames));
     if (key.codec == VideoCodecAVC) {
         Register(key, "libavcodec h264_metadata",
                  filter("h264_metadata=sei_user_data=99aed31b-b894-4b97-ad39-fb4ed5902ba1+"

@@ -31,6 +31,7 @@ OPERATIONS = (
 # Operation, what a program would use instead, and the target: at least so many times as long, in the cache and from memory.
 PEERS = (
     ("ParseVideoParams", "libavcodec parser", (5, 3)),
+    ("ParseVideoParams", "libavcodec parser, 64 KB at a time", None),
     ("VideoSampleTest", "libavcodec parser, complete frames", None),
     ("GetNalFromFrame", "byte by byte", None),
     ("GetNalFromFrame", "GStreamer identify", (4, 1.9)),

@@ -1,4 +1,4 @@
-// The exported functions: argument checks, the guard of handle and family, and one call of the object behind
+// The exported functions: argument checks, the guard of handle and family, and one call of the object of
 // the handle.
 
 #include "VideoParams.h"
@@ -64,7 +64,7 @@ CParserBase* MakeParser(VideoCodecType codec, HandleFamily family)
     return nullptr;
 }
 
-// The object behind a handle. Null: no handle, or one of the other family.
+// The object of a handle. Null: no handle, or one of the other family.
 CParserBase* ParserOf(void* handle, HandleFamily family)
 {
     auto* const parser = static_cast<CParserBase*>(handle);

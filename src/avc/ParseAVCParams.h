@@ -9,7 +9,7 @@
 
 namespace videoparams {
 
-// The object behind an H.264 handle.
+// The object of an H.264 handle.
 class CParseAVCParams : public CParserBase, private CAccessUnitHooks
 {
 public:

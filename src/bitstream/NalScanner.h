@@ -10,7 +10,7 @@
 
 namespace videoparams {
 
-// What a step to the next unit came upon.
+// What a step to the next unit found.
 enum class ScanOutcome
 {
     Unit,

@@ -41,7 +41,7 @@ inline bool BeginsWithStartCode(const unsigned char* bytes, uint32_t size)
 }
 
 // The start code that ends in the 00 00 01 at `prefix`, or null if it does not count. `prefix` is the first
-// one in [begin, end - 1), or `end` - 1 if there is none.
+// one in [begin, end - 1), or `end` - 1 if no 00 00 01 is there.
 inline const unsigned char* StartCodeAt(const unsigned char* prefix, const unsigned char* begin,
                                         const unsigned char* end)
 {

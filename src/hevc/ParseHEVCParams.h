@@ -4,7 +4,7 @@
 
 namespace videoparams {
 
-// The object behind an H.265 handle. It keeps no parameter sets: the first bit of a slice segment shows
+// The object of an H.265 handle. It keeps no parameter sets: the first bit of a slice segment shows
 // whether a picture starts.
 class CParseHEVCParams : public CParserBase, private CAccessUnitHooks
 {

@@ -31,7 +31,7 @@ enum class HandleFamily
     UserData,
 };
 
-// The object behind a handle: the fifteen operations. Both families scan streams; what else a handle has
+// The object of a handle: the fifteen operations. Both families scan streams; what else a handle has
 // depends on its family. Only the operations of its own family are called.
 class CParserBase : public HeapObject
 {

@@ -9,7 +9,7 @@ namespace {
 
 constexpr unsigned char ContinuationByte = 0xFF;
 
-// Zeros behind the final 80 belong to the byte stream (trailing_zero_8bits), not to the RBSP.
+// Zeros after the final 80 belong to the byte stream (trailing_zero_8bits), not to the RBSP.
 const unsigned char* WithoutTrailingZeros(const unsigned char* begin, const unsigned char* end)
 {
     const unsigned char* last = end;

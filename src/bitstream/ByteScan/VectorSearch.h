@@ -77,10 +77,10 @@ private:
             }
             for (uint64_t pairs = 1; pairs != 0; at = std::min(at + GroupWidth, lastGroup)) {
                 pairs = 0;
-                for (ptrdiff_t i = at; i < at + GroupWidth; i += Width) {
-                    const BlockResult block = CopyAndMatch(from, to, i);
+                for (ptrdiff_t i = 0; i < GroupWidth; i += Width) {
+                    const BlockResult block = CopyAndMatch(from, to, at + i);
                     if (block.matches != 0)
-                        return i + First(block.matches);
+                        return at + i + First(block.matches);
                     pairs |= block.pairs;
                 }
                 if (at == lastGroup)
