@@ -2,7 +2,7 @@
 
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-StepTimeLimit=1200  # seconds, for what hangs
+StepTimeLimit=1800  # seconds, for what hangs
 stepLogs=$buildRoot/steps
 declare -A runningSteps=()  # names, by process
 stepNames=()
