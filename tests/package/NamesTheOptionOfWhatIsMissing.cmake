@@ -1,4 +1,4 @@
-# A machine without a library for tests, tool or benchmark is told how to install it, and how to build without it.
+# If a library for tests, tool or benchmark is missing, CMake says how to install it and how to build without it.
 include("${CMAKE_CURRENT_LIST_DIR}/Commands.cmake")
 
 set(missing GTest CLI11 fmt nlohmann_json benchmark PkgConfig)
