@@ -60,6 +60,10 @@ tryPackages() {
 
 root=$folder/root
 for package in "${packages[@]}"; do
+    if [ "$(dpkg-deb --field "$package" Multi-Arch Homepage | wc -l)" != 2 ]; then
+        echo "$package has no field Multi-Arch or Homepage." >&2
+        exit 1
+    fi
     dpkg-deb --extract "$package" "$root"
 done
 tryPackages "$root"
