@@ -31,7 +31,8 @@ file(READ "${SOURCE}/examples/list-access-units.c" program)
 string(REGEX REPLACE "^(//[^\n]*\n)+\n" "" program "${program}")
 expect("```c\n${program}```" "${readme}" README.md)
 
-foreach(command info units params check "userdata add" "userdata get" "userdata remove")
+foreach(command info units params check "userdata add" "userdata get" "userdata list"
+        "userdata remove")
     separate_arguments(words UNIX_COMMAND "${command}")
     execute_process(COMMAND ${TOOL} ${words} --help OUTPUT_VARIABLE help COMMAND_ERROR_IS_FATAL ANY)
     expect("videoparams ${command}\n" "${manual}" videoparams.1)

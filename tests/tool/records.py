@@ -4,8 +4,8 @@
     records.py TOOL            prints a short difference for each record that does not match
     records.py TOOL --renew    writes the records anew; read `git diff` before you commit them
 
-There is a record for each stream, one for inputs that are damaged, and one for several inputs in a call. Long outputs are recorded by their first and last
-lines and a digest of all.
+There is a record for each stream, one for inputs that are damaged, and one for several inputs in a call. Long outputs are
+recorded by their first and last lines and a digest of all.
 """
 
 import difflib
@@ -77,11 +77,13 @@ WHOLE = [
     "check FILE",
     "check --json FILE",
     "userdata get FILE",
+    "userdata get --json FILE",
     "userdata get -o OUT FILE",
     "userdata list FILE",
     "userdata list --json FILE",
     "userdata add --text 'take 7' --where key -o OUT FILE",
     "userdata remove -o OUT FILE",
+    "userdata remove --all --json -o OUT FILE",
 ]
 DAMAGED = [
     "info FILE",
@@ -90,6 +92,7 @@ DAMAGED = [
     "check FILE",
     "check --json FILE",
     "userdata add --text x --where all -o OUT FILE",
+    "userdata add --text x --json -o OUT FILE",
 ]
 
 SEVERAL = [
@@ -159,9 +162,9 @@ def run(tool: str, folder: pathlib.Path, command: str) -> list[str]:
                     [f"{len(content)} bytes, {digest(content)}"])
     if done.returncode != 0:
         section.append(f"[status {done.returncode}]")
-    if "--json" in command and done.returncode != 2:
+    if "--json" in command:
         try:
-            check_json(done.stdout)
+            check_json(done.stdout or done.stderr)
         except (ValueError, jsonschema.ValidationError) as error:
             section.append(f"[not as the schema says: {str(error).splitlines()[0]}]")
     return section

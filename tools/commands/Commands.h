@@ -57,6 +57,7 @@ struct UserDataAddOptions
     std::optional<VideoParamsClock> timestamp;
     Where where = Where::First;
     bool replaces = false;  // the library's messages of the same access unit
+    bool isJson = false;
     std::string outputFile;
     bool force = false;
 };
@@ -80,6 +81,7 @@ struct UserDataRemoveOptions
     SourceOptions source;
     bool removesAll = false;
     std::optional<std::vector<unsigned char>> identifier;  // the library's if it is not given
+    bool isJson = false;
     std::string outputFile;
     bool force = false;
 };

@@ -3,7 +3,9 @@
 // before the first slice.
 
 #include "commands/Commands.h"
+#include "commands/Files.h"
 #include "commands/UserDataPayload.h"
+#include "report/EditReport.h"
 #include "report/Message.h"
 #include "stream/Handle.h"
 #include "stream/SeiUnit.h"
@@ -198,9 +200,7 @@ Bytes CUserDataAdder::AddMessage(const unsigned char* unit, uint32_t size, const
     return {result, result + resultSize};
 }
 
-}  // namespace
-
-Status RunUserDataAdd(const UserDataAddOptions& options)
+Status AddToFile(const UserDataAddOptions& options, CEditReport& report)
 {
     const auto source = OpenSource(options.source);
     const auto output =
@@ -215,15 +215,28 @@ Status RunUserDataAdd(const UserDataAddOptions& options)
         throw CToolError(fmt::format("{}: there is no {} to put the message into", source->Name(),
                                      options.where == Where::Key ? "key frame" : "picture"));
     output->Commit();
-    Announce(fmt::format("{} added to {}", CountOf(adder.PayloadSize(), "byte"),
-                         CountOf(adder.Added(), "access unit")),
-             output->IsStandardOutput());
     const uint64_t unreadable = adder.Analysis().Found().bytes + source->Counts().skippedBytes;
+    report.Begin(source->Facts());
+    report.End({fmt::format("{} added to {}", CountOf(adder.PayloadSize(), "byte"),
+                            CountOf(adder.Added(), "access unit")),
+                {{"userDataSize", adder.PayloadSize()},
+                 {"editedAccessUnits", adder.Added()},
+                 {"unreadableBytes", unreadable}}});
     if (unreadable == 0)
         return StatusGood;
     Complain(fmt::format("{}: damaged: {} of {} bytes could not be read and were copied as they are",
                          source->Name(), unreadable, source->Counts().bytes));
     return StatusFound;
+}
+
+}  // namespace
+
+Status RunUserDataAdd(const UserDataAddOptions& options)
+{
+    const auto report = MakeEditReport(
+        "userdata add", {.isJson = options.isJson, .isBesideResult = options.outputFile == "-"});
+    return ForEachFile({{options.source.file}, options.source}, *report,
+                       [&](const SourceOptions&) { return AddToFile(options, *report); });
 }
 
 }  // namespace tool

@@ -64,6 +64,7 @@ void CUserDataCommandLine::AddAdd(CLI::App* userData, std::function<Status()>& a
         ->type_name("PLACE");
     command->add_flag("--replace", add.replaces,
                       "Replace what an earlier add put into the same access units");
+    command->add_flag("--json", add.isJson, "Report in JSON");
     command->add_option("-o,--output", add.outputFile, "The stream with the user data; may be FILE itself")
         ->required()
         ->type_name("OUT");
@@ -119,6 +120,7 @@ void CUserDataCommandLine::AddRemove(CLI::App* userData, std::function<Status()>
             "Remove the user data with this identifier; list shows them")
         ->type_name("ID")
         ->excludes(all);
+    command->add_flag("--json", remove.isJson, "Report in JSON");
     command->add_option("-o,--output", remove.outputFile, "The stream without user data; may be FILE itself")
         ->required()
         ->type_name("OUT");

@@ -2,6 +2,8 @@
 // stream becomes that stream again.
 
 #include "commands/Commands.h"
+#include "commands/Files.h"
+#include "report/EditReport.h"
 #include "report/Message.h"
 #include "stream/SeiUnit.h"
 
@@ -68,9 +70,7 @@ void CUserDataRemover::Count(const CSeiUnit& sei)
     }
 }
 
-}  // namespace
-
-Status RunUserDataRemove(const UserDataRemoveOptions& options)
+Status RemoveFromFile(const UserDataRemoveOptions& options, CEditReport& report)
 {
     const auto source = OpenSource(options.source);
     const auto output = source->OpenSink({.path = options.outputFile, .force = options.force});
@@ -80,14 +80,27 @@ Status RunUserDataRemove(const UserDataRemoveOptions& options)
                         output->WriteOther(sample, bytes, size);
                     });
     output->Commit();
-    Announce(fmt::format("{} removed, {} left", CountOf(remover.Removed(), "message"), remover.Left()),
-             output->IsStandardOutput());
+    report.Begin(source->Facts());
+    report.End({fmt::format("{} removed, {} left", CountOf(remover.Removed(), "message"), remover.Left()),
+                {{"removedMessages", remover.Removed()},
+                 {"removedForeignMessages", remover.RemovedForeign()},
+                 {"messagesLeft", remover.Left()}}});
     if (remover.RemovedForeign() != 0)
         Complain(fmt::format(
             "{}: {} of other programs removed; if one is the encoder's signature, decoders may choose the "
             "wrong workarounds and show other pictures",
             source->Name(), CountOf(remover.RemovedForeign(), "message")));
     return StatusGood;
+}
+
+}  // namespace
+
+Status RunUserDataRemove(const UserDataRemoveOptions& options)
+{
+    const auto report = MakeEditReport(
+        "userdata remove", {.isJson = options.isJson, .isBesideResult = options.outputFile == "-"});
+    return ForEachFile({{options.source.file}, options.source}, *report,
+                       [&](const SourceOptions&) { return RemoveFromFile(options, *report); });
 }
 
 }  // namespace tool

@@ -29,10 +29,10 @@ _videoparams() {
         params) words="--codec --stream --json --output --force --help" ;;
         check) words="--codec --stream --json --help" ;;
         userdata) words="add get list remove --help" ;;
-        "userdata add") words="--codec --stream --text --data --timestamp --where --replace --output --force --help" ;;
+        "userdata add") words="--codec --stream --text --data --timestamp --where --replace --json --output --force --help" ;;
         "userdata get") words="--codec --stream --json --raw --output --force --help" ;;
         "userdata list") words="--codec --stream --json --help" ;;
-        "userdata remove") words="--codec --stream --all --uuid --output --force --help" ;;
+        "userdata remove") words="--codec --stream --all --uuid --json --output --force --help" ;;
         esac
         # After a command comes a file, unless the word begins like an option.
         if [[ $command != "" && $command != userdata && $current != -* ]]; then

@@ -5,7 +5,7 @@ function __videoparams_is
     set -l command
     for word in $words[2..-1]
         if contains -- "$command $word" ' info' ' units' ' params' ' check' ' userdata' \
-                'userdata add' 'userdata get' 'userdata remove'
+                'userdata add' 'userdata get' 'userdata list' 'userdata remove'
             set command (string trim "$command $word")
         end
     end
@@ -19,18 +19,19 @@ complete -c videoparams -n '__videoparams_is ""' -a info -d 'Describe a stream'
 complete -c videoparams -n '__videoparams_is ""' -a units -d 'List the NAL units'
 complete -c videoparams -n '__videoparams_is ""' -a params -d 'Show the parameter sets'
 complete -c videoparams -n '__videoparams_is ""' -a check -d 'Look for missing pictures and misplaced units'
-complete -c videoparams -n '__videoparams_is ""' -a userdata -d 'Add, get or remove user data'
+complete -c videoparams -n '__videoparams_is ""' -a userdata -d 'Add, get, list or remove user data'
 complete -c videoparams -n '__videoparams_is userdata' -a add -d 'Put bytes of your own into a stream'
-complete -c videoparams -n '__videoparams_is userdata' -a get -d 'List the user data'
+complete -c videoparams -n '__videoparams_is userdata' -a get -d 'Show the user data that add put in'
+complete -c videoparams -n '__videoparams_is userdata' -a list -d 'List all user data'
 complete -c videoparams -n '__videoparams_is userdata' -a remove -d 'Remove user data'
 
-set -l files info units params check 'userdata add' 'userdata get' 'userdata remove'
+set -l files info units params check 'userdata add' 'userdata get' 'userdata list' 'userdata remove'
 set -l outputs params 'userdata add' 'userdata get' 'userdata remove'
 set -l is "__videoparams_is '"(string join "' '" $files)"'"
 complete -c videoparams -n $is -F
 complete -c videoparams -n $is -x -l stream -d 'Video stream of a container'
 complete -c videoparams -n $is -x -l codec -a 'h264 h265' -d 'Codec, if it cannot be detected'
-complete -c videoparams -n '__videoparams_is info units params check' -l json -d 'Write JSON'
+complete -c videoparams -n $is -l json -d 'Write JSON'
 complete -c videoparams -n "__videoparams_is info '"(string join "' '" $outputs)"'" -l force \
     -d 'Replace a file of another kind, write bytes to a terminal'
 complete -c videoparams -n "__videoparams_is '"(string join "' '" $outputs)"'" -r -F -s o -l output -d 'Where to write'
@@ -39,3 +40,8 @@ complete -c videoparams -n '__videoparams_is info' -r -F -l plot -d 'Draw sizes 
 complete -c videoparams -n '__videoparams_is "userdata add"' -x -l text -d 'Add this text'
 complete -c videoparams -n '__videoparams_is "userdata add"' -r -F -l data -d 'Add the bytes of a file'
 complete -c videoparams -n '__videoparams_is "userdata add"' -x -l where -a 'first all key' -d 'Which access units'
+complete -c videoparams -n '__videoparams_is "userdata add"' -x -l timestamp -a 'utc monotonic pts' -d 'Add the time'
+complete -c videoparams -n '__videoparams_is "userdata add"' -l replace -d 'Replace what an earlier add put in'
+complete -c videoparams -n '__videoparams_is "userdata get"' -l raw -d 'Write the bytes to the standard output'
+complete -c videoparams -n '__videoparams_is "userdata remove"' -l all -d 'Remove the user data of all programs'
+complete -c videoparams -n '__videoparams_is "userdata remove"' -x -l uuid -d 'Remove the user data with this identifier'

@@ -18,14 +18,15 @@ std::string Dump(const Json& json)
 }  // namespace
 
 CJsonWriter::CJsonWriter(std::string givenCommand, std::string givenList, const ReportStyle& style)
-    : command(std::move(givenCommand)), listName(std::move(givenList)), isArray(style.hasSeveralFiles)
+    : command(std::move(givenCommand)), listName(std::move(givenList)), isArray(style.hasSeveralFiles),
+      stream(style.isBesideResult ? stderr : stdout)
 {}
 
 void CJsonWriter::BeginObject(const std::string& name)
 {
     if (isArray)
-        fmt::print("{}", objectCount == 0 ? "[\n" : ",\n");
-    fmt::print("{{\n  \"schemaVersion\": {},\n  \"command\": {},\n  \"file\": {}", SchemaVersion,
+        fmt::print(stream, "{}", objectCount == 0 ? "[\n" : ",\n");
+    fmt::print(stream, "{{\n  \"schemaVersion\": {},\n  \"command\": {},\n  \"file\": {}", SchemaVersion,
                Dump(command), Dump(name));
     ++objectCount;
     isInObject = true;
@@ -34,29 +35,30 @@ void CJsonWriter::BeginObject(const std::string& name)
 void CJsonWriter::Begin(const SourceFacts& facts)
 {
     BeginObject(facts.name);
-    fmt::print(",\n  \"format\": {},\n  \"codec\": {}", Dump(facts.format), Dump(CodecName(facts.codec)));
+    fmt::print(stream, ",\n  \"format\": {},\n  \"codec\": {}", Dump(facts.format),
+               Dump(CodecName(facts.codec)));
     if (!listName.empty())
-        fmt::print(",\n  \"{}\": [", listName);
+        fmt::print(stream, ",\n  \"{}\": [", listName);
     itemCount = 0;
 }
 
 void CJsonWriter::Add(const Json& item)
 {
-    fmt::print("{}\n    {}", itemCount++ == 0 ? "" : ",", Dump(item));
+    fmt::print(stream, "{}\n    {}", itemCount++ == 0 ? "" : ",", Dump(item));
 }
 
 void CJsonWriter::End(const Json& members)
 {
     if (!listName.empty())
-        fmt::print("{}]", itemCount == 0 ? "" : "\n  ");
+        fmt::print(stream, "{}]", itemCount == 0 ? "" : "\n  ");
     EndObject(members);
 }
 
 void CJsonWriter::EndObject(const Json& members)
 {
     for (const auto& [name, value] : members.items())
-        fmt::print(",\n  \"{}\": {}", name, Dump(value));
-    fmt::print("\n}}{}", isArray ? "" : "\n");
+        fmt::print(stream, ",\n  \"{}\": {}", name, Dump(value));
+    fmt::print(stream, "\n}}{}", isArray ? "" : "\n");
     isInObject = false;
 }
 
@@ -75,7 +77,7 @@ void CJsonWriter::Fail(const std::string& name, const std::string& message)
 void CJsonWriter::Close() const
 {
     if (isArray)
-        fmt::print("{}\n]\n", objectCount == 0 ? "[" : "");
+        fmt::print(stream, "{}\n]\n", objectCount == 0 ? "[" : "");
 }
 
 Json Rounded(double value)

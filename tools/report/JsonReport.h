@@ -8,6 +8,7 @@
 
 #include "report/Report.h"
 
+#include <cstdio>
 #include <nlohmann/json.hpp>
 #include <span>
 #include <string>
@@ -35,6 +36,7 @@ private:
     std::string command;
     std::string listName;
     bool isArray;
+    std::FILE* stream;
     bool isInObject = false;
     uint64_t objectCount = 0;
     uint64_t itemCount = 0;

@@ -15,6 +15,7 @@ struct ReportStyle
 {
     bool isJson = false;
     bool hasSeveralFiles = false;  // then each result names its file
+    bool isBesideResult = false;   // the standard output has an edited stream, so print on standard error
 };
 
 class CReport
