@@ -192,39 +192,4 @@ TEST(HevcAccessUnits, LayersAboveTheBaseAreTreatedLikeIt)
     EXPECT_EQ(reports[3].bytes, HevcSei() + base);
 }
 
-// The rate of a VPS goes to the next SPS that has none, if no flush and no SPS of the same access unit comes
-// first.
-TEST(HevcAccessUnits, ARateOfAVpsGoesToTheNextSpsWithoutOne)
-{
-    const HevcVui thirty = {.timing = Timing{1, 30}};
-    const HevcVui sixty = {.timing = Timing{1, 60}};
-    const Bytes vps = HevcVps{.timing = thirty.timing}.Write();
-    const Bytes sps = HevcSps{}.Write();
-    const Bytes timedSps = HevcSps{.vui = sixty}.Write();
-    const Bytes key = hevc.slice(0, Picture::Key, true);
-    const Bytes delimiter = HevcDelimiter();
-    const struct
-    {
-        const char* what;
-        std::vector<Bytes> calls;
-        uint32_t rate;
-    } cases[] = {
-        {"the same access unit", {vps + sps + key}, 30},
-        {"the same one, SPS pending", {vps, sps + key}, 30},
-        {"a later one", {timedSps + key, delimiter + vps + key, delimiter + sps + key}, 30},
-        {"a later one with a rate", {timedSps + key, delimiter + vps + key, delimiter + timedSps + key}, 60},
-        {"the SPS after that one", {vps + timedSps + key, delimiter + sps + key}, 0},
-        {"a VPS that the first access unit began with", {vps + key, sps + key}, 0},
-        {"after a flush", {vps, {}, sps + key}, 0},
-        {"after a flush, pending", {delimiter + vps, {}, delimiter + sps + key}, 0},
-        {"an SPS does not pass its own on", {timedSps + key + sps + hevc.slice(0, Picture::Key, false)}, 0},
-    };
-    for (const auto& row : cases) {
-        const VideoInfo info = Analysed(hevc, row.calls).back().info;
-        EXPECT_EQ(info.width, 416u) << row.what;
-        EXPECT_EQ(info.frameRateNumerator, row.rate) << row.what;
-        EXPECT_EQ(info.frameRateDenominator, row.rate != 0) << row.what;
-    }
-}
-
 }  // namespace videoparams::test

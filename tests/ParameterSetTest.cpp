@@ -247,37 +247,6 @@ TEST(AvcParameterSets, AreKeptIfTheyWereReadWhole)
     EXPECT_FALSE(isTaken(AvcSps{}.Write() + AvcUnit(8, {})));
 }
 
-TEST(HevcParameterSets, GiveTheRateOfAVps)
-{
-    const HevcSubLayer both = {.hasProfile = true, .hasLevel = true};
-    const HevcVps cases[] = {
-        {.timing = timing},
-        {.sub_layer_ordering_info_present_flag = 0, .timing = timing},
-        {.subLayers = {{false, true}, {false, true}}, .timing = timing},
-        {.subLayers = {both, {}, {true, false}}, .sub_layer_ordering_info_present_flag = 0, .timing = timing},
-        {.subLayers = {both, both, both, both, both, both, both}, .timing = timing},
-        {.vps_max_layer_id = 5, .vps_num_layer_sets_minus1 = 3, .timing = timing},
-        {.vps_max_layer_id = 62, .vps_num_layer_sets_minus1 = 1023, .timing = timing},
-    };
-    const auto rateOf = [](const Bytes& rbsp) {
-        const VideoInfo info = Described(hevc, HevcUnit(32, rbsp) + HevcSps{}.Write()).info;
-        return std::pair(info.frameRateNumerator, info.frameRateDenominator);
-    };
-    const std::pair<uint32_t, uint32_t> none = {0, 0};
-    for (const HevcVps& vps : cases) {
-        BitWriter whole;
-        vps.WriteTo(whole);
-        const size_t end = (whole.BitsTo("timing") + 7) / 8;
-        for (size_t kept = whole.Written().size(); kept > 0;
-             kept -= kept > end + 1 || kept < end - 9 ? kept / 8 + 1 : 1) {
-            const Bytes cut(whole.Written().begin(), whole.Written().begin() + static_cast<ptrdiff_t>(kept));
-            EXPECT_EQ(rateOf(cut), kept >= end ? std::pair(60000u, 1001u) : none)
-                << &vps - cases << ", " << kept;
-        }
-    }
-    EXPECT_EQ(rateOf(RbspOf(HevcVps{})), none);
-}
-
 TEST(HevcParameterSets, MoreThanSixtyFourReferencePictureSetsEndTheReading)
 {
     HevcSps sps = {.vui = HevcVui{.timing = timing}};
@@ -286,38 +255,6 @@ TEST(HevcParameterSets, MoreThanSixtyFourReferencePictureSetsEndTheReading)
     EXPECT_EQ(info.width, 416u);
     EXPECT_EQ(info.sequenceInfoValid, 1u);
     EXPECT_EQ(info.video_format + info.frameRateNumerator, 0u);
-}
-
-TEST(HevcParameterSets, AnSpsOverridesTheRateOfTheVpsOrKeepsIt)
-{
-    const Timing film = {.num_units_in_tick = 1, .time_scale = 24};
-    const HevcVui timed = {.timing = timing};
-    const struct
-    {
-        const char* name;
-        HevcVps vps;
-        HevcSps sps;
-        uint32_t numerator;
-        uint32_t denominator;
-    } cases[] = {
-        {"both", {.timing = film}, {.vui = timed}, 60000, 1001},
-        {"VPS, a scale of 0", {.timing = film}, {.vui = HevcVui{.timing = Timing{1001, 0}}}, 0, 1001},
-        {"VPS, no VUI", {.timing = film}, {}, 24, 1},
-        {"VPS, VUI without timing", {.timing = film}, {.vui = HevcVui{}}, 24, 1},
-        {"SPS", {}, {.vui = timed}, 60000, 1001},
-    };
-    for (const auto& row : cases) {
-        const Bytes unit = row.vps.Write() + row.sps.Write() + HevcPps() + hevc.slice(0, Picture::Key, true);
-        Analysis host(VideoCodecHEVC);
-        for (const Bytes& fed : {unit, HevcDelimiter() + unit, unit, Bytes{}})
-            host.Feed(fed);
-        ASSERT_EQ(host.Reports().size(), 3u);
-        for (const Analysis::Report& report : host.Reports()) {
-            EXPECT_EQ(report.info.frameRateNumerator, row.numerator) << row.name;
-            EXPECT_EQ(report.info.frameRateDenominator, row.denominator) << row.name;
-            EXPECT_EQ(report.info.width, 416u) << row.name;
-        }
-    }
 }
 
 }  // namespace videoparams::test

@@ -1,14 +1,13 @@
 #!/usr/bin/env python3
-"""Gives every picture of the test streams user data of its own and asks ffmpeg what it makes of that.
+"""Gives every picture of the test streams user data of its own, and decodes the result with ffmpeg.
 
-The decoded pictures must be the same, and every message must come out with the very picture that it was given to.
-Ends with 77 where ffmpeg or ffprobe is not installed.
+The decoded pictures must be the same, and every message must come out with the picture that it was given to.
+Exits with 77 if ffmpeg or ffprobe is not installed.
 
     ffmpeg-round-trip.py LIBRARY
 """
 
 import bisect
-import io
 import itertools
 import json
 import os
@@ -74,7 +73,7 @@ def check_placement(path, edited, structures, copy):
         yield "the pictures changed"
     if not len(shown) == len(probed) == len(hashes):
         yield f"of {len(hashes)} pictures {len(shown)} and {len(probed)} were shown"
-    # Where a picture's bytes begin: a zero in front of a start code is counted with them or with those before.
+    # Where a picture's bytes begin: a zero before a start code is counted with them or with the previous bytes.
     numbers = [bisect.bisect_right(starts, position + 1) - 1 for position, _ in probed]
     given = [[message(unit) for unit in pictures_of(structures)[i]] for i in numbers]
     # The messages of pictures that the decoder leaves out come with the next one.
@@ -87,15 +86,23 @@ def check_placement(path, edited, structures, copy):
             yield f"of {len(messages)} messages of access unit {i} ffprobe shows {count}"
 
 
+def access_units(path, library, codec):
+    """The access units as the library reports them, and for each whether it is a frame or a field: F or -."""
+    with library.Parser(codec) as parser:
+        reports = [parser.parse(unit) for unit in library.units([path.read_bytes()])] + [parser.flush()]
+        units = [report.data for report in reports if report]
+        tests = [parser.test_sample(unit) for unit in units]
+    return units, "".join("F" if test is None or test.is_frame else "-" for test in tests)
+
+
 def check(path, library, work):
-    description = json.loads(path.with_suffix(".json").read_text())["accessUnits"]
-    stream = io.BytesIO(path.read_bytes())
-    units = [stream.read(size) for size in description["sizes"]]
+    codec = library.Codec.AVC if path.suffix == ".h264" else library.Codec.HEVC
+    units, structures = access_units(path, library, codec)
     copy = work / path.name
-    with library.UserDataEditor(library.Codec.AVC if path.suffix == ".h264" else library.Codec.HEVC) as editor:
+    with library.UserDataEditor(codec) as editor:
         edited = [editor.add(unit, message(i)) for i, unit in enumerate(units)]
         copy.write_bytes(b"".join(edited))
-        yield from check_placement(path, edited, description["structures"], copy)
+        yield from check_placement(path, edited, structures, copy)
 
 
 def main():

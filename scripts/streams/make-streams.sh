@@ -1,16 +1,18 @@
 #!/usr/bin/env bash
-# Makes the test streams of this folder anew, and what is recorded beside them: every NAME.h264, NAME.h265 and
-# NAME.json.
+# Makes the test streams and their descriptions: every NAME.h264, NAME.h265 and NAME.json.
+#
+#   scripts/streams/make-streams.sh [FOLDER]    FOLDER: tests/streams by default; its streams are replaced
 set -Eeuo pipefail
 
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+streams=${1:-$here/../../tests/streams}
 work=$(mktemp -d)
 log=$work/log
 trap 'rm -rf "$work"' EXIT
 trap '[[ ! -s $log ]] || cat "$log" >&2' ERR
 export PYTHONDONTWRITEBYTECODE=1
 
-"$here/../../scripts/setup.sh" ffmpeg streams
+"$here/../setup.sh" ffmpeg streams
 
 # picture SOURCE FRAMES PIXEL_FORMAT: the synthetic video to encode, in $work/source.y4m
 picture() {
@@ -32,7 +34,7 @@ avc() {
     [[ $format == *10le ]] && depth=10
     x264 --quiet --no-progress --threads 1 --cpu-independent --crf 32 --output-csp $colours --output-depth $depth \
         "$@" --output "$work/avc.h264" "$work/source.y4m" 2>"$log"
-    "$here/edit_stream.py" "${edit[@]}" "$work/avc.h264" "$here/$name.h264"
+    "$here/edit_stream.py" "${edit[@]}" "$work/avc.h264" "$streams/$name.h264"
     edit=(--drop-user-data)
 }
 
@@ -46,7 +48,7 @@ hevc() {
     shift 4
     timeout 120 x265 --log-level error --no-progress --pools none --frame-threads 1 --no-wpp --no-info --crf 34 \
         --output-depth $depth "$@" --input "$work/source.y4m" --output "$work/hevc.h265" 2>"$log"
-    "$here/edit_stream.py" "${edit[@]}" "$work/hevc.h265" "$here/$name.h265"
+    "$here/edit_stream.py" "${edit[@]}" "$work/hevc.h265" "$streams/$name.h265"
     edit=(--drop-user-data)
 }
 
@@ -70,15 +72,15 @@ make_avc() {
 
     avc avc-mbaff "$(interlaced 176x144 tff)" 25 yuv420p --tff --keyint 12
     avc avc-mbaff-bottom-first "$(interlaced 176x144 bff)" 15 yuv420p --bff --keyint 15 --slices 2 --aud
-    "$here/write_paff_stream.py" "$here/avc-paff.h264"
-    "$here/write_paff_stream.py" --poc-type 1 "$here/avc-paff-poc-type-1.h264"
+    "$here/write_paff_stream.py" "$streams/avc-paff.h264"
+    "$here/write_paff_stream.py" --poc-type 1 "$streams/avc-paff-poc-type-1.h264"
 
     avc avc-1080 "$(bars 1920x1080)" 3 yuv420p --crf 50 --preset slow
     avc avc-1080-interlaced "$(interlaced 1920x1080 tff)" 2 yuv420p --tff --crf 50 --preset slow
     avc avc-crop-four-sides "$(bars 176x144)" 10 yuv420p --crop-rect 6,4,10,2
     avc avc-size-change-1 "$(bars 128x96)" 8 yuv420p --sps-id 0
     avc avc-size-change-2 "$(bars 160x112 30)" 8 yuv420p --sps-id 1
-    (cd "$here" && cat avc-size-change-1.h264 avc-size-change-2.h264 avc-size-change-1.h264 >"$work/joined" &&
+    (cd "$streams" && cat avc-size-change-1.h264 avc-size-change-2.h264 avc-size-change-1.h264 >"$work/joined" &&
         rm avc-size-change-[12].h264 && mv "$work/joined" avc-size-change.h264)
 
     avc avc-400 "$(odd_bars 125x91 gray)" 10 gray
@@ -123,7 +125,7 @@ make_hevc() {
     hevc hevc-1080 "$(bars 1920x1080)" 3 yuv420p --min-cu-size 16 --crf 48
     hevc hevc-size-change-1 "$(bars 128x96)" 8 yuv420p
     hevc hevc-size-change-2 "$(bars 160x112 30)" 8 yuv420p
-    (cd "$here" && cat hevc-size-change-1.h265 hevc-size-change-2.h265 hevc-size-change-1.h265 >"$work/joined" &&
+    (cd "$streams" && cat hevc-size-change-1.h265 hevc-size-change-2.h265 hevc-size-change-1.h265 >"$work/joined" &&
         rm hevc-size-change-[12].h265 && mv "$work/joined" hevc-size-change.h265)
 
     hevc hevc-400 "$(odd_bars 125x91 gray)" 10 gray
@@ -141,17 +143,17 @@ make_hevc() {
         --colorprim smpte170m --transfer bt470m --colormatrix fcc --display-window 4,2,6,8
     hevc hevc-hrd "$(bars 176x144 50)" 20 yuv420p --hrd --bitrate 80 --vbv-maxrate 120 --vbv-bufsize 120 \
         --repeat-headers --keyint 10 --no-open-gop --scaling-list default
-    edit+=(--mend-sps-without-timing)
+    edit+=(--fix-sps-without-timing)
     hevc hevc-no-timing "$(bars 128x96)" 10 yuv420p --no-vui-timing-info
     hevc hevc-vps-timing "$(bars 128x96 24000/1001)" 10 yuv420p
-    ffmpeg -v error -nostdin -i "$here/hevc-vps-timing.h265" -c copy \
+    ffmpeg -v error -nostdin -i "$streams/hevc-vps-timing.h265" -c copy \
         -bsf:v hevc_metadata=tick_rate=60000/1001:num_ticks_poc_diff_one=1 -f hevc "$work/ticks.h265"
-    mv "$work/ticks.h265" "$here/hevc-vps-timing.h265"
+    mv "$work/ticks.h265" "$streams/hevc-vps-timing.h265"
     edit=()
     hevc hevc-user-data "$(bars 128x96)" 12 yuv420p --info --repeat-headers --no-open-gop --keyint 6
 }
 
-rm -f "$here"/*.h264 "$here"/*.h265 "$here"/*.json
+rm -f "$streams"/*.h264 "$streams"/*.h265 "$streams"/*.json
 make_avc
 make_hevc
-"$here/describe_stream.py" "$here"/*.h264 "$here"/*.h265
+"$here/describe_stream.py" "$streams"/*.h264 "$streams"/*.h265

@@ -19,7 +19,7 @@ def without_repeated_headers(units):
 
 
 def from_second_key_picture(units):
-    """Begin with the parameter sets in front of the second IDR or IRAP picture."""
+    """Begin with the parameter sets before the second IDR or IRAP picture."""
     keys = [i for i, unit in enumerate(units) if unit.is_key_slice and starts_picture(unit)]
     first = keys[1]
     while units[first - 1].may_open_access_unit:
@@ -44,7 +44,7 @@ def with_second_cra_as_bla(units):
         yield unit
 
 
-def with_mended_sps(units):
+def with_fixed_sps(units):
     """x265 leaves a vui_hrd_parameters_present_flag behind in a VUI without timing; the flags after it are zero too,
     so the bit before the stop bit is as good a one to take out."""
     for unit in units:
@@ -68,7 +68,7 @@ def main():
     parser.add_argument("--headers-once", action="store_true")
     parser.add_argument("--from-second-key-picture", action="store_true")
     parser.add_argument("--second-cra-as-bla", action="store_true")
-    parser.add_argument("--mend-sps-without-timing", action="store_true")
+    parser.add_argument("--fix-sps-without-timing", action="store_true")
     options = parser.parse_args()
 
     units = annexb.nal_units(options.input.read_bytes(), annexb.codec_of(options.output))
@@ -78,8 +78,8 @@ def main():
         units = from_second_key_picture(units)
     if options.second_cra_as_bla:
         units = with_second_cra_as_bla(units)
-    if options.mend_sps_without_timing:
-        units = with_mended_sps(units)
+    if options.fix_sps_without_timing:
+        units = with_fixed_sps(units)
     if options.headers_once:
         units = without_repeated_headers(units)
     options.output.write_bytes(b"".join(unit.data for unit in units))
