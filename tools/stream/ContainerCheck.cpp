@@ -10,8 +10,6 @@ namespace tool {
 
 namespace {
 
-constexpr uint32_t RecoveryPoint = 6;  // payloadType, H.264 D.1.8 and H.265 D.2.8
-
 // Times that differ by more than this from one sample to the next are a jump, if it is also many frames.
 constexpr double JumpSeconds = 1;
 constexpr int64_t JumpFrames = 10;
@@ -27,14 +25,6 @@ std::vector<unsigned char> BytesAfterStartCode(const NalUnit& unit)
     return {unit.Header(), end};
 }
 
-bool RefersToOthers(const AccessUnit& picture)
-{
-    constexpr int32_t TypeI = 2;  // slice_type modulo 5, H.264 Table 7-6
-    constexpr int32_t TypeSi = 4;
-    const int32_t type = picture.slice_type % 5;
-    return picture.slice_type >= 0 && type != TypeI && type != TypeSi;
-}
-
 }  // namespace
 
 CContainerCheck::CContainerCheck(const SourceFacts& source) : facts(source), container(*source.container) {}
@@ -44,17 +34,14 @@ std::vector<SampleFinding> CContainerCheck::Take(const NalUnit& unit, UnitRole r
 {
     if (analysis.Completed() != nullptr)
         TakeCompleted(*analysis.Completed());
-    if (unit.sample && unit.sample != contents.sample) {
+    if (unit.sample && unit.sample != contents.Of()) {
         FinishSample();
-        contents.sample = unit.sample;
+        contents = CSampleContents(unit.sample);
         CheckTimes(unit.sample);
     }
     if (unit.IsVps() || unit.IsSps() || unit.IsPps())
         TakeParameterSet(unit);
-    if (unit.IsSei() && CSeiUnit(unit).Has(RecoveryPoint))
-        contents.hasRecoveryPoint = true;
-    if (role == UnitRole::FirstSlice || role == UnitRole::FurtherSlice)
-        TakeSlice(unit, role, analysis.Current());
+    contents.Take(unit, role, analysis.Current());
     return std::exchange(findings, {});
 }
 
@@ -72,17 +59,6 @@ std::vector<SampleFinding> CContainerCheck::Finish(const SourceCounts& counts,
     if (!end.error.empty())
         Add(fmt::format("reading ended after {} samples: {}", end.samples, end.error));
     return std::exchange(findings, {});
-}
-
-void CContainerCheck::TakeSlice(const NalUnit& unit, UnitRole role, const AccessUnit& picture)
-{
-    contents.hasIrap = contents.hasIrap || unit.IsKeySlice();
-    contents.hasIdr = contents.hasIdr || unit.IsIdrSlice();
-    contents.refersToOthers = contents.refersToOthers || RefersToOthers(picture);
-    if (role == UnitRole::FirstSlice)
-        ++(picture.isField ? contents.fields : contents.frames);
-    else if (contents.frames == 0 && contents.fields == 0)
-        contents.isContinued = true;
 }
 
 // A set of the sample description holds until one with its identifier comes in a sample.
@@ -126,7 +102,7 @@ void CContainerCheck::TakeCompleted(const AccessUnit& picture)
 
 void CContainerCheck::FinishSample()
 {
-    if (contents.sample) {
+    if (contents.Of()) {
         CheckPictures();
         if (container.marksKeySamples)
             CheckMark();
@@ -134,31 +110,23 @@ void CContainerCheck::FinishSample()
     contents = {};
 }
 
-// Two fields of one frame share a sample.
 void CContainerCheck::CheckPictures()
 {
-    if (contents.isContinued)
+    if (contents.IsContinued())
         Add("it begins with slices of a picture that began in an earlier sample");
-    const uint64_t count = contents.frames + (contents.fields + 1) / 2;
-    if (count == 0 && !contents.isContinued)
+    else if (contents.Pictures() == 0)
         Add("it holds no picture; one is expected");
-    else if (count > 1)
-        Add(fmt::format("it holds {} pictures; one is expected", contents.frames + contents.fields));
+    if (contents.Pictures() > 1)
+        Add(fmt::format("it holds {} pictures; one is expected", contents.Pictures()));
 }
 
-// A picture with a recovery point, and an H.265 CRA or BLA picture, may be marked or not.
 void CContainerCheck::CheckMark()
 {
-    const bool isMarked = contents.sample->isKey;
-    if (contents.hasIdr && !isMarked)
-        Add("an IDR picture is not marked as a key sample: players cannot seek to it");
-    if (!isMarked || contents.hasIrap || contents.hasRecoveryPoint ||
-        (contents.frames == 0 && contents.fields == 0))
+    const std::optional<bool> required = contents.RequiredMark();
+    if (!required || *required == contents.Of()->isKey)
         return;
-    if (facts.codec == VideoCodecHEVC)
-        Add("it is marked as a key sample, but its picture is no IRAP picture: decoding cannot start here");
-    else if (contents.refersToOthers)
-        Add("it is marked as a key sample, but its picture refers to others: decoding cannot start here");
+    Add(*required ? "an IDR picture is not marked as a key sample: players cannot seek to it"
+                  : "it is marked as a key sample, but decoding cannot start with its picture");
 }
 
 void CContainerCheck::CheckTimes(const std::shared_ptr<const Sample>& sample)

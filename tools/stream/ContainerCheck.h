@@ -5,7 +5,7 @@
 
 #pragma once
 
-#include "stream/StreamAnalysis.h"
+#include "stream/SampleContents.h"
 #include "stream/UnitSource.h"
 
 #include <map>
@@ -37,19 +37,6 @@ public:
 private:
     using SetKey = std::pair<uint32_t, uint32_t>;  // nal_unit_type and identifier
 
-    struct Contents  // of the sample at hand
-    {
-        std::shared_ptr<const Sample> sample;
-        uint64_t frames = 0;
-        uint64_t fields = 0;
-        bool isContinued = false;  // begins with slices of a picture that began in an earlier sample
-        bool hasIdr = false;
-        bool hasIrap = false;
-        bool hasRecoveryPoint = false;
-        bool refersToOthers = false;  // a slice of type P or B (H.264)
-    };
-
-    void TakeSlice(const NalUnit& unit, UnitRole role, const AccessUnit& picture);
     void TakeParameterSet(const NalUnit& unit);
     void TakeCompleted(const AccessUnit& picture);
     void FinishSample();
@@ -58,11 +45,11 @@ private:
     void CheckTimes(const std::shared_ptr<const Sample>& sample);
     void CheckFrameRate();
     std::string Time(int64_t ticks) const;
-    void Add(const std::string& text) { findings.push_back({contents.sample, text}); }
+    void Add(const std::string& text) { findings.push_back({contents.Of(), text}); }
 
     const SourceFacts& facts;
     const ContainerFacts& container;
-    Contents contents;
+    CSampleContents contents;  // of the sample at hand
     std::vector<SampleFinding> findings;
 
     std::map<SetKey, std::vector<unsigned char>> describedSets;

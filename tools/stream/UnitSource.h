@@ -67,6 +67,10 @@ public:
     // break them up.
     virtual void PrintsLines() = 0;
 
+    // Call after ForEach and before an edited copy takes its place: a copy of a part would lose the rest.
+    // Throws CToolError if the source was not read to its end.
+    void RefuseIfIncomplete() const;
+
     const SourceFacts& Facts() const { return facts; }
     VideoCodecType Codec() const { return facts.codec; }
     const std::string& Name() const { return facts.name; }

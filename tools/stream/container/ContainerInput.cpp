@@ -46,11 +46,17 @@ bool IsSupported(AVCodecID codec)
     return codec == AV_CODEC_ID_H264 || codec == AV_CODEC_ID_HEVC;
 }
 
-// Where packets are whole samples with marks of their own. A parser would replace the marks by what it sees.
-bool HasSampleMarks(const AVInputFormat& format)
+bool IsMov(const AVInputFormat& format)
+{
+    return std::string_view(format.name).starts_with("mov");
+}
+
+// libavformat parses the packets of these formats and replaces their marks by what it sees, unless it is told
+// not to.
+bool LosesMarks(const AVInputFormat& format)
 {
     const std::string_view name = format.name;
-    return name.starts_with("matroska") || name.starts_with("mov") || name == "flv";
+    return name.starts_with("matroska") || name == "flv";
 }
 
 const AVInputFormat* ProbeFormat(const std::vector<unsigned char>& head, int& score)
@@ -126,7 +132,7 @@ void CContainerInput::Open(const char* url, const AVInputFormat* format)
     if (code < 0)
         throw CToolError(fmt::format("{}: it cannot be opened: {}", name, Describe(code)));
     context.reset(opened);
-    if (MarksSamples())
+    if (LosesMarks(*opened->iformat))
         opened->flags |= AVFMT_FLAG_NOPARSE;
     code = avformat_find_stream_info(opened, nullptr);
     if (code < 0)
@@ -186,12 +192,12 @@ bool CContainerInput::Read(AVPacket& packet)
 
 bool CContainerInput::MarksSamples() const
 {
-    return HasSampleMarks(*context->iformat);
+    return IsMov(*context->iformat) || LosesMarks(*context->iformat);
 }
 
 bool CContainerInput::IndexIsComplete() const
 {
-    return std::string_view(context->iformat->name).starts_with("mov");
+    return IsMov(*context->iformat);
 }
 
 uint64_t CContainerInput::BytesRead() const

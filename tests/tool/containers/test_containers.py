@@ -1,0 +1,107 @@
+"""Containers through the tool: what it reads agrees with ffprobe, and what it edits differs in the edited units only."""
+
+import json
+import os
+import subprocess
+import tempfile
+import unittest
+from concurrent.futures import ThreadPoolExecutor
+from pathlib import Path
+
+from samples import CASES, Workshop, ffmpeg, run
+
+TOOL = os.environ["VIDEOPARAMS_TOOL"]
+FIELDS = "packet=stream_index,pts,dts,duration,size,flags,data_hash"
+
+
+def packets(path):
+    """The packets of each stream, in its order."""
+    listing = json.loads(run("ffprobe", "-v", "error", "-show_entries", FIELDS, "-show_data_hash", "md5", "-of", "json", path))
+    streams = {}
+    for packet in listing["packets"]:
+        packet.pop("side_data_list", None)
+        streams.setdefault(packet.pop("stream_index"), []).append(packet)
+    return streams
+
+
+def decoded(path):
+    return run("ffmpeg", "-v", "error", "-i", path, "-map", "0:v", "-f", "framemd5", "-").decode()
+
+
+def description(path):
+    """What must survive an edit besides the packets."""
+    entries = "stream=codec_name,codec_tag_string,width,height,time_base:stream_tags:stream_side_data=rotation:format_tags:chapters"
+    found = json.loads(run("ffprobe", "-v", "error", "-show_entries", entries, "-show_chapters", "-of", "json", path))
+    for stream in found["streams"]:
+        for tag in [tag for tag in stream.get("tags", {}) if tag.startswith(("NUMBER_OF", "BPS", "_STAT", "DURATION"))]:
+            del stream["tags"][tag]
+    return found
+
+
+def tool(*arguments, status=0):
+    done = subprocess.run([TOOL, *map(str, arguments)], stdin=subprocess.DEVNULL, capture_output=True)
+    assert done.returncode == status, f"{arguments}: status {done.returncode}: {done.stderr.decode()[:500]}"
+    return done.stdout
+
+
+class Containers(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.scratch = tempfile.TemporaryDirectory(prefix="videoparams containers ")
+        cls.addClassCleanup(cls.scratch.cleanup)
+        cls.workshop = Workshop(cls.scratch.name)
+
+    def for_each(self, cases, check):
+        for name in {case.video for case in cases}:
+            self.workshop.video(name)
+        with ThreadPoolExecutor(2) as pool:
+            results = {case.name: pool.submit(check, case) for case in cases}
+        for name, result in results.items():
+            with self.subTest(file=name):
+                result.result()
+
+    def test_reading_agrees_with_ffprobe(self):
+        self.for_each(CASES, self.compare_reading)
+
+    def compare_reading(self, case):
+        path = self.workshop.make(case)
+        info = json.loads(tool("info", "--json", "--units", path))
+        video = packets(path)[0]
+        units = info["accessUnits"]
+        if "fields" in case.name:
+            self.assertGreaterEqual(len(units), len(video))
+            return
+        self.assertEqual(len(units), len(video))
+        for unit, packet in zip(units, video):
+            times = [(unit[key] or {}).get("ticks") for key in ("pts", "dts", "duration")]
+            self.assertEqual(times, [packet.get(key) for key in ("pts", "dts", "duration")])
+            if case.length_size == 4:
+                self.assertEqual(unit["size"], int(packet["size"]))
+            if unit["keyFrame"]:
+                self.assertIn("K", packet["flags"])
+
+    def test_adding_and_removing_gives_the_packets_back(self):
+        self.for_each(CASES, self.edit)
+
+    def edit(self, case):
+        path = self.workshop.make(case)
+        added = path.with_name("added " + path.name)
+        removed = path.with_name("removed " + path.name)
+        tool("userdata", "add", path, "--text", "take 7", "--where", "all", "-o", added)
+        tool("userdata", "remove", added, "-o", removed)
+        before, edited, after = packets(path), packets(added), packets(removed)
+        self.assertEqual(before, after)
+        self.assertEqual(description(path), description(removed))
+        self.assertEqual(decoded(path), decoded(added))
+        for stream in before:
+            times = [[packet[key] for key in ("pts", "dts") if key in packet] for packet in before[stream]]
+            self.assertEqual(times, [[packet[key] for key in ("pts", "dts") if key in packet] for packet in edited[stream]])
+            if stream != 0:
+                self.assertEqual(before[stream], edited[stream])
+        messages = json.loads(tool("userdata", "get", "--json", added))["messages"]
+        self.assertEqual({message["text"] for message in messages}, {"take 7"})
+        self.assertEqual(len(messages), len(json.loads(tool("info", "--json", "--units", path))["accessUnits"]))
+
+
+if __name__ == "__main__":
+    unittest.main()
