@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Writes the records of the tool's outputs anew. Read every line of the difference before you commit it: the tests take the
-# records for the truth.
+# Records the outputs of the command again. Read every line of the difference before you commit it: the tests compare the
+# outputs with these records.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
