@@ -10,14 +10,16 @@ namespace tool {
 namespace {
 
 constexpr const char* Footer =
-    "FILE is an H.264 or H.265 byte stream (Annex B) of any length; - is the standard input.\n"
+    "FILE is a container (MP4, MOV, MKV, TS and others) with H.264 or H.265 video, or a byte stream (Annex "
+    "B), of any\n"
+    "length; - is the standard input. A URL that libavformat supports is read live.\n"
     "Access units and NAL units are counted from 0, in the order of the stream; offsets are in bytes.\n\n"
     "Status: 0 all is well; 1 the stream is damaged, check found something, or there was no user data;\n"
     "2 the command could not be carried out.\n\n"
     "Examples:\n"
-    "  videoparams info film.h264 --plot sizes.svg\n"
-    "  videoparams userdata add film.h265 --text \"take 7\" --where key -o stamped.h265\n"
-    "  ffmpeg -v error -i film.mp4 -c copy -bsf:v h264_mp4toannexb -f h264 - | videoparams info -";
+    "  videoparams info film.mp4 --plot sizes.svg\n"
+    "  videoparams check film.mkv\n"
+    "  videoparams userdata add film.mp4 --text \"take 7\" --where key -o stamped.mp4";
 
 class CCommandLine
 {
@@ -30,6 +32,7 @@ private:
     void AddUnits();
     void AddParams();
     void AddCheck();
+    void AddFix();
 
     template <class Options>
     void SetAction(CLI::App* command, Status (*run)(const Options&), const Options& options)
@@ -43,6 +46,7 @@ private:
     UnitsOptions units;
     ParamsOptions params;
     CheckOptions check;
+    FixOptions fix;
     CUserDataCommandLine userData;
 };
 
@@ -54,6 +58,7 @@ CCommandLine::CCommandLine()
     AddUnits();
     AddParams();
     AddCheck();
+    AddFix();
     userData.AddTo(app, action);
     app.footer(Footer);
 }
@@ -108,6 +113,20 @@ void CCommandLine::AddCheck()
     AddFiles(command, check.input);
     command->add_flag("--json", check.isJson, "Write JSON");
     SetAction(command, RunCheck, check);
+}
+
+void CCommandLine::AddFix()
+{
+    CLI::App* const command =
+        app.add_subcommand("fix", "Correct the marks of key samples in a container, and list what changed");
+    command->footer("OUT appears when it is complete; a failure leaves it as it was.");
+    AddFile(command, fix.source);
+    command->add_flag("--json", fix.isJson, "Write JSON");
+    command->add_option("-o,--output", fix.outputFile, "The container with correct marks; may be FILE itself")
+        ->required()
+        ->type_name("OUT");
+    AddForce(command, fix.force);
+    SetAction(command, RunFix, fix);
 }
 
 int CCommandLine::Run(int argc, char** argv)

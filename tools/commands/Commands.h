@@ -41,6 +41,14 @@ struct CheckOptions
     bool isJson = false;
 };
 
+struct FixOptions
+{
+    SourceOptions source;
+    bool isJson = false;
+    std::string outputFile;
+    bool force = false;
+};
+
 enum class Where
 {
     First,
@@ -90,6 +98,7 @@ Status RunInfo(const InfoOptions& options);
 Status RunUnits(const UnitsOptions& options);
 Status RunParams(const ParamsOptions& options);
 Status RunCheck(const CheckOptions& options);
+Status RunFix(const FixOptions& options);
 Status RunUserDataAdd(const UserDataAddOptions& options);
 Status RunUserDataGet(const UserDataGetOptions& options);
 Status RunUserDataList(const UserDataListOptions& options);

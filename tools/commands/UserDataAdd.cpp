@@ -214,6 +214,7 @@ Status AddToFile(const UserDataAddOptions& options, CEditReport& report)
     if (adder.Added() == 0)
         throw CToolError(fmt::format("{}: there is no {} to put the message into", source->Name(),
                                      options.where == Where::Key ? "key frame" : "picture"));
+    source->RefuseIfIncomplete();
     output->Commit();
     const uint64_t unreadable = adder.Analysis().Found().bytes + source->Counts().skippedBytes;
     report.Begin(source->Facts());

@@ -79,6 +79,7 @@ Status RemoveFromFile(const UserDataRemoveOptions& options, CEditReport& report)
                     [&](const auto& sample, const unsigned char* bytes, size_t size) {
                         output->WriteOther(sample, bytes, size);
                     });
+    source->RefuseIfIncomplete();
     output->Commit();
     report.Begin(source->Facts());
     report.End({fmt::format("{} removed, {} left", CountOf(remover.Removed(), "message"), remover.Left()),

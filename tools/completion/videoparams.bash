@@ -7,7 +7,7 @@ _videoparams() {
     COMPREPLY=()
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
         case "$command $word" in
-        " info" | " units" | " params" | " check" | " userdata") command=$word ;;
+        " info" | " units" | " params" | " check" | " fix" | " userdata") command=$word ;;
         "userdata add" | "userdata get" | "userdata list" | "userdata remove") command="userdata $word" ;;
         esac
     done
@@ -23,11 +23,12 @@ _videoparams() {
         ;;
     *)
         case $command in
-        "") words="info units params check userdata --help --version" ;;
+        "") words="info units params check fix userdata --help --version" ;;
         info) words="--codec --stream --units --json --plot --force --help" ;;
         units) words="--codec --stream --json --help" ;;
         params) words="--codec --stream --json --output --force --help" ;;
         check) words="--codec --stream --json --help" ;;
+        fix) words="--codec --stream --json --output --force --help" ;;
         userdata) words="add get list remove --help" ;;
         "userdata add") words="--codec --stream --text --data --timestamp --where --replace --json --output --force --help" ;;
         "userdata get") words="--codec --stream --json --raw --output --force --help" ;;

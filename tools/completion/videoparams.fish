@@ -4,7 +4,7 @@ function __videoparams_is
     set -l words (commandline -opc)
     set -l command
     for word in $words[2..-1]
-        if contains -- "$command $word" ' info' ' units' ' params' ' check' ' userdata' \
+        if contains -- "$command $word" ' info' ' units' ' params' ' check' ' fix' ' userdata' \
                 'userdata add' 'userdata get' 'userdata list' 'userdata remove'
             set command (string trim "$command $word")
         end
@@ -19,14 +19,15 @@ complete -c videoparams -n '__videoparams_is ""' -a info -d 'Describe a stream'
 complete -c videoparams -n '__videoparams_is ""' -a units -d 'List the NAL units'
 complete -c videoparams -n '__videoparams_is ""' -a params -d 'Show the parameter sets'
 complete -c videoparams -n '__videoparams_is ""' -a check -d 'Look for missing pictures and misplaced units'
+complete -c videoparams -n '__videoparams_is ""' -a fix -d 'Correct the marks of key samples in a container'
 complete -c videoparams -n '__videoparams_is ""' -a userdata -d 'Add, get, list or remove user data'
 complete -c videoparams -n '__videoparams_is userdata' -a add -d 'Put bytes of your own into a stream'
 complete -c videoparams -n '__videoparams_is userdata' -a get -d 'Show the user data that add put in'
 complete -c videoparams -n '__videoparams_is userdata' -a list -d 'List all user data'
 complete -c videoparams -n '__videoparams_is userdata' -a remove -d 'Remove user data'
 
-set -l files info units params check 'userdata add' 'userdata get' 'userdata list' 'userdata remove'
-set -l outputs params 'userdata add' 'userdata get' 'userdata remove'
+set -l files info units params check fix 'userdata add' 'userdata get' 'userdata list' 'userdata remove'
+set -l outputs params fix 'userdata add' 'userdata get' 'userdata remove'
 set -l is "__videoparams_is '"(string join "' '" $files)"'"
 complete -c videoparams -n $is -F
 complete -c videoparams -n $is -x -l stream -d 'Video stream of a container'

@@ -13,7 +13,7 @@ from pathlib import Path
 from samples import CASES, Workshop
 
 NAMES = {"avc.mp4", "hevc.mov", "avc-fragments.mp4", "avc.mkv", "hevc.ts", "avc.flv", "avc-p.avi", "avc-p.mxf", "length-1.mp4"}
-COMMANDS = (["info", "--json", "--units"], ["check"], ["userdata", "add", "--text", "take 7", "--where", "all"])
+COMMANDS = (["info", "--json", "--units"], ["check"], ["userdata", "add", "--text", "take 7", "--where", "all"], ["fix"])
 SECONDS = 20
 MEMORY = 2 << 30
 

@@ -2,15 +2,18 @@
 
 import json
 import os
+import struct
 import subprocess
 import tempfile
 import unittest
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
-from samples import CASES, Workshop, ffmpeg, run
+from samples import CASES, Case, Workshop, run
 
 TOOL = os.environ["VIDEOPARAMS_TOOL"]
+# What a muxer writes of itself and of the sizes.
+MADE_ANEW = ("number_of", "bps", "_stat", "duration", "encoder", "software", "minor_version", "file_package", "material_package", "timecode", "uid", "product_uid")
 FIELDS = "packet=stream_index,pts,dts,duration,size,flags,data_hash"
 
 
@@ -32,9 +35,9 @@ def description(path):
     """What must survive an edit besides the packets."""
     entries = "stream=codec_name,codec_tag_string,width,height,time_base:stream_tags:stream_side_data=rotation:format_tags:chapters"
     found = json.loads(run("ffprobe", "-v", "error", "-show_entries", entries, "-show_chapters", "-of", "json", path))
-    for stream in found["streams"]:
-        for tag in [tag for tag in stream.get("tags", {}) if tag.startswith(("NUMBER_OF", "BPS", "_STAT", "DURATION"))]:
-            del stream["tags"][tag]
+    for part in [*found["streams"], found.get("format", {})]:
+        tags = part.pop("tags", {})
+        part["tags"] = {tag: tags[tag] for tag in tags if not tag.lower().startswith(MADE_ANEW)}
     return found
 
 
@@ -79,6 +82,21 @@ class Containers(unittest.TestCase):
                 self.assertEqual(unit["size"], int(packet["size"]))
             if unit["keyFrame"]:
                 self.assertIn("K", packet["flags"])
+
+    def test_wrong_marks_are_found_and_fixed(self):
+        path = self.workshop.make(Case("marks.mp4", "avc"))
+        wrong = path.with_name("wrong.mp4")
+        file = bytearray(path.read_bytes())
+        table = file.index(b"stss") + 12
+        struct.pack_into(">I", file, table + 4, 15)  # the second key sample, 13, is said to be 15
+        wrong.write_bytes(file)
+        findings = json.loads(tool("check", "--json", wrong, status=1))["findings"]
+        self.assertEqual([(finding["sample"], finding["seconds"]) for finding in findings], [(12, 0.48), (14, 0.52)])
+        fixed = path.with_name("fixed.mp4")
+        changes = json.loads(tool("fix", "--json", wrong, "-o", fixed))["changes"]
+        self.assertEqual([(change["sample"], change["keySample"]) for change in changes], [(12, True), (14, False)])
+        self.assertEqual(packets(fixed), packets(path))
+        tool("check", fixed)
 
     def test_adding_and_removing_gives_the_packets_back(self):
         self.for_each(CASES, self.edit)

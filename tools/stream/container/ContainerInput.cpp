@@ -51,12 +51,11 @@ bool IsMov(const AVInputFormat& format)
     return std::string_view(format.name).starts_with("mov");
 }
 
-// libavformat parses the packets of these formats and replaces their marks by what it sees, unless it is told
-// not to.
-bool LosesMarks(const AVInputFormat& format)
+// Formats that mark key samples. libavformat would parse the packets and replace the marks by what it sees.
+bool HasMarks(const AVInputFormat& format)
 {
-    const std::string_view name = format.name;
-    return name.starts_with("matroska") || name == "flv";
+    return IsMov(format) || std::string_view(format.name).starts_with("matroska") ||
+           std::string_view(format.name) == "flv";
 }
 
 const AVInputFormat* ProbeFormat(const std::vector<unsigned char>& head, int& score)
@@ -132,7 +131,7 @@ void CContainerInput::Open(const char* url, const AVInputFormat* format)
     if (code < 0)
         throw CToolError(fmt::format("{}: it cannot be opened: {}", name, Describe(code)));
     context.reset(opened);
-    if (LosesMarks(*opened->iformat))
+    if (HasMarks(*opened->iformat))
         opened->flags |= AVFMT_FLAG_NOPARSE;
     code = avformat_find_stream_info(opened, nullptr);
     if (code < 0)
@@ -192,7 +191,7 @@ bool CContainerInput::Read(AVPacket& packet)
 
 bool CContainerInput::MarksSamples() const
 {
-    return IsMov(*context->iformat) || LosesMarks(*context->iformat);
+    return HasMarks(*context->iformat);
 }
 
 bool CContainerInput::IndexIsComplete() const

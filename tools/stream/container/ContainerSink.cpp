@@ -61,7 +61,8 @@ void CContainerSink::MakeStreams()
     }
     CheckMemory(av_dict_copy(&context->metadata, from.metadata, 0) >= 0);
     // The MP4 muxer takes the name of the writing program from another key than the demuxer stores it in.
-    if (const AVDictionaryEntry* const encoder = av_dict_get(from.metadata, "encoder", nullptr, 0))
+    const AVDictionaryEntry* const encoder = av_dict_get(from.metadata, "encoder", nullptr, 0);
+    if (encoder != nullptr && std::string_view(from.iformat->name).starts_with("mov"))
         CheckMemory(
             av_dict_set(&context->metadata, "encoding_tool", encoder->value, AV_DICT_DONT_OVERWRITE) >= 0);
     CopyPrograms();

@@ -166,6 +166,16 @@ void CContainerSource::HandOnDescription(const std::vector<std::vector<unsigned 
                          nullptr, true});
 }
 
+// What is not recorded is that of a frame.
+std::optional<int64_t> CContainerSource::DurationOf(const AVPacket& packet) const
+{
+    if (packet.duration > 0)
+        return packet.duration;
+    const int64_t duration =
+        video.r_frame_rate.num > 0 ? av_rescale_q(1, av_inv_q(video.r_frame_rate), video.time_base) : 0;
+    return duration > 0 ? std::optional(duration) : std::nullopt;
+}
+
 std::shared_ptr<const Sample> CContainerSource::SampleOf(const AVPacket& packet)
 {
     auto sample = std::make_shared<Sample>();
@@ -175,8 +185,7 @@ std::shared_ptr<const Sample> CContainerSource::SampleOf(const AVPacket& packet)
     sample->size = static_cast<uint64_t>(packet.size);
     sample->pts = TimeOf(packet.pts);
     sample->dts = TimeOf(packet.dts);
-    if (packet.duration > 0)
-        sample->duration = packet.duration;
+    sample->duration = DurationOf(packet);
     sample->isKey = (packet.flags & AV_PKT_FLAG_KEY) != 0;
     return sample;
 }

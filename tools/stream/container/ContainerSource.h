@@ -26,6 +26,7 @@ private:
     void DiscardOtherStreams();
     void TakePacket(AVPacket& packet, const TakeUnit& takeUnit, const TakeSkipped& takeSkipped);
     void HandOnDescription(const std::vector<std::vector<unsigned char>>& sets, const TakeUnit& takeUnit);
+    std::optional<int64_t> DurationOf(const AVPacket& packet) const;
     std::shared_ptr<const Sample> SampleOf(const AVPacket& packet);
     void NoteEnd();
 
