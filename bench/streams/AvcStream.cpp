@@ -115,7 +115,9 @@ void AvcSlice::WriteTo(BitWriter& writer, const AvcSps& sps, const AvcPps& pps) 
     const bool isIntra = slice_type % 5 == 2;
     if (!isIntra)
         writer.U(2, 0);  // reference index counts and lists as they are
-    if (nal_ref_idc != 0)
+    if (nal_ref_idc != 0 && memory_management_control_operation != 0)
+        writer.U(1, 1).Ue(memory_management_control_operation).Ue(0);
+    else if (nal_ref_idc != 0)
         writer.U(nal_unit_type == 5 ? 2 : 1, 0);  // dec_ref_pic_marking()
     if (!isIntra)
         writer.Ue(0);                // cabac_init_idc

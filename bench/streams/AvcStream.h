@@ -63,6 +63,7 @@ struct AvcSlice
     uint32_t pic_order_cnt_lsb = 0;
     int32_t delta_pic_order_cnt_bottom = 0;
     int32_t delta_pic_order_cnt[2] = {0, 0};
+    uint32_t memory_management_control_operation = 0;  // of a slice that is no IDR slice; without parameters
     Bytes sliceData = {0xB5, 0x6A};
 
     void WriteTo(BitWriter& writer, const AvcSps& sps = {}, const AvcPps& pps = {}) const;

@@ -115,6 +115,9 @@ TEST_F(ReadingTool, ChecksContinuityAndOrder)
     const Bytes sps = AvcSps{}.Write();
     const Bytes pps = AvcPps{}.Write();
     const Bytes aud = AvcDelimiter();
+    const Bytes again = AvcSlice{.slice_type = 5, .frame_num = 1, .pic_order_cnt_lsb = 2}.Write();
+    const Bytes restart =
+        AvcSlice{.slice_type = 5, .frame_num = 1, .memory_management_control_operation = 5}.Write();
     const auto at = [](const Bytes& before) { return "byte " + std::to_string(before.size()); };
     const struct
     {
@@ -122,7 +125,11 @@ TEST_F(ReadingTool, ChecksContinuityAndOrder)
         std::vector<std::string> found;
     } cases[] = {
         {aud + sets + p[0] + aud + p[1] + aud + p[2], {}},
-        {sets + p[0] + p[2], {"access unit 1, " + at(sets + p[0])}},
+        {sets + p[0] + p[2], {"access unit 1, " + at(sets + p[0]) + ": frame_num 2, expected 1"}},
+        {sets + p[0] + p[1] + AvcSlice{.nal_ref_idc = 0, .frame_num = 1}.Write() + p[2], {}},
+        {sets + p[0] + p[1] + again,
+         {"access unit 2, " + at(sets + p[0] + p[1]) + ": frame_num 1, expected 2"}},
+        {sets + p[0] + restart + again, {}},
         {sps + aud + pps + p[0], {"unit 1, " + at(sps)}},
         {aud + aud + sets + p[0], {"unit 1, " + at(aud)}},
         {aud + pps + sps + p[0], {"unit 2, " + at(aud + pps)}},
@@ -130,12 +137,55 @@ TEST_F(ReadingTool, ChecksContinuityAndOrder)
         {p[0] + sets + p[0], {"unit 0, byte 0: slice whose parameter sets are unknown"}},
         {sets + p[0] + sets, {"unit 3, " + at(sets + p[0])}},
     };
+    // Parameter sets that are sent again may come in any order.
+    std::vector<Bytes> units = SplitUnits(ReadFile(TEST_STREAMS_DIR "/hevc-bframes.h265"));
+    const auto isVps = [](const Bytes& unit) { return unit[4] == 0x40; };
+    const auto secondVps = std::find_if(units.begin() + 1, units.end(), isVps);
+    ASSERT_NE(secondVps, units.end());
+    std::swap(secondVps[0], secondVps[1]);
+    Bytes swapped;
+    for (const Bytes& unit : units)
+        swapped += unit;
+    WriteFile("swapped", swapped);
+    EXPECT_EQ(RunTool("check swapped").status, 0);
     for (const auto& c : cases) {
         const Run run = RunTool("check --codec h264 " + WriteFile("s", c.stream));
         EXPECT_EQ(run.status, c.found.empty() ? 0 : 1) << run.out;
         EXPECT_EQ(LineCount(run.out), static_cast<long>(c.found.size() + 1)) << run.out;
         for (const std::string& found : c.found)
             EXPECT_NE(run.out.find(found), std::string::npos) << found << " in\n" << run.out;
+    }
+}
+
+TEST_F(ReadingTool, TakesParameterSetsOfTheirOwnFile)
+{
+    for (const std::string name : {"avc-headers-once.h264", "hevc-headers-once.h265"}) {
+        const std::string path = StreamPath(name);
+        const bool isAvc = name[0] == 'a';
+        Bytes rest;
+        for (const Bytes& unit : SplitUnits(ReadFile(TEST_STREAMS_DIR "/" + name))) {
+            const unsigned char header = unit[unit[2] == 1 ? 3 : 4];
+            const int type = isAvc ? header & 0x1F : header >> 1;
+            const bool isSet = isAvc ? type == 7 || type == 8 : type >= 32 && type <= 34;
+            rest += isSet ? Bytes{} : unit;
+        }
+        WriteFile("rest", rest);
+        for (const std::string command : {"info rest", "check rest", "userdata add rest --text x -o out"}) {
+            const Run run = RunTool(command);
+            EXPECT_EQ(run.status, 2) << name << " " << command;
+            EXPECT_NE(run.err.find("slices without parameter sets (give them with --params SETS)"),
+                      std::string::npos)
+                << run.err;
+        }
+        EXPECT_EQ(RunTool("params " + path + " -o sets --force").status, 0);
+        const json whole = RunForJson("info --json " + path);
+        const json described = RunForJson("info --json rest --params sets");
+        EXPECT_EQ(described["accessUnitCount"], whole["accessUnitCount"]);
+        EXPECT_EQ(described["sequences"], whole["sequences"]);
+        EXPECT_EQ(RunTool("check rest --params sets").status, 0);
+        EXPECT_EQ(RunTool("userdata add rest --params sets --text x -o out").status, 0);
+        EXPECT_EQ(RunTool("userdata remove out -o out").status, 0);
+        EXPECT_TRUE(AreSame(ReadFile("out"), rest));
     }
 }
 
@@ -164,6 +214,7 @@ TEST_F(ReadingTool, ReadsWhatCanBeReadOfADamagedStream)
         EXPECT_EQ(run.status, c.unreadable == 0 ? 0 : 1);
         EXPECT_EQ(LineCount(run.err), c.unreadable == 0 ? 0 : 1) << run.err;
     }
+    EXPECT_EQ(RunForJson("info --json s")["unitCount"], 5);  // the last one has four bytes
 }
 
 TEST_F(ReadingTool, AnswersAnErrorWithOneLineAndStatus2)
@@ -181,6 +232,9 @@ TEST_F(ReadingTool, AnswersAnErrorWithOneLineAndStatus2)
         EXPECT_EQ(run.status, 2) << arguments;
         EXPECT_EQ(LineCount(run.err), 1) << arguments << "\n" << run.err;
     }
+    EXPECT_NE(RunTool("nonsense").err.find("there is no subcommand \"nonsense\""), std::string::npos);
+    EXPECT_NE(RunTool("info --codec h265 sets").err.find("sets: this is an H.264/AVC byte stream"),
+              std::string::npos);
 }
 
 TEST_F(ReadingTool, TakesTheStandardInputForAFile)

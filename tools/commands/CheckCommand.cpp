@@ -2,22 +2,18 @@
 #include "report/CheckReport.h"
 #include "report/Message.h"
 #include "stream/ContainerCheck.h"
+#include "stream/FrameContinuity.h"
 #include "stream/UnitOrder.h"
-
-#include <algorithm>
-#include <fmt/format.h>
 
 namespace tool {
 
 namespace {
 
-constexpr uint32_t SliceHeadSize = 256;
-
 class CCheck
 {
 public:
     CCheck(const SourceFacts& source, CCheckReport& given)
-        : facts(source), report(given), analysis(source.codec), tester(source.codec)
+        : facts(source), report(given), analysis(source.codec)
     {
         if (facts.container)
             container.emplace(facts);
@@ -27,6 +23,7 @@ public:
     void Finish(const SourceCounts& counts);
 
     const CheckSummary& Summary() const { return summary; }
+    const Damage& Found() const { return analysis.Found(); }
 
 private:
     void TestContinuity(const NalUnit& slice);
@@ -39,8 +36,7 @@ private:
     CStreamAnalysis analysis;
     CUnitOrder order;
     std::optional<CContainerCheck> container;
-    CParseHandle tester;  // reads no slice but the first of each picture
-    bool isAfterFirstField = false;
+    CFrameContinuity continuity;
     CheckSummary summary;
 };
 
@@ -58,28 +54,17 @@ void CCheck::Take(const NalUnit& unit)
         ++summary.accessUnits;
         if (unit.codec == VideoCodecAVC)
             TestContinuity(unit);
-    } else if ((role == UnitRole::Leading || unit.isOutOfBand) && (unit.IsSps() || unit.IsPps())) {
-        VideoInfoEx none;
-        VideoSampleTest(tester, unit.data, unit.size, &none);
+    } else if ((role == UnitRole::Leading || unit.isOutOfBand) && unit.codec == VideoCodecAVC) {
+        continuity.TakeParameterSet(unit);
     }
 }
 
-// The second field of a pair repeats the frame_num of the first, and the library cannot always tell it from a
-// first field: it flags sound streams where both fields are intra and where a frame comes between. So second
-// fields are left out.
 void CCheck::TestContinuity(const NalUnit& slice)
 {
     const AccessUnit& unit = analysis.Current();
-    const bool isSecondField = unit.isField && isAfterFirstField && !slice.IsKeySlice();
-    isAfterFirstField = unit.isField && !isSecondField;
-    if (isSecondField)
-        return;
-    VideoInfoEx test;
-    VideoSampleTest(tester, slice.data, std::min(slice.size, SliceHeadSize), &test);
-    if (!test.sampleError)
-        return;
-    Add({FindingPlace::AccessUnit, unit.number, unit.offset,
-         "frame_num does not follow: reference pictures are missing before it"});
+    const std::string text = continuity.TakePicture(slice);
+    if (!text.empty())
+        Add({FindingPlace::AccessUnit, unit.number, unit.offset, text});
 }
 
 void CCheck::Add(const Finding& finding)
@@ -128,7 +113,7 @@ Status CheckFile(const SourceOptions& options, CCheckReport& report)
     source->ForEach([&](const NalUnit& unit) { check.Take(unit); });
     check.Finish(source->Counts());
     if (check.Summary().accessUnits == 0)
-        throw CToolError(fmt::format("{}: no picture could be read from it", source->Name()));
+        throw CToolError(DescribeNoPicture(source->Name(), check.Found()));
     report.End(check.Summary());
     return check.Summary().findings == 0 ? StatusGood : StatusFound;
 }

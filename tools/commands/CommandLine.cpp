@@ -68,6 +68,7 @@ void CCommandLine::AddInfo()
     CLI::App* const command =
         app.add_subcommand("info", "Describe a stream: size, rate, colour, access units, key frames");
     AddFiles(command, info.input);
+    AddSets(command, info.input.source);
     command->add_flag("--units", info.listsUnits, "List the access units, a line each");
     command->add_flag("--json", info.isJson, "Write JSON");
     command->add_option("--plot", info.plotFile, "Draw the sizes of the access units over time, as SVG")
@@ -108,9 +109,10 @@ void CCommandLine::AddCheck()
     CLI::App* const command = app.add_subcommand(
         "check", "Look for missing pictures and units in the wrong order; status 1 when there are any");
     command->footer(
-        "Missing pictures are told by frame_num (H.264), so those that were no reference leave no trace.\n"
-        "A gap flags the access units behind it, up to and including the next reference picture.");
+        "Missing pictures are detected by frame_num (H.264). A missing picture that was not a reference\n"
+        "cannot be detected, nor any if the stream declares that its frame_num may have gaps.");
     AddFiles(command, check.input);
+    AddSets(command, check.input.source);
     command->add_flag("--json", check.isJson, "Write JSON");
     SetAction(command, RunCheck, check);
 }
@@ -129,8 +131,30 @@ void CCommandLine::AddFix()
     SetAction(command, RunFix, fix);
 }
 
+// "videoparams bogus" and "videoparams userdata bogus"
+void RefuseUnknownSubcommand(CLI::App& app, int argc, char** argv)
+{
+    CLI::App* command = &app;
+    for (int i = 1; i < argc && argv[i][0] != '-'; ++i) {
+        const std::vector<CLI::App*> known =
+            command->get_subcommands([](const CLI::App* each) { return !each->get_name().empty(); });
+        if (known.empty())
+            return;
+        std::string names;
+        command = nullptr;
+        for (CLI::App* const each : known) {
+            names += (names.empty() ? "" : ", ") + each->get_name();
+            if (each->get_name() == argv[i])
+                command = each;
+        }
+        if (command == nullptr)
+            throw CToolError(std::string("there is no subcommand \"") + argv[i] + "\"; there are " + names);
+    }
+}
+
 int CCommandLine::Run(int argc, char** argv)
 {
+    RefuseUnknownSubcommand(app, argc, argv);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& ending) {

@@ -19,6 +19,14 @@ struct InputOptions
     SourceOptions source;  // for each of them; without `file`
 
     bool HasSeveral() const { return files.size() > 1; }
+
+    // All that the command reads.
+    std::vector<std::string> Inputs() const
+    {
+        std::vector<std::string> inputs = files;
+        inputs.push_back(source.setsFile);
+        return inputs;
+    }
 };
 
 // Runs a command on each file and closes the report. A file that fails is reported, and the next one is

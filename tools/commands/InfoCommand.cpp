@@ -20,7 +20,7 @@ OutputRequest PlotRequest(const InfoOptions& options)
 {
     return {.path = options.plotFile,
             .kind = {"an SVG picture", LooksLikeSvg},
-            .inputs = options.input.files,
+            .inputs = options.input.Inputs(),
             .force = options.force};
 }
 
@@ -60,8 +60,7 @@ Status CInfo::Run()
     result.furtherLayers = analysis.FurtherLayers();
     const std::string damage = result.IsDamaged() ? result.DescribeDamage() : "";
     if (result.summary.Sizes().count == 0)
-        throw CToolError(fmt::format("{}: no picture could be read from it{}", source->Name(),
-                                     damage.empty() ? "" : "; " + damage));
+        throw CToolError(DescribeNoPicture(source->Name(), result.damage));
     report.End(result);
     if (!options.plotFile.empty())
         WritePlot();

@@ -43,6 +43,14 @@ void AddFile(CLI::App* command, SourceOptions& options)
     AddSource(command, options);
 }
 
+void AddSets(CLI::App* command, SourceOptions& options)
+{
+    command
+        ->add_option("--params", options.setsFile,
+                     "Parameter sets that the stream lacks, as a byte stream, such as params -o writes it")
+        ->type_name("SETS");
+}
+
 void AddForce(CLI::App* command, bool& force)
 {
     command->add_flag("--force", force,

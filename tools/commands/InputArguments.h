@@ -16,6 +16,9 @@ void AddFiles(CLI::App* command, InputOptions& options);
 // The same with a single FILE.
 void AddFile(CLI::App* command, SourceOptions& options);
 
+// --params
+void AddSets(CLI::App* command, SourceOptions& options);
+
 void AddForce(CLI::App* command, bool& force);
 
 }  // namespace tool

@@ -132,7 +132,7 @@ Status WriteSets(const ParamsOptions& options)
     const auto source = OpenSource(sourceOptions);
     const OutputRequest request{.path = options.outputFile,
                                 .kind = {"a byte stream of parameter sets", LooksLikeParameterSets},
-                                .inputs = options.input.files,
+                                .inputs = options.input.Inputs(),
                                 .force = options.force};
     CheckOutput(request);
     const CParameterSets sets = ReadSets(*source, nullptr);

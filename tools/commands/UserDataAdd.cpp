@@ -203,17 +203,19 @@ Bytes CUserDataAdder::AddMessage(const unsigned char* unit, uint32_t size, const
 Status AddToFile(const UserDataAddOptions& options, CEditReport& report)
 {
     const auto source = OpenSource(options.source);
-    const auto output =
-        source->OpenSink({.path = options.outputFile, .inputs = {options.dataFile}, .force = options.force});
+    const auto output = source->OpenSink({.path = options.outputFile,
+                                          .inputs = {options.dataFile, options.source.setsFile},
+                                          .force = options.force});
     CUserDataAdder adder(options, source->Facts(), *output);
     source->ForEach([&](const NalUnit& unit) { adder.Take(unit); },
                     [&](const auto& sample, const unsigned char* bytes, size_t size) {
                         adder.TakeSkipped(sample, bytes, size);
                     });
     adder.Finish();
+    if (adder.Added() == 0 && adder.Analysis().Current().hasSlice)
+        throw CToolError(fmt::format("{}: there is no key frame to put the message into", source->Name()));
     if (adder.Added() == 0)
-        throw CToolError(fmt::format("{}: there is no {} to put the message into", source->Name(),
-                                     options.where == Where::Key ? "key frame" : "picture"));
+        throw CToolError(DescribeNoPicture(source->Name(), adder.Analysis().Found()));
     source->RefuseIfIncomplete();
     output->Commit();
     const uint64_t unreadable = adder.Analysis().Found().bytes + source->Counts().skippedBytes;

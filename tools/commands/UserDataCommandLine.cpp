@@ -43,6 +43,7 @@ void CUserDataCommandLine::AddAdd(CLI::App* userData, std::function<Status()>& a
     CLI::App* const command = userData->add_subcommand("add", "Put bytes of your own into a stream");
     command->footer("OUT appears when it is complete; a failure leaves it as it was.");
     AddFile(command, add.source);
+    AddSets(command, add.source);
     CLI::Option_group* const contents = command->add_option_group("Contents", "One of these");
     contents->require_option(1);
     contents
@@ -77,6 +78,7 @@ void CUserDataCommandLine::AddGet(CLI::App* userData, std::function<Status()>& a
     CLI::App* const command =
         userData->add_subcommand("get", "Show the user data that add put into a stream");
     AddFiles(command, get.input);
+    AddSets(command, get.input.source);
     command->add_flag("--json", get.isJson, "Write JSON");
     CLI::Option* const output = command
                                     ->add_option("-o,--output", get.outputFile,
@@ -95,6 +97,7 @@ void CUserDataCommandLine::AddList(CLI::App* userData, std::function<Status()>& 
     CLI::App* const command =
         userData->add_subcommand("list", "List all user data with its identifier, whoever wrote it");
     AddFiles(command, list.input);
+    AddSets(command, list.input.source);
     command->add_flag("--json", list.isJson, "Write JSON");
     command->callback([this, &action] { action = [this] { return RunUserDataList(list); }; });
 }

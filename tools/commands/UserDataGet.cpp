@@ -121,7 +121,7 @@ std::unique_ptr<CUserDataReport> MakeGetReport(const UserDataGetOptions& options
                                   UserDataView::Contents);
     return std::make_unique<CUserDataBytes>(OutputRequest{.path = options.outputFile,
                                                           .kind = {"user data", nullptr},
-                                                          .inputs = options.input.files,
+                                                          .inputs = options.input.Inputs(),
                                                           .force = options.force});
 }
 

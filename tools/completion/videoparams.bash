@@ -17,22 +17,22 @@ _videoparams() {
     --where) words="first all key" ;;
     --timestamp) words="utc monotonic pts" ;;
     --text | --uuid) return ;;
-    --plot | --data | -o | --output)
+    --plot | --data | --params | -o | --output)
         compopt -o default
         return
         ;;
     *)
         case $command in
         "") words="info units params check fix userdata --help --version" ;;
-        info) words="--codec --stream --units --json --plot --force --help" ;;
+        info) words="--codec --stream --params --units --json --plot --force --help" ;;
         units) words="--codec --stream --json --help" ;;
         params) words="--codec --stream --json --output --force --help" ;;
-        check) words="--codec --stream --json --help" ;;
+        check) words="--codec --stream --params --json --help" ;;
         fix) words="--codec --stream --json --output --force --help" ;;
         userdata) words="add get list remove --help" ;;
-        "userdata add") words="--codec --stream --text --data --timestamp --where --replace --json --output --force --help" ;;
-        "userdata get") words="--codec --stream --json --raw --output --force --help" ;;
-        "userdata list") words="--codec --stream --json --help" ;;
+        "userdata add") words="--codec --stream --params --text --data --timestamp --where --replace --json --output --force --help" ;;
+        "userdata get") words="--codec --stream --params --json --raw --output --force --help" ;;
+        "userdata list") words="--codec --stream --params --json --help" ;;
         "userdata remove") words="--codec --stream --all --uuid --json --output --force --help" ;;
         esac
         # After a command comes a file, unless the word begins like an option.

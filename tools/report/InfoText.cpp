@@ -24,7 +24,7 @@ std::string DescribeFrameRate(const SequenceInfo& info)
         return "not in the stream";
     const uint32_t divisor = std::gcd(info.frameRateNumerator, info.frameRateDenominator);
     if (divisor == info.frameRateDenominator)
-        return fmt::format("{} frames/s", info.frameRateNumerator / divisor);
+        return CountOf(info.frameRateNumerator / divisor, "frame") + "/s";
     return fmt::format("{:.6g} ({}/{}) frames/s", info.FrameRate(), info.frameRateNumerator / divisor,
                        info.frameRateDenominator / divisor);
 }

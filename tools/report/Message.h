@@ -4,6 +4,8 @@
 
 #pragma once
 
+#include "stream/StreamAnalysis.h"
+
 #include <cstdint>
 #include <string>
 
@@ -17,5 +19,8 @@ void Announce(const std::string& text, bool isResultOnStandardOutput);
 
 // "1 picture", "2 pictures"
 std::string CountOf(uint64_t count, const std::string& thing);
+
+// "film.h264: no picture could be read: 10 slices without parameter sets (...)"
+std::string DescribeNoPicture(const std::string& name, const Damage& damage);
 
 }  // namespace tool

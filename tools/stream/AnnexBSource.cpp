@@ -105,7 +105,7 @@ void CAnnexBSource::PrintsLines()
     showsProgress = !isatty(STDOUT_FILENO);
 }
 
-void CAnnexBSource::ForEach(const TakeUnit& takeUnit, const TakeSkipped& takeSkipped)
+void CAnnexBSource::ReadUnits(const TakeUnit& takeUnit, const TakeSkipped& takeSkipped)
 {
     CNalFeeder feeder(CNalFeeder::ShortUnits::Separate, LargestUnit);
     CProgress progress(showsProgress, input->Size());

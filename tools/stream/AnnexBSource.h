@@ -15,9 +15,11 @@ class CAnnexBSource : public CUnitSource
 public:
     CAnnexBSource(std::unique_ptr<CInputFile> file, const SourceOptions& options);
 
-    void ForEach(const TakeUnit& takeUnit, const TakeSkipped& takeSkipped = {}) override;
     std::unique_ptr<CUnitSink> OpenSink(OutputRequest request) override;
     void PrintsLines() override;
+
+protected:
+    void ReadUnits(const TakeUnit& takeUnit, const TakeSkipped& takeSkipped) override;
 
 private:
     CodecRating RateHead();

@@ -25,7 +25,7 @@ struct NalUnit
     uint64_t offset = 0;                     // in the stream
     uint64_t number = 0;                     // from 0
     std::shared_ptr<const Sample> sample{};  // the sample of a container that has it; null in a byte stream
-    bool isOutOfBand = false;  // a parameter set of a container's sample description: belongs to no sample
+    bool isOutOfBand = false;  // a parameter set that is not in the stream: given, or of a sample description
 
     uint32_t StartCodeLength() const { return videoparams::StartCodeLength(data); }
     const unsigned char* Header() const { return data + StartCodeLength(); }

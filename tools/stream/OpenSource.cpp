@@ -1,6 +1,9 @@
+#include "bitstream/StartCode.h"
 #include "io/ToolError.h"
 #include "stream/AnnexBSource.h"
+#include "stream/Detection.h"
 #include "stream/FileFormat.h"
+#include "stream/GivenSets.h"
 
 #include <fmt/format.h>
 
@@ -13,6 +16,7 @@ namespace tool {
 namespace {
 
 constexpr size_t HeadSize = 1 << 20;
+constexpr size_t SmallestHead = 16 << 10;
 
 #ifdef VIDEOPARAMS_TOOL_CONTAINERS
 
@@ -48,16 +52,34 @@ std::unique_ptr<CUnitSource> OpenContainer(const SourceOptions&, std::unique_ptr
 
 #endif
 
-}  // namespace
+// libavformat takes a byte stream without parameter sets for something else.
+bool IsCertainlyByteStream(CInputFile& file)
+{
+    const std::vector<unsigned char>& head = file.Peek(SmallestHead);
+    return videoparams::BeginsWithStartCode(head.data(), static_cast<uint32_t>(head.size())) &&
+           LooksLikeByteStream({reinterpret_cast<const char*>(head.data()), head.size()});
+}
 
-std::unique_ptr<CUnitSource> OpenSource(const SourceOptions& options)
+std::unique_ptr<CUnitSource> OpenFile(const SourceOptions& options)
 {
     std::unique_ptr<CInputFile> file;
     if (!IsUrl(options.file))
         file = std::make_unique<CInputFile>(options.file);
+    if (file && IsCertainlyByteStream(*file))
+        return std::make_unique<CAnnexBSource>(std::move(file), options);
     if (std::unique_ptr<CUnitSource> container = OpenContainer(options, file))
         return container;
     return std::make_unique<CAnnexBSource>(std::move(file), options);
+}
+
+}  // namespace
+
+std::unique_ptr<CUnitSource> OpenSource(const SourceOptions& options)
+{
+    std::unique_ptr<CUnitSource> source = OpenFile(options);
+    if (!options.setsFile.empty())
+        source->GiveSets(ReadGivenSets(options.setsFile, source->Codec()));
+    return source;
 }
 
 }  // namespace tool

@@ -6,7 +6,6 @@
 #include "stream/ProfileNames.h"
 
 #include <fmt/format.h>
-#include <optional>
 
 namespace tool {
 
@@ -98,20 +97,27 @@ VideoInfo CPictureParameters::ReadDescription(const Set& sps)
     return info;
 }
 
-std::shared_ptr<const PictureFormat> CPictureParameters::FormatOf(const NalUnit& slice)
+std::optional<uint32_t> CPictureParameters::PpsIdOf(const NalUnit& slice) const
 {
     constexpr uint32_t SliceStartBytes = 32;
     CElementReader bits(slice, nullptr, SliceStartBytes);
-    uint32_t id = 0;
-    if (codec == VideoCodecAVC) {
-        id = ReadAvcSliceStart(slice, bits).pic_parameter_set_id;
-    } else {
-        const std::optional<HevcSliceHeader> header = ReadHevcSliceHeader(slice, bits);
-        if (!header)
-            return nullptr;
-        id = header->slice_pic_parameter_set_id;
-    }
-    const auto pps = pictureSets.find(id);
+    if (codec == VideoCodecAVC)
+        return ReadAvcSliceStart(slice, bits).pic_parameter_set_id;
+    const std::optional<HevcSliceHeader> header = ReadHevcSliceHeader(slice, bits);
+    return header ? std::optional(header->slice_pic_parameter_set_id) : std::nullopt;
+}
+
+bool CPictureParameters::Knows(const NalUnit& slice) const
+{
+    const std::optional<uint32_t> id = PpsIdOf(slice);
+    const auto pps = id ? pictureSets.find(*id) : pictureSets.end();
+    return pps != pictureSets.end() && sequenceSets.contains(pps->second.referredId);
+}
+
+std::shared_ptr<const PictureFormat> CPictureParameters::FormatOf(const NalUnit& slice)
+{
+    const std::optional<uint32_t> id = PpsIdOf(slice);
+    const auto pps = id ? pictureSets.find(*id) : pictureSets.end();
     if (pps == pictureSets.end())
         return nullptr;
     pps->second.isUsed = true;

@@ -9,6 +9,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -44,6 +45,9 @@ public:
     // A parameter set of the base layer. Other units are ignored.
     void Take(const NalUnit& unit);
 
+    // Whether the parameter sets of the slice are there.
+    bool Knows(const NalUnit& slice) const;
+
     // Of the SPS to which the slice refers by way of its PPS; null if one of them is unknown.
     std::shared_ptr<const PictureFormat> FormatOf(const NalUnit& slice);
 
@@ -60,6 +64,7 @@ private:
     };
     using Sets = std::map<uint32_t, Set>;
 
+    std::optional<uint32_t> PpsIdOf(const NalUnit& slice) const;
     void TakeSps(Set& set, const NalUnit& unit);
     VideoInfo ReadDescription(const Set& sps);
     static void AddUnused(const Sets& sets, const char* kind, std::vector<std::string>& unused);

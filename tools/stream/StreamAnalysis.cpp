@@ -28,6 +28,8 @@ UnitRole CStreamAnalysis::Take(const NalUnit& unit)
         furtherLayers.insert(unit.LayerId());
         return TakeOther(unit, false);
     }
+    if (unit.IsSlice() && !parameters.Knows(unit))
+        return LoseSlice(unit);
     if (ParseVideoParams(parser, unit.data, unit.size, &report) != 0)
         throw std::bad_alloc();
     if (unit.IsSlice())
@@ -51,13 +53,17 @@ UnitRole CStreamAnalysis::TakeOther(const NalUnit& unit, bool isLeading)
     return isLeading ? UnitRole::Leading : UnitRole::Other;
 }
 
+UnitRole CStreamAnalysis::LoseSlice(const NalUnit& unit)
+{
+    ++damage.lostSlices;
+    damage.bytes += unit.size;
+    return UnitRole::Unreadable;
+}
+
 UnitRole CStreamAnalysis::TakeSlice(const NalUnit& unit)
 {
-    if (!ReadsSlice(unit)) {
-        ++damage.lostSlices;
-        damage.bytes += unit.size;
-        return UnitRole::Unreadable;
-    }
+    if (!ReadsSlice(unit))
+        return LoseSlice(unit);
     const bool isFirst = !current.hasSlice || report.accessUnitFound;
     if (isFirst) {
         const uint64_t number = current.hasSlice ? current.number + 1 : 0;

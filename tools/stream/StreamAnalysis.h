@@ -1,8 +1,8 @@
 // Cuts a stream into access units with the library's analysis, and knows which bytes of the stream each one
 // has.
 //
-// The analysis tells, one picture late, that a slice begins a new picture. The units in front of that slice
-// belong to it from the first leading unit behind the slices of the picture before.
+// The analysis reports one picture late that a slice begins a new picture. From the first leading unit after
+// the slices of the previous picture on, the units before that slice belong to it.
 //
 // SPDX-License-Identifier: MIT
 
@@ -32,9 +32,9 @@ struct AccessUnit
 
 enum class UnitRole
 {
-    Leading,       // stands in front of a picture
+    Leading,       // before a picture
     FirstSlice,    // begins a picture; the leading units before it are the picture's
-    FurtherSlice,  // belongs, with what stands before it, to the picture that is under way
+    FurtherSlice,  // belongs, with the units before it, to the current picture
     Other,
     Unreadable,  // forbidden_zero_bit is 1, or a slice refers to unknown parameter sets
 };
@@ -72,6 +72,7 @@ public:
 
 private:
     UnitRole TakeSlice(const NalUnit& unit);
+    UnitRole LoseSlice(const NalUnit& unit);
     UnitRole TakeOther(const NalUnit& unit, bool isLeading);
     bool ReadsSlice(const NalUnit& unit);
     void Complete();

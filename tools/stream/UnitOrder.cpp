@@ -9,7 +9,7 @@ namespace tool {
 
 namespace {
 
-// More in front of one slice say nothing new.
+// More findings before one slice add nothing.
 constexpr size_t MaxNoted = 100;
 
 OrderFinding FindingOf(const NalUnit& unit, const std::string& text)
@@ -23,56 +23,66 @@ std::vector<OrderFinding> CUnitOrder::Take(const NalUnit& unit, UnitRole role)
 {
     if (role == UnitRole::Leading)
         TakeLeading(unit);
+    else if (unit.isOutOfBand && unit.IsParameterSet())
+        TakeParameterSet(unit);
     if (role != UnitRole::FirstSlice && role != UnitRole::FurtherSlice)
         return {};
-    CUnitOrder done = std::exchange(*this, CUnitOrder{});
+    LeadingUnits done = std::exchange(leading, {});
     return std::move(role == UnitRole::FirstSlice ? done.misplaced : done.present);
 }
 
 std::vector<OrderFinding> CUnitOrder::Finish()
 {
-    if (leadingCount != 0)
-        misplaced.push_back({firstUnit, firstOffset, "there is no picture from here on"});
-    return std::move(misplaced);
+    if (leading.count != 0)
+        leading.misplaced.push_back(
+            {leading.firstUnit, leading.firstOffset, "there is no picture from here on"});
+    return std::move(leading.misplaced);
 }
 
 void CUnitOrder::TakeLeading(const NalUnit& unit)
 {
-    const bool isParameterSet = unit.IsVps() || unit.IsSps() || unit.IsPps();
-    const bool isNoted = present.size() < MaxNoted && misplaced.size() < MaxNoted;
-    if (isNoted && (isParameterSet || unit.IsDelimiter() || unit.IsSei()))
-        present.push_back(FindingOf(unit, "stands between slices of one picture"));
+    const bool isNoted = leading.present.size() < MaxNoted && leading.misplaced.size() < MaxNoted;
+    if (isNoted && (unit.IsParameterSet() || unit.IsDelimiter() || unit.IsSei()))
+        leading.present.push_back(FindingOf(unit, "is between slices of one picture"));
     if (isNoted && unit.IsDelimiter())
         TakeDelimiter(unit);
-    if (isNoted && isParameterSet)
+    if (isNoted && unit.IsParameterSet())
         TakeParameterSet(unit);
-    if (leadingCount++ == 0) {
-        firstUnit = unit.number;
-        firstOffset = unit.offset;
+    if (leading.count++ == 0) {
+        leading.firstUnit = unit.number;
+        leading.firstOffset = unit.offset;
     }
 }
 
 void CUnitOrder::TakeDelimiter(const NalUnit& unit)
 {
-    if (hasDelimiter)
-        misplaced.push_back(FindingOf(unit, "is the second one in front of one picture"));
-    else if (leadingCount != 0)
-        misplaced.push_back(FindingOf(unit, "is not the first unit of its access unit"));
-    hasDelimiter = true;
+    if (leading.hasDelimiter)
+        leading.misplaced.push_back(FindingOf(unit, "is the second one before one picture"));
+    else if (leading.count != 0)
+        leading.misplaced.push_back(FindingOf(unit, "is not the first unit of its access unit"));
+    leading.hasDelimiter = true;
 }
 
-// A set that is sent behind one that refers to it comes too late.
+// A set comes too late if an earlier one needs it and it was not sent before. A set that is sent again may
+// come after those that refer to it.
 void CUnitOrder::TakeParameterSet(const NalUnit& unit)
 {
     const uint32_t id = ReadParameterSetId(unit);
-    if (unit.IsVps() && referredVps.contains(id))
-        misplaced.push_back(FindingOf(unit, fmt::format("{} stands behind an SPS that refers to it", id)));
-    if (unit.IsSps() && referredSps.contains(id))
-        misplaced.push_back(FindingOf(unit, fmt::format("{} stands behind a PPS that refers to it", id)));
-    if (unit.IsPps())
-        referredSps.insert(ReadReferredId(unit));
-    if (unit.IsSps() && unit.codec == VideoCodecHEVC)
-        referredVps.insert(ReadReferredId(unit));
+    if (unit.IsVps() && leading.neededVps.contains(id))
+        leading.misplaced.push_back(
+            FindingOf(unit, fmt::format("{} comes after an SPS that refers to it", id)));
+    if (unit.IsSps() && leading.neededSps.contains(id))
+        leading.misplaced.push_back(
+            FindingOf(unit, fmt::format("{} comes after a PPS that refers to it", id)));
+    if (unit.IsVps())
+        sentVps.insert(id);
+    if (unit.IsSps())
+        sentSps.insert(id);
+    const uint32_t referredId = unit.IsVps() ? 0 : ReadReferredId(unit);
+    if (unit.IsPps() && !sentSps.contains(referredId))
+        leading.neededSps.insert(referredId);
+    if (unit.IsSps() && unit.codec == VideoCodecHEVC && !sentVps.contains(referredId))
+        leading.neededVps.insert(referredId);
 }
 
 }  // namespace tool

@@ -14,6 +14,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tool {
@@ -22,6 +23,7 @@ struct SourceOptions
 {
     std::string file;                     // "-" is the standard input
     std::optional<VideoCodecType> codec;  // detected if it is not given
+    std::string setsFile;       // parameter sets that the stream lacks, as a byte stream; empty: none
     std::optional<int> stream;  // index of the video stream in a container; the best if it is not given
 };
 
@@ -53,10 +55,19 @@ public:
 
     virtual ~CUnitSource() = default;
 
-    // Reads the file to its end; once. `takeUnit` gets every unit with an Annex B start code; the bytes are
-    // valid during the call. `takeSkipped` gets the bytes that belong to no unit, and their sample: in the
-    // order of the stream, so that both together get every byte of it. Throws CToolError.
-    virtual void ForEach(const TakeUnit& takeUnit, const TakeSkipped& takeSkipped = {}) = 0;
+    // Reads the file to its end; once. The given parameter sets come first. `takeUnit` gets every unit with
+    // an Annex B start code; the bytes are valid during the call. `takeSkipped` gets the bytes that belong to
+    // no unit, and their sample: in the order of the stream, so that both together get every byte of it.
+    // Throws CToolError.
+    void ForEach(const TakeUnit& takeUnit, const TakeSkipped& takeSkipped = {})
+    {
+        for (const std::vector<unsigned char>& set : givenSets)
+            takeUnit(NalUnit{Codec(), set.data(), static_cast<uint32_t>(set.size()), 0, 0, nullptr, true});
+        ReadUnits(takeUnit, takeSkipped);
+    }
+
+    // Parameter sets that are not in the file, each with its start code. Call before ForEach.
+    void GiveSets(std::vector<std::vector<unsigned char>> sets) { givenSets = std::move(sets); }
 
     // Call before ForEach to write an edited copy of the file: then everything that is not a unit of the
     // stream (other tracks, metadata) is copied by the source itself. The output may take the place of the
@@ -77,8 +88,13 @@ public:
     const SourceCounts& Counts() const { return counts; }
 
 protected:
+    virtual void ReadUnits(const TakeUnit& takeUnit, const TakeSkipped& takeSkipped) = 0;
+
     SourceFacts facts;
     SourceCounts counts;
+
+private:
+    std::vector<std::vector<unsigned char>> givenSets;
 };
 
 // Detects what the file is and opens it. Throws CToolError.

@@ -156,10 +156,12 @@ AVStream& CContainerInput::ChooseVideo(std::optional<int> index)
     if (best < 0)
         throw CToolError(
             index ? fmt::format("{}: stream {} is not a video stream; {}", name, *index, DescribeVideos())
-                  : fmt::format("{}: there is no video in it", name));
+                  : fmt::format("{}: this is {}, and there is no video in it", name,
+                                context->iformat->long_name));
     AVStream& stream = *context->streams[best];
     if (!IsSupported(stream.codecpar->codec_id))
-        throw CToolError(fmt::format("{}: stream {} is {}; this tool reads H.264 and H.265; {}", name, best,
+        throw CToolError(fmt::format("{}: this is {}; stream {} is {}; this tool reads H.264 and H.265; {}",
+                                     name, context->iformat->long_name, best,
                                      avcodec_get_name(stream.codecpar->codec_id), DescribeVideos()));
     return stream;
 }

@@ -100,7 +100,7 @@ void CContainerSource::PrintsLines()
     showsProgress = !isatty(STDOUT_FILENO);
 }
 
-void CContainerSource::ForEach(const TakeUnit& takeUnit, const TakeSkipped& takeSkipped)
+void CContainerSource::ReadUnits(const TakeUnit& takeUnit, const TakeSkipped& takeSkipped)
 {
     CProgress progress(showsProgress, input->Size());
     const PacketPointer packet(av_packet_alloc());

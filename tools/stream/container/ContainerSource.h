@@ -17,9 +17,11 @@ class CContainerSource : public CUnitSource
 public:
     CContainerSource(std::unique_ptr<CContainerInput> opened, const SourceOptions& options);
 
-    void ForEach(const TakeUnit& takeUnit, const TakeSkipped& takeSkipped = {}) override;
     std::unique_ptr<CUnitSink> OpenSink(OutputRequest request) override;
     void PrintsLines() override;
+
+protected:
+    void ReadUnits(const TakeUnit& takeUnit, const TakeSkipped& takeSkipped) override;
 
 private:
     void DescribeContainer();
