@@ -43,7 +43,10 @@ std::span<const unsigned char> SeiMessageView::UserData() const
 
 bool SeiMessageView::IsOfLibrary() const
 {
-    return IsUserData() && std::ranges::equal(Identifier(), videoparams::userDataIdentifier);
+    const std::span<const unsigned char> identifier = Identifier();
+    return IsUserData() &&
+           std::equal(identifier.begin(), identifier.end(), std::begin(videoparams::userDataIdentifier),
+                      std::end(videoparams::userDataIdentifier));
 }
 
 uint32_t TrailingZeros(const NalUnit& unit)
@@ -76,8 +79,8 @@ SeiMessageView CSeiUnit::Message(size_t index) const
 
 bool CSeiUnit::Has(uint64_t payloadType) const
 {
-    return std::ranges::any_of(messages,
-                               [&](const Place& place) { return place.payloadType == payloadType; });
+    return std::any_of(messages.begin(), messages.end(),
+                       [&](const Place& place) { return place.payloadType == payloadType; });
 }
 
 // The messages fill the unit up to rbsp_trailing_bits().
@@ -92,11 +95,14 @@ bool CSeiUnit::TakesMessage() const
     if (!unit.IsSei() || unit.ForbiddenZeroBit() || unit.LayerId() != 0 || !IsComplete())
         return false;
     const auto isOnItsOwn = [this](const Place& place) {
-        return unit.codec == VideoCodecHEVC && std::ranges::count(MessagesOnTheirOwn, place.payloadType) != 0;
+        return unit.codec == VideoCodecHEVC &&
+               std::count(std::begin(MessagesOnTheirOwn), std::end(MessagesOnTheirOwn), place.payloadType) !=
+                   0;
     };
-    if (std::ranges::any_of(messages, isOnItsOwn))
+    if (std::any_of(messages.begin(), messages.end(), isOnItsOwn))
         return false;
-    return std::ranges::equal(BodyOf(rbsp), std::span(unit.Header(), unit.data + unit.size - trailingZeros));
+    const auto body = BodyOf(rbsp);
+    return std::equal(body.begin(), body.end(), unit.Header(), unit.data + unit.size - trailingZeros);
 }
 
 std::vector<unsigned char>
