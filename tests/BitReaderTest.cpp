@@ -25,7 +25,7 @@ protected:
     // Bits consumed since the beginning, as reported by the reader.
     size_t Position() const
     {
-        const size_t position = page->size() * size_t{8} - reader.BitsLeft();
+        const uint64_t position = uint64_t{page->size()} * 8 - reader.BitsLeft();
         EXPECT_EQ(reader.BytePosition(), position / 8);
         EXPECT_EQ(reader.AtEnd(), reader.BitsLeft() == 0);
         return position;

@@ -51,7 +51,7 @@ void RemoveOnSignal(const std::string& path)
     std::memcpy(fileToRemove, path.c_str(), path.size() + 1);
     struct sigaction removal = {};
     removal.sa_handler = RemoveAndEnd;
-    removal.sa_flags = SA_RESETHAND;
+    removal.sa_flags = static_cast<int>(SA_RESETHAND);
     for (size_t i = 0; i < std::size(EndingSignals); ++i) {
         sigaction(EndingSignals[i], nullptr, &actionsBefore[i]);
         if (!IsIgnored(actionsBefore[i]))

@@ -17,7 +17,7 @@ CInterrupt::CInterrupt()
 {
     struct sigaction action = {};
     action.sa_handler = NoteInterrupt;
-    action.sa_flags = SA_RESETHAND;  // no SA_RESTART: a read that waits returns
+    action.sa_flags = static_cast<int>(SA_RESETHAND);  // no SA_RESTART: a read that waits returns
     sigaction(SIGINT, nullptr, &previous);
     if (previous.sa_handler != SIG_IGN)
         sigaction(SIGINT, &action, nullptr);

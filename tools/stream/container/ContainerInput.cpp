@@ -85,9 +85,9 @@ const AVInputFormat* DetectContainerFormat(CInputFile& file, size_t headSize)
 
 bool IsUrl(const std::string& path)
 {
-    const size_t end = path.find("://");
-    return end != std::string::npos && end != 0 &&
-           std::all_of(path.begin(), path.begin() + end,
+    const std::string scheme = path.substr(0, path.find("://"));
+    return !scheme.empty() && scheme.size() < path.size() &&
+           std::all_of(scheme.begin(), scheme.end(),
                        [](unsigned char letter) { return std::isalnum(letter); });
 }
 

@@ -18,9 +18,8 @@ void CheckMemory(bool isThere)
 
 }  // namespace
 
-CContainerSink::CContainerSink(CContainerInput& source, const AVStream& video, uint32_t bytesOfLength,
-                               const OutputRequest& request)
-    : input(source), videoIndex(video.index), lengthSize(bytesOfLength), output(request)
+CContainerSink::CContainerSink(CContainerInput& source, uint32_t bytesOfLength, const OutputRequest& request)
+    : input(source), lengthSize(bytesOfLength), output(request)
 {
     const OutputFormat format = ChooseOutputFormat(input, request.path);
     if (output.TemporaryPath().empty())

@@ -18,8 +18,7 @@ class CContainerSink : public CUnitSink
 {
 public:
     // Throws CToolError if the format cannot be written, or not with these streams.
-    CContainerSink(CContainerInput& input, const AVStream& video, uint32_t lengthSize,
-                   const OutputRequest& request);
+    CContainerSink(CContainerInput& input, uint32_t lengthSize, const OutputRequest& request);
 
     // The source calls these with every packet of the input in its order: of the video before it hands on the
     // units of the sample, of other streams instead. Both throw CToolError.
@@ -51,7 +50,6 @@ private:
     [[noreturn]] void Fail(const std::string& what, int code) const;
 
     CContainerInput& input;
-    int videoIndex;
     uint32_t lengthSize;
     COutputFile output;
     AvioFilePointer file;

@@ -205,7 +205,7 @@ std::unique_ptr<CUnitSink> CContainerSource::OpenSink(OutputRequest request)
     request.kind = {"a video file", LooksLikeVideoFile};
     request.editedInput = Name() == "standard input" ? "-" : Name();
     request.inputs.push_back(request.editedInput);
-    auto made = std::make_unique<CContainerSink>(*input, video, lengthSize, request);
+    auto made = std::make_unique<CContainerSink>(*input, lengthSize, request);
     sink = made.get();
     return made;
 }
