@@ -28,7 +28,7 @@ protected:
         const uint64_t position = uint64_t{page->size()} * 8 - reader.BitsLeft();
         EXPECT_EQ(reader.BytePosition(), position / 8);
         EXPECT_EQ(reader.AtEnd(), reader.BitsLeft() == 0);
-        return position;
+        return static_cast<size_t>(position);
     }
 
     CBitReader reader;

@@ -192,10 +192,11 @@ TEST_F(NalIteration, UnitsAreCutByTheRuleInAllShortStrings)
             for (unsigned int i = 0; at != page.end(); ++i) {
                 const unsigned char* const header = at + (at[2] == 1 ? 3 : 4);
                 const unsigned char* const next = findStartCode(header, page.end());
-                ASSERT_TRUE(i < count && units[i] == at && sizes[i] == next - at)
+                ASSERT_TRUE(i < count && units[i] == at && sizes[i] == static_cast<size_t>(next - at))
                     << Hex(Bytes(begin, begin + length));
                 const Unit unit = Next();
-                ASSERT_TRUE(next == header ? unit.IsNone() : unit.data == at && unit.size == next - at)
+                ASSERT_TRUE(next == header ? unit.IsNone()
+                                           : unit.data == at && unit.size == static_cast<size_t>(next - at))
                     << Hex(Bytes(begin, begin + length));
                 at = next;
                 count -= next == page.end() ? i + 1 : 0;
