@@ -10,7 +10,7 @@
 
 namespace {
 
-// Of the bytes, what is needed to compare reports.
+// What is needed to compare reports.
 struct Report
 {
     int64_t result = 0;
@@ -106,7 +106,7 @@ void FeedUnits(void* handle, const Calls& calls, VideoCodecType codec, std::vect
     REQUIRE(Feed(handle, {}) == Report());  // it has been flushed
 }
 
-// Of several reports in one call the last one stands, with the description of the last that had one.
+// Of several reports in one call the last one counts, with the description of the last that had one.
 Report Expected(const std::vector<Report>& reports, size_t begin, size_t end)
 {
     Report expected;

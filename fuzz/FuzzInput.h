@@ -65,7 +65,7 @@ private:
 
 bool Equal(Bytes a, Bytes b);
 
-// A number that stands for all bytes added to it.
+// A number computed from all bytes added to it.
 class CDigest
 {
 public:

@@ -2,9 +2,9 @@
 
 #include "FuzzInput.h"
 
-// Holds what is reported against what was fed, a unit a call: no unit is lost, repeated or moved. Only two
-// kinds of units are never reported: those that come while no access unit is open, and H.264 slices whose
-// parameter sets are unknown.
+// Compares the reports with the units that were fed, one unit per call: no unit is lost, repeated or moved.
+// Only two kinds of units are never reported: those that come while no access unit is open, and H.264 slices
+// whose parameter sets are unknown.
 class CUnitLedger
 {
 public:

@@ -50,7 +50,7 @@ TEST_F(BitReader, TakesBitsMostSignificantFirstAcrossBytes)
     EXPECT_FALSE(reader.PastEnd());
 }
 
-TEST_F(BitReader, ReadsZerosBehindTheEndAndSaysSoUntilInitialised)
+TEST_F(BitReader, ReadsZerosAfterTheEndAndReportsIt)
 {
     Begin({0xFF});
     EXPECT_EQ(reader.Bits(12), 0xFF0u);

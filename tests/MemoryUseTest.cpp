@@ -83,7 +83,7 @@ private:
     VideoInfo info{};
 };
 
-// Units of any length: what is cut off their end is slice data or payload.
+// Units of any length: their ends are slice data or payload, which may be cut.
 struct Units
 {
     explicit Units(const Codec& codec, size_t largest = 200000)

@@ -244,7 +244,7 @@ TEST(SampleTest, FlagsWhatWasCutOutOfRealStreamsAndNothingInWholeOnes)
     EXPECT_GT(flagCount, 300u);
 }
 
-// All operations read slices into the same records, against which the analysis tells pictures apart.
+// All operations read slices into the same records, with which the analysis distinguishes pictures.
 TEST(SampleTest, SharesTablesAndSliceRecordsWithTheAnalysis)
 {
     const Bytes first = AvcSlice{.nal_unit_type = 5}.Write();

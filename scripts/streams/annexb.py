@@ -8,7 +8,7 @@ START_CODE = re.compile(b"\x00?\x00\x00\x01")
 
 @dataclass
 class NalUnit:
-    """One NAL unit as it stands in the stream, start code included."""
+    """One NAL unit as it is in the stream, start code included."""
 
     data: bytes
     header_offset: int
@@ -64,7 +64,7 @@ def nal_units(data, codec):
 
 
 def access_units(units, starts_picture):
-    """Group units into access units; starts_picture(unit, previous slice) tells the first slice of a picture."""
+    """Group units into access units; starts_picture(unit, previous slice) detects the first slice of a picture."""
     groups = []
     previous = None
     for unit in units:

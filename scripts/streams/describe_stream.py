@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Write NAME.json beside a stream: what ffprobe and a plain walk of its NAL units say of it.
+"""Write NAME.json beside a stream: what ffprobe and a plain walk of its NAL units report.
 
 Access units are those of the standards: of a field pair each field is one, and a key frame holds an IDR (H.264) or
 IRAP (H.265) slice.
@@ -135,7 +135,7 @@ def describe(path):
 
 
 def check_packets(packet_sizes, unit_sizes):
-    """ffprobe's packets are the access units, save that it may leave the first zero of a 4-byte start code behind."""
+    """ffprobe's packets are the access units, except that it may leave out the first zero of a 4-byte start code."""
     shifts = {p - u for p, u in zip(accumulate(packet_sizes), accumulate(unit_sizes))}
     if len(packet_sizes) != len(unit_sizes) or not shifts <= {0, 1}:
         raise ValueError("ffprobe's packets are not the access units")

@@ -45,7 +45,7 @@ def with_second_cra_as_bla(units):
 
 
 def with_fixed_sps(units):
-    """x265 leaves a vui_hrd_parameters_present_flag behind in a VUI without timing; the flags after it are zero too,
+    """x265 writes a vui_hrd_parameters_present_flag into a VUI without timing; the flags after it are zero too,
     so the bit before the stop bit is as good a one to take out."""
     for unit in units:
         if unit.type == 33:

@@ -143,7 +143,7 @@ TEST(HandleGuard, NullAndHandlesOfTheOtherFamilyAreRefused)
                 if (function.family != made)
                     ExpectRefused(function, handle);
             }
-            Release(made, handle);  // it still stands
+            Release(made, handle);  // it is still valid
         }
     }
 }

@@ -27,7 +27,6 @@ public:
 
     uint64_t Allocations() const { return allocations; }
     bool HasFailed() const { return hasFailed; }
-    void Recover() { allocationToFail = 0; }           // fails no more
     int64_t BlocksLeft() const { return blocksLeft; }  // allocated and not freed
     int64_t BytesLeft() const { return bytesLeft; }
     int64_t MostBytes() const { return mostBytes; }  // at any time
