@@ -24,7 +24,7 @@ gstreamer/userdata        VideoParams.h videoparams/ userdata/ stream/
 gstreamer/check           VideoParams.h check/ stream/
 gstreamer/elements        VideoParams.h videoparams/ elements/ check/ userdata/ stream/
 gstreamer                 VideoParams.h videoparams/
-web/native                VideoParams.h videoparams/ bitstream/ memory/ stream/
+web/native                VideoParams.h videoparams/ bitstream/ memory/ stream/ report/ inspect/
 web                       VideoParams.h videoparams/
 python                    VideoParams.h videoparams/
 examples                  VideoParams.h videoparams/

@@ -4,7 +4,7 @@
 #include "Exports.h"
 
 #include "Parser.h"
-#include "stream/CodecDetection.h"
+#include "stream/Detection.h"
 #include "stream/NalUnit.h"
 #include "videoparams/timestamp.h"
 
@@ -125,7 +125,7 @@ EXPORT bool HoldParameterSets(CParser* parser, unsigned char* sps, uint32_t spsS
 
 EXPORT int32_t DetectCodec(const unsigned char* data, uint32_t size)
 {
-    const std::optional<VideoCodecType> codec = tool::DetectCodec(data, size);
+    const std::optional<VideoCodecType> codec = tool::RateCodecs(data, size).Best();
     return codec ? static_cast<int32_t>(*codec) : -1;
 }
 

@@ -16,14 +16,22 @@ export interface Colour {
     matrix: number;
 }
 
+/** Frames a second as a fraction. */
+export interface FrameRate {
+    /** `time_scale` */
+    numerator: number;
+    /** In H.264 twice `num_units_in_tick`, in H.265 once. May be 0. */
+    denominator: number;
+}
+
 /** What a sequence parameter set says about the pictures. Values are as coded: check them before you rely on them. */
 export interface Sequence {
     /** Luma samples after cropping. */
     width: number;
     /** Luma samples after cropping; in H.264 of a frame, also if the stream codes fields. */
     height: number;
-    /** Frames a second as a fraction, or null if the stream does not say. The denominator may be 0. */
-    frameRate: { numerator: number; denominator: number } | null;
+    /** Null if the stream does not say. */
+    frameRate: FrameRate | null;
     /** Null if the stream does not describe its colour. */
     colour: Colour | null;
 }

@@ -2,8 +2,16 @@ import { VideoParamsError } from "./errors.js";
 import type { Bytes } from "./module.js";
 import { viewOf } from "./module.js";
 
-/** A piece of a stream: bytes, or an `EncodedVideoChunk` of WebCodecs, whose bytes are Annex B. */
-export type Chunk = Bytes | { readonly byteLength: number; copyTo(destination: Uint8Array): void };
+/** What an `EncodedVideoChunk` of WebCodecs has. Its bytes must be Annex B. */
+export interface CopyableChunk {
+    /** Its bytes. */
+    readonly byteLength: number;
+    /** Copies all of them. */
+    copyTo(destination: Uint8Array): void;
+}
+
+/** A piece of a stream. */
+export type Chunk = Bytes | CopyableChunk;
 
 /** Anything that gives chunks: a `ReadableStream` (`response.body`, `blob.stream()`), a Node.js stream, an array. */
 export type ChunkSource = ReadableStream<Chunk> | AsyncIterable<Chunk> | Iterable<Chunk>;

@@ -15,9 +15,12 @@ export type Reason =
 
 /** Every exception of this package. */
 export class VideoParamsError extends Error {
+    /** The name of the class. */
     override readonly name = "VideoParamsError";
 
+    /** @internal */
     constructor(
+        /** Why the call failed. */
         readonly reason: Reason,
         message: string,
         options?: ErrorOptions,

@@ -45,6 +45,7 @@ export abstract class Handle {
         this.#held = null;
     }
 
+    /** The same, for a `using` block. */
     [Symbol.dispose](): void {
         this.dispose();
     }

@@ -6,8 +6,8 @@
  * @module
  */
 
-export type { AccessUnit, Colour, Sequence } from "./accessUnit.js";
-export type { Chunk, ChunkSource } from "./chunk.js";
+export type { AccessUnit, Colour, FrameRate, Sequence } from "./accessUnit.js";
+export type { Chunk, ChunkSource, CopyableChunk } from "./chunk.js";
 export type { Codec } from "./codec.js";
 export { VideoParamsError, type Reason } from "./errors.js";
 export { Handle } from "./handle.js";

@@ -13,8 +13,11 @@ import { UnitReader, sliceTypeOf } from "./unit.js";
 
 /** NAL units with their start codes; null for a set that was not found. H.264 has no VPS. */
 export interface ParameterSets {
+    /** The video parameter set (H.265). */
     vps: Uint8Array<ArrayBuffer> | null;
+    /** The sequence parameter set. */
     sps: Uint8Array<ArrayBuffer> | null;
+    /** The picture parameter set. */
     pps: Uint8Array<ArrayBuffer> | null;
 }
 
@@ -32,6 +35,7 @@ export interface SampleTest {
 
 /** Analyses one stream, and answers questions about its samples. */
 export class Parser extends Handle {
+    /** Of its stream. */
     readonly codec: Codec;
     readonly #module: Module;
     readonly #units: UnitReader;

@@ -11,6 +11,7 @@ export type Clock = "utc" | "monotonic" | "pts" | "running-time" | "reference";
 export interface Timestamp {
     /** A number is a clock that this version does not know. */
     clock: Clock | number;
+    /** Of the clock, signed, 64 bits. */
     nanoseconds: bigint;
 }
 

@@ -8,6 +8,7 @@ import { viewOf } from "./module.js";
 
 /** Puts bytes of your own into access units, finds them and takes them out. Decoders skip them. */
 export class UserData extends Handle {
+    /** Of the access units. */
     readonly codec: Codec;
     readonly #module: Module;
 

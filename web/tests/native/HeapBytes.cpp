@@ -22,13 +22,4 @@ PageBytes::~PageBytes()
     std::free(mapping);
 }
 
-std::string Hex(const Bytes& bytes)
-{
-    static constexpr char Digits[] = "0123456789ABCDEF";
-    std::string text;
-    for (const unsigned char byte : bytes)
-        text += {Digits[byte / 16], Digits[byte % 16]};
-    return text;
-}
-
 }  // namespace videoparams::test

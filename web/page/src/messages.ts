@@ -1,0 +1,112 @@
+// What the page and its worker say to each other.
+
+export type Codec = "h264" | "h265";
+
+/** What is known of a file when it is opened. */
+export interface FileFacts {
+    name: string;
+    size: number;
+    codec: Codec;
+    /** "byte stream", or the container's name. */
+    format: string;
+    /** Whether an edited copy can be written in the same container. */
+    writesContainer: boolean;
+    /** By nal_unit_type. */
+    typeNames: string[];
+}
+
+export interface ParameterSet {
+    kind: "VPS" | "SPS" | "PPS";
+    id: number;
+    /** Number of the unit. */
+    unit: number;
+    /** Units that repeat it, itself included. */
+    count: number;
+    /** Hex, header first. */
+    bytes: string;
+}
+
+export interface UserDataMessage {
+    unit: number;
+    /** 16 bytes as hex. */
+    identifier: string;
+    /** Whether it is a message of this library. */
+    own: boolean;
+    size: number;
+    /** The first bytes as hex. */
+    payload: string;
+}
+
+export interface Finding {
+    /** Number of the unit, or null for the stream as a whole. */
+    unit: number | null;
+    text: string;
+}
+
+export interface Lists {
+    parameterSets: ParameterSet[];
+    userData: UserDataMessage[];
+    userDataCount: number;
+    findings: Finding[];
+    findingCount: number;
+}
+
+/** What is known of a file when it was read to its end. */
+export interface Results extends Lists {
+    /** The lines that `videoparams info` prints. */
+    info: string;
+    /** What `videoparams info --json` prints. */
+    json: unknown;
+    milliseconds: number;
+}
+
+export type Edit = { action: "add"; payload: Uint8Array } | { action: "remove" };
+
+/** Units that are next to each other, by place in the stream. */
+export interface Range {
+    offset: number;
+    size: number;
+    /** Number of a parameter set that is beside the stream; the offset does not count. */
+    outOfBand?: number;
+}
+
+export interface Requests {
+    bytes: { request: Range; reply: Uint8Array };
+    elements: { request: { unit: number; range: Range }; reply: Element[] };
+    export: { request: ExportRequest; reply: ExportResult };
+}
+
+/** A syntax element, or the name of a structure. */
+export interface Element {
+    name: string;
+    value?: number;
+}
+
+export interface ExportRequest {
+    edit: Edit;
+    /** Offset and size of each access unit to edit, in order. */
+    accessUnits: Float64Array;
+    /** Write the container of the file, not a byte stream. */
+    container: boolean;
+}
+
+export interface ExportResult {
+    blob: Blob;
+    name: string;
+    /** Access units that could not be edited, for they have no place for user data. */
+    failed: number;
+}
+
+export type ToWorker =
+    | { type: "open"; file: Blob; name: string }
+    | { type: "cancel" }
+    | { [Name in keyof Requests]: { type: Name; id: number; body: Requests[Name]["request"] } }[keyof Requests];
+
+export type FromWorker =
+    | { type: "opened"; facts: FileFacts }
+    | { type: "records"; units: ArrayBuffer; accessUnits: ArrayBuffer; read: number }
+    | { type: "finished"; results: Results }
+    | { type: "failed"; message: string; isCancelled: boolean }
+    | { type: "exporting"; done: number }
+    | { type: "reply"; id: number; body: unknown }
+    | { type: "refused"; id: number; message: string };

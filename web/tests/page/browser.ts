@@ -1,0 +1,101 @@
+// Debian's Chromium, without a screen, and the page in it.
+
+import assert from "node:assert/strict";
+import { join } from "node:path";
+import { pathToFileURL } from "node:url";
+import { chromium, type Browser, type BrowserContextOptions, type Page } from "playwright-core";
+
+const project = process.env["VIDEOPARAMS_PROJECT"] ?? "";
+const pageFile = join(project, "web/page/dist/inspector.html");
+export const pageAddress = pathToFileURL(pageFile).href;
+
+// The background services of the browser look for hosts that a test must not need.
+const flags = [
+    "--no-sandbox",
+    "--headless",
+    "--disable-gpu",
+    "--disable-quic",
+    "--no-first-run",
+    "--disable-background-networking",
+    "--disable-component-update",
+    "--disable-sync",
+];
+
+export function launch(): Promise<Browser> {
+    return chromium.launch({ executablePath: "/usr/bin/chromium", args: flags });
+}
+
+/** The page, and everything that it should not do. */
+export class Inspector {
+    readonly complaints: string[] = [];
+
+    private constructor(readonly page: Page) {
+        page.on("console", (message) => {
+            if (["error", "warning"].includes(message.type())) this.complaints.push(message.text());
+        });
+        page.on("pageerror", (error) => this.complaints.push(error.message));
+        page.on("request", (request) => {
+            if (!/^(file|blob|data):/.test(request.url())) this.complaints.push(`request: ${request.url()}`);
+        });
+    }
+
+    static async open(
+        browser: Browser,
+        options: BrowserContextOptions = {},
+        address = pageAddress,
+    ): Promise<Inspector> {
+        const page = await browser.newPage({ viewport: { width: 1440, height: 900 }, ...options });
+        const inspector = new Inspector(page);
+        await page.goto(address);
+        return inspector;
+    }
+
+    async choose(path: string): Promise<void> {
+        await this.page.setInputFiles("#file-input", path);
+    }
+
+    /** Chooses a file and waits until it is read. */
+    async load(path: string): Promise<void> {
+        await this.choose(path);
+        await this.finished();
+    }
+
+    async finished(): Promise<void> {
+        await this.page.waitForSelector("body:is([data-phase=ready], [data-phase=failed])", { timeout: 60000 });
+    }
+
+    get phase(): Promise<string | null> {
+        return this.page.getAttribute("body", "data-phase");
+    }
+
+    text(selector: string): Promise<string> {
+        return this.page.locator(selector).innerText();
+    }
+
+    /** What the summary says, by term. */
+    async summary(): Promise<Record<string, string>> {
+        const items = await this.page.locator("#summary-list .term").all();
+        const terms = items.map(async (item) => [
+            await item.locator("dt").innerText(),
+            await item.locator("dd").innerText(),
+        ]);
+        return Object.fromEntries((await Promise.all(terms)) as [string, string][]) as Record<string, string>;
+    }
+
+    /** Waits until a text matches. */
+    async expectText(selector: string, pattern: RegExp): Promise<void> {
+        const deadline = Date.now() + 20000;
+        let text = "";
+        while (Date.now() < deadline) {
+            text = (await this.page.locator(selector).textContent()) ?? "";
+            if (pattern.test(text)) return;
+            await this.page.waitForTimeout(50);
+        }
+        assert.match(text, pattern);
+    }
+
+    async close(): Promise<void> {
+        await this.page.close();
+        assert.deepEqual(this.complaints, []);
+    }
+}
