@@ -47,7 +47,8 @@ TEST(SteadyStream, AllocatesNothing)
             SetVideoData(handle, data.data(), Size(data));
             while (stream.codec == VideoCodecAVC && GetNalUnit(handle, &unit, &count, &isSlice, &count) == 0)
                 continue;
-            AddUserData(editor, data.data(), Size(data), data.data(), 100, &output, &count);
+            AddUserData(editor, data.data(), Size(data), data.data(), std::min(Size(data), 100u), &output,
+                        &count);
             GetUserData(editor, output, count, &output, &count);
             RemoveUserData(editor, data.data(), Size(data), &output, &count);
             return 0;

@@ -7,10 +7,13 @@ namespace videoparams::test {
 
 inline const Bytes someBytes = {0xAB, 0xCD, 0xEF};
 
+// An address that no function returns.
+inline const unsigned char marked = 0;
+
 struct Answer
 {
     int64_t result = 0;
-    const unsigned char* output = reinterpret_cast<const unsigned char*>("marked");
+    const unsigned char* output = &marked;
     unsigned size = 77;
 
     bool IsUntouched() const { return output == Answer{}.output && size == 77; }

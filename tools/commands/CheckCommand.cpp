@@ -1,9 +1,7 @@
 #include "commands/Commands.h"
-#include "report/CheckReport.h"
+#include "inspect/StreamCheck.h"
 #include "report/Message.h"
 #include "stream/ContainerCheck.h"
-#include "stream/FrameContinuity.h"
-#include "stream/UnitOrder.h"
 
 namespace tool {
 
@@ -26,7 +24,6 @@ public:
     const Damage& Found() const { return analysis.Found(); }
 
 private:
-    void TestContinuity(const NalUnit& slice);
     void NoteSkipped(uint64_t bytes);
     void AddSamples(const std::vector<SampleFinding>& found);
     void Add(const Finding& finding);
@@ -34,9 +31,8 @@ private:
     const SourceFacts& facts;
     CCheckReport& report;
     CStreamAnalysis analysis;
-    CUnitOrder order;
+    CStreamCheck stream;
     std::optional<CContainerCheck> container;
-    CFrameContinuity continuity;
     CheckSummary summary;
 };
 
@@ -45,26 +41,9 @@ void CCheck::Take(const NalUnit& unit)
     const UnitRole role = analysis.Take(unit);
     if (container)
         AddSamples(container->Take(unit, role, analysis));
-    for (const OrderFinding& finding : order.Take(unit, role))
-        Add({FindingPlace::Unit, finding.unit, finding.offset, finding.text});
-    if (role == UnitRole::Unreadable)
-        Add({FindingPlace::Unit, unit.number, unit.offset,
-             unit.ForbiddenZeroBit() ? "forbidden_zero_bit is 1" : "slice whose parameter sets are unknown"});
-    if (role == UnitRole::FirstSlice) {
-        ++summary.accessUnits;
-        if (unit.codec == VideoCodecAVC)
-            TestContinuity(unit);
-    } else if ((role == UnitRole::Leading || unit.isOutOfBand) && unit.codec == VideoCodecAVC) {
-        continuity.TakeParameterSet(unit);
-    }
-}
-
-void CCheck::TestContinuity(const NalUnit& slice)
-{
-    const AccessUnit& unit = analysis.Current();
-    const std::string text = continuity.TakePicture(slice);
-    if (!text.empty())
-        Add({FindingPlace::AccessUnit, unit.number, unit.offset, text});
+    for (const Finding& finding : stream.Take(unit, role, analysis))
+        Add(finding);
+    summary.accessUnits += role == UnitRole::FirstSlice;
 }
 
 void CCheck::Add(const Finding& finding)
@@ -90,8 +69,8 @@ void CCheck::AddSamples(const std::vector<SampleFinding>& found)
 
 void CCheck::Finish(const SourceCounts& counts)
 {
-    for (const OrderFinding& finding : order.Finish())
-        Add({FindingPlace::Unit, finding.unit, finding.offset, finding.text});
+    for (const Finding& finding : stream.Finish())
+        Add(finding);
     analysis.Finish();
     if (container)
         AddSamples(container->Finish(counts, analysis));

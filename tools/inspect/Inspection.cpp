@@ -1,5 +1,7 @@
 #include "inspect/Inspection.h"
 
+#include "report/Message.h"
+
 #include <algorithm>
 
 namespace tool {
@@ -25,13 +27,17 @@ void CInspection::Take(const NalUnit& unit)
     TakeCompleted();
     Place(RecordOf(unit, role), role);
     lists.Take(unit);
+    AddFindings(check.Take(unit, role, analysis));
 }
 
 void CInspection::Finish(const SourceCounts& counts)
 {
     ReleaseWaiting(current.unitCount == 0 ? NoAccessUnit : static_cast<uint32_t>(analysis.Current().number));
+    AddFindings(check.Finish());
     analysis.Finish();
     TakeCompleted();
+    if (counts.skippedBytes != 0)
+        lists.AddFinding({}, CountOf(counts.skippedBytes, "byte") + " outside of units");
     info.counts = counts;
     info.damage = analysis.Found();
     info.unusedSets = analysis.UnusedSets();
@@ -133,6 +139,14 @@ void CInspection::TakeCompleted()
     current.slice_type = static_cast<int8_t>(std::clamp<int32_t>(unit->slice_type, -1, INT8_MAX));
     accessUnits.push_back(current);
     seconds += info.summary.SecondsOf(*unit);
+}
+
+// A finding about an access unit is about the one that begins.
+void CInspection::AddFindings(const std::vector<Finding>& findings)
+{
+    for (const Finding& finding : findings)
+        lists.AddFinding(finding.place == FindingPlace::Unit ? finding.number : current.firstUnit,
+                         finding.text);
 }
 
 }  // namespace tool

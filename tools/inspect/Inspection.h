@@ -4,9 +4,9 @@
 
 #pragma once
 
+#include "inspect/StreamCheck.h"
 #include "inspect/StreamLists.h"
 #include "report/InfoReport.h"
-#include "stream/UnitOrder.h"
 
 #include <vector>
 
@@ -77,12 +77,13 @@ private:
     void Place(const UnitRecord& record, UnitRole role);
     void ReleaseWaiting(uint32_t accessUnit);
     void TakeCompleted();
+    void AddFindings(const std::vector<Finding>& findings);
 
     InfoResult info;
     CStreamAnalysis analysis;
     CParseHandle probe;  // measures slice headers
     CStreamLists lists;
-    CUnitOrder order;
+    CStreamCheck check;
 
     std::vector<UnitRecord> units;
     std::vector<UnitRecord> waiting;  // before a slice that shows to which access unit they belong

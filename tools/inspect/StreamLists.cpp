@@ -1,9 +1,8 @@
 #include "inspect/StreamLists.h"
 
-#include "bitstream/EmulationPrevention.h"
+#include "report/UserDataNames.h"
 #include "stream/ParameterSetId.h"
 #include "stream/SeiUnit.h"
-#include "userdata/SeiMessage.h"
 
 #include <algorithm>
 
@@ -13,6 +12,7 @@ namespace {
 
 constexpr size_t MostSets = 1000;
 constexpr size_t MostMessages = 20000;
+constexpr size_t MostFindings = 20000;
 constexpr size_t MostPayload = 256;
 
 const char* KindOf(const NalUnit& unit)
@@ -22,6 +22,17 @@ const char* KindOf(const NalUnit& unit)
     if (unit.IsSps())
         return "SPS";
     return unit.IsPps() ? "PPS" : nullptr;
+}
+
+// A time, text, or hex.
+std::string Describe(std::span<const unsigned char> payload)
+{
+    const std::string bytes(payload.begin(), payload.end());
+    if (const std::optional<std::string> time = TimestampText(bytes))
+        return *time;
+    if (const std::optional<std::string> text = EscapedText(bytes, MostPayload))
+        return *text;
+    return Hex(payload.first(std::min(payload.size(), MostPayload)));
 }
 
 }  // namespace
@@ -34,21 +45,13 @@ NalUnit UnitOf(VideoCodecType codec, const std::vector<unsigned char>& bytes)
     return {.codec = codec, .data = bytes.data(), .size = static_cast<uint32_t>(bytes.size())};
 }
 
-std::vector<unsigned char> RbspOf(const NalUnit& unit)
-{
-    const uint32_t size = unit.size - unit.StartCodeLength();
-    std::vector<unsigned char> rbsp(size);
-    rbsp.resize(videoparams::RemoveEmulationPrevention(unit.Header(), size, size, rbsp.data()));
-    return rbsp;
-}
-
 void CStreamLists::Take(const NalUnit& unit)
 {
     if (!unit.HasHeader() || unit.ForbiddenZeroBit())
         return;
     if (KindOf(unit) != nullptr)
         TakeParameterSet(unit);
-    else if (unit.IsSei())
+    else if (unit.IsAnySei())
         TakeMessages(unit);
 }
 
@@ -71,21 +74,24 @@ void CStreamLists::TakeParameterSet(const NalUnit& unit)
 
 void CStreamLists::TakeMessages(const NalUnit& unit)
 {
-    using namespace videoparams;
-    const std::vector<unsigned char> rbsp = RbspOf(unit);
-    CSeiMessageWalk walk(rbsp.data(), static_cast<uint32_t>(rbsp.size()), unit.HeaderLength());
-    SeiMessage message;
-    while (walk.Next(message)) {
-        if (!message.IsUserData() || message.payloadSize < UserDataIdentifierLength)
+    const CSeiUnit sei(unit);
+    for (size_t i = 0; i < sei.MessageCount(); ++i) {
+        const SeiMessageView message = sei.Message(i);
+        if (!message.IsUserData() || message.Identifier().empty() || messageCount++ >= MostMessages)
             continue;
-        if (messageCount++ >= MostMessages)
-            continue;
-        const std::span payload(message.payload, message.payloadSize);
-        const auto own = payload.subspan(UserDataIdentifierLength);
-        messages.push_back({unit.number, Hex(payload.first(UserDataIdentifierLength)),
-                            message.HasIdentifier(), own.size(),
-                            Hex(own.first(std::min(own.size(), MostPayload)))});
+        const std::vector<unsigned char> identifier(message.Identifier().begin(), message.Identifier().end());
+        messages.push_back({{"unit", unit.number},
+                            {"writer", WriterName(identifier)},
+                            {"identifier", IdentifierText(identifier)},
+                            {"size", message.UserData().size()},
+                            {"text", Describe(message.UserData())}});
     }
+}
+
+void CStreamLists::AddFinding(std::optional<uint64_t> unit, const std::string& text)
+{
+    if (findingCount++ < MostFindings)
+        findings.push_back({{"unit", unit ? Json(*unit) : Json(nullptr)}, {"text", text}});
 }
 
 // Sets are in the order of the stream.
@@ -104,23 +110,16 @@ std::vector<unsigned char> CStreamLists::Find(const std::string& kind, uint32_t 
 Json CStreamLists::ToJson() const
 {
     Json json = {{"parameterSets", Json::array()},
-                 {"userData", Json::array()},
+                 {"userData", messages},
                  {"userDataCount", messageCount},
-                 {"findings", Json::array()},
-                 {"findingCount", 0}};
+                 {"findings", findings},
+                 {"findingCount", findingCount}};
     for (const ParameterSet& set : sets) {
         json["parameterSets"].push_back({{"kind", set.kind},
                                          {"id", set.id},
                                          {"unit", set.firstUnit},
                                          {"count", set.count},
                                          {"bytes", Hex(set.bytes)}});
-    }
-    for (const Message& message : messages) {
-        json["userData"].push_back({{"unit", message.unit},
-                                    {"identifier", message.identifier},
-                                    {"own", message.isOwn},
-                                    {"size", message.size},
-                                    {"payload", message.payload}});
     }
     return json;
 }

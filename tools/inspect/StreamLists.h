@@ -1,4 +1,5 @@
-// The parameter sets and the user data of a stream, each with its unit. Long lists are cut short.
+// The parameter sets, the user data and the findings of a stream, each with its unit. Long lists are cut
+// short.
 //
 // SPDX-License-Identifier: MIT
 
@@ -8,6 +9,7 @@
 #include "stream/NalUnit.h"
 
 #include <map>
+#include <optional>
 #include <utility>
 
 namespace tool {
@@ -15,13 +17,12 @@ namespace tool {
 // The unit of bytes that stay in place and begin with a start code. No bytes: a unit without header.
 NalUnit UnitOf(VideoCodecType codec, const std::vector<unsigned char>& bytes);
 
-// Header first, without the start code.
-std::vector<unsigned char> RbspOf(const NalUnit& unit);
-
 class CStreamLists
 {
 public:
     void Take(const NalUnit& unit);
+    // `unit` is the number of the unit, or nothing for the stream as a whole.
+    void AddFinding(std::optional<uint64_t> unit, const std::string& text);
     Json ToJson() const;
 
     // The parameter set that a slice in `unit` refers to, with a start code; empty if there is none.
@@ -38,22 +39,15 @@ private:
         std::vector<unsigned char> bytes;  // header first
     };
 
-    struct Message
-    {
-        uint64_t unit;
-        std::string identifier;  // of 16 bytes, as hex
-        bool isOwn;              // the library's
-        uint64_t size;           // of the payload
-        std::string payload;     // its first bytes, as hex
-    };
-
     void TakeParameterSet(const NalUnit& unit);
     void TakeMessages(const NalUnit& unit);
 
     std::vector<ParameterSet> sets;
     std::map<std::pair<std::string, uint32_t>, size_t> lastSets;  // in `sets`, by kind and identifier
-    std::vector<Message> messages;
+    Json messages = Json::array();
     uint64_t messageCount = 0;
+    Json findings = Json::array();
+    uint64_t findingCount = 0;
 };
 
 }  // namespace tool

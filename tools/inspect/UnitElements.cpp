@@ -3,7 +3,7 @@
 #include "stream/AvcSyntax.h"
 #include "stream/Handle.h"
 #include "stream/HevcSyntax.h"
-#include "userdata/SeiMessage.h"
+#include "stream/SeiUnit.h"
 
 namespace tool {
 
@@ -142,13 +142,12 @@ void CElementList::AddDelimiter()
 
 void CElementList::AddMessages()
 {
-    const std::vector<unsigned char> rbsp = RbspOf(unit);
-    videoparams::CSeiMessageWalk walk(rbsp.data(), static_cast<uint32_t>(rbsp.size()), unit.HeaderLength());
-    videoparams::SeiMessage message;
-    while (walk.Next(message) && json.size() < MostShown) {
+    const CSeiUnit sei(unit);
+    for (size_t i = 0; i < sei.MessageCount() && json.size() < MostShown; ++i) {
+        const SeiMessageView message = sei.Message(i);
         Begin("sei_message");
         Add("payloadType", static_cast<int64_t>(message.payloadType));
-        Add("payloadSize", message.payloadSize);
+        Add("payloadSize", static_cast<int64_t>(message.payload.size()));
     }
 }
 
@@ -166,7 +165,7 @@ Json ReadElements(const NalUnit& unit, const CStreamLists& lists)
         list.AddParameterSet();
     else if (unit.IsDelimiter())
         list.AddDelimiter();
-    else if (unit.IsSei())
+    else if (unit.IsAnySei())
         list.AddMessages();
     else if (unit.IsSlice() && unit.codec == VideoCodecAVC)
         list.AddAvcSlice(lists);

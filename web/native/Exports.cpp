@@ -5,7 +5,7 @@
 
 #include "Parser.h"
 #include "stream/Detection.h"
-#include "stream/NalUnit.h"
+#include "stream/UnitNames.h"
 #include "videoparams/timestamp.h"
 
 #include <new>

@@ -5,6 +5,8 @@
 #include "inspect/UnitElements.h"
 #include "report/InfoReport.h"
 #include "stream/Detection.h"
+#include "stream/SeiUnit.h"
+#include "stream/UnitNames.h"
 #include "videoparams/nal_feeder.hpp"
 
 #include <algorithm>
@@ -12,6 +14,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #define EXPORT extern "C" __attribute__((used, visibility("default")))
 
@@ -86,6 +89,30 @@ private:
     bool isLeading = true;
 };
 
+// A copy of an access unit without user data: of this library, or of all programs.
+std::vector<unsigned char> WithoutUserData(VideoCodecType codec, const unsigned char* data, uint32_t size,
+                                           bool removesAll)
+{
+    const auto isRemoved = [removesAll](const tool::SeiMessageView& message) {
+        return message.IsUserData() && (removesAll || message.IsOfLibrary());
+    };
+    std::vector<unsigned char> copy;
+    const auto take = [&](const unsigned char* bytes, unsigned int unitSize) {
+        const NalUnit unit{.codec = codec, .data = bytes, .size = unitSize};
+        if (!unit.IsAnySei()) {
+            copy.insert(copy.end(), bytes, bytes + unitSize);
+            return;
+        }
+        const std::vector<unsigned char> left = tool::CSeiUnit(unit).Without(isRemoved);
+        copy.insert(copy.end(), left.begin(), left.end());
+    };
+    CNalFeeder cutter(CNalFeeder::ShortUnits::Separate);
+    cutter.Feed(data, size, take);
+    cutter.Finish(take);
+    return copy;
+}
+
+std::vector<unsigned char> edited;
 std::optional<CPageStream> stream;
 std::unique_ptr<unsigned char[]> room;
 uint32_t roomSize = 0;
@@ -169,6 +196,18 @@ EXPORT void PrintElements(VideoCodecType codec, uint32_t size, double number)
         .codec = codec, .data = room.get(), .size = size, .number = static_cast<uint64_t>(number)};
     std::puts(tool::ReadElements(unit, stream->Inspection().Lists()).dump().c_str());
     std::fflush(stdout);
+}
+
+// Of the access unit in the room. Returns the size of the copy.
+EXPORT uint32_t WithoutUserDataOf(VideoCodecType codec, uint32_t size, bool removesAll)
+{
+    edited = WithoutUserData(codec, room.get(), size, removesAll);
+    return static_cast<uint32_t>(edited.size());
+}
+
+EXPORT const unsigned char* Edited()
+{
+    return edited.data();
 }
 
 EXPORT int32_t DetectCodec(uint32_t size)

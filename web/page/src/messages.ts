@@ -28,13 +28,13 @@ export interface ParameterSet {
 
 export interface UserDataMessage {
     unit: number;
-    /** 16 bytes as hex. */
+    /** The program that writes such messages, or an empty string. */
+    writer: string;
+    /** A UUID. */
     identifier: string;
-    /** Whether it is a message of this library. */
-    own: boolean;
     size: number;
-    /** The first bytes as hex. */
-    payload: string;
+    /** A time, text, or hex. */
+    text: string;
 }
 
 export interface Finding {
@@ -60,7 +60,10 @@ export interface Results extends Lists {
     milliseconds: number;
 }
 
-export type Edit = { action: "add"; payload: Uint8Array } | { action: "remove" };
+export type Edit =
+    | { action: "add"; payload: Uint8Array }
+    /** `all`: also that of other programs. */
+    | { action: "remove"; all: boolean };
 
 /** Units that are next to each other, by place in the stream. */
 export interface Range {

@@ -13,7 +13,7 @@ before(async () => {
 after(() => browser.close());
 
 interface Edit {
-    action: "add" | "remove";
+    action: "add" | "remove" | "remove-all";
     where: "selected" | "key" | "all";
     text?: string;
     hex?: string;
@@ -63,6 +63,15 @@ describe("User data that the page inserts", () => {
             const plain = await edit(stamped, { action: "remove", where: "all" });
             assert.deepEqual(readFileSync(plain), readFileSync(stream(name)));
         }
+    });
+
+    it("is told from that of encoders", async () => {
+        const path = stream("avc-user-data.h264");
+        assert.deepEqual(readFileSync(await edit(path, { action: "remove", where: "all" })), readFileSync(path));
+        const plain = await edit(path, { action: "remove-all", where: "all" });
+        assert.ok(readFileSync(path).includes("x264 - core"));
+        assert.ok(!readFileSync(plain).includes("x264 - core"));
+        assert.equal(decoded(plain), decoded(path));
     });
 
     it("goes into the chosen access units only", async () => {

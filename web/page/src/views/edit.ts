@@ -30,6 +30,7 @@ export class EditView {
         const isAdding = this.#value("action") === "add";
         byId("edit-payload-row").hidden = !isAdding;
         byId("edit-key-row").hidden = !isAdding;
+        byId("edit-warning").hidden = this.#value("action") !== "remove-all";
         this.#container.disabled = !(facts?.writesContainer ?? false);
         byId("edit-container-row").hidden = this.#container.disabled;
         byId("edit-container-name").textContent = facts?.format ?? "";
@@ -62,7 +63,8 @@ export class EditView {
     }
 
     #edit(): Edit | null {
-        if (this.#value("action") === "remove") return { action: "remove" };
+        const action = this.#value("action");
+        if (action !== "add") return { action: "remove", all: action === "remove-all" };
         const text = this.#payload.value;
         if (this.#value("form") === "text") return { action: "add", payload: new TextEncoder().encode(text) };
         const digits = text.replace(/\s/g, "");

@@ -2,8 +2,7 @@
 
 import type { Finding, ParameterSet, Results, UserDataMessage } from "../messages.js";
 import type { Model } from "../model/model.js";
-import { byId, bytesOfHex, countOf, make } from "./dom.js";
-import { describePayload } from "./payload.js";
+import { byId, countOf, make } from "./dom.js";
 import { VirtualList } from "./virtualList.js";
 
 const rowHeight = 48;
@@ -123,13 +122,8 @@ function itemOfSet({ kind, id, unit, count, bytes }: ParameterSet): Item {
     };
 }
 
-function itemOfMessage({ unit, identifier, own, size, payload }: UserDataMessage): Item {
-    const shown = bytesOfHex(payload);
-    return {
-        unit,
-        title: `Unit ${unit} · ${countOf(size, "byte")} · ${own ? "VideoParams" : identifier.toLowerCase()}`,
-        detail: describePayload(shown),
-    };
+function itemOfMessage({ unit, writer, identifier, size, text }: UserDataMessage): Item {
+    return { unit, title: `Unit ${unit} · ${countOf(size, "byte")} · ${writer || identifier}`, detail: text };
 }
 
 function itemOfFinding({ unit, text }: Finding): Item {

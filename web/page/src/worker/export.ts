@@ -1,10 +1,11 @@
 // Writes an edited copy of a stream: as a byte stream, or in the container that it came in.
 
 import { VideoParams, VideoParamsError, type UserData } from "videoparams";
-import type { Edit, ExportRequest, ExportResult } from "../messages.js";
+import type { Codec, Edit, ExportRequest, ExportResult } from "../messages.js";
 import { BlobWriter } from "./blobWriter.js";
 import { ContainerSource, concatenate } from "./container.js";
 import { writeContainer } from "./containerWriter.js";
+import type { Inspector } from "./inspector.js";
 import type { StreamSource } from "./source.js";
 
 type Report = (done: number) => void;
@@ -14,15 +15,16 @@ export class Editor {
     failed = 0;
 
     constructor(
-        private readonly userData: UserData,
+        private readonly codec: Codec,
         private readonly edit: Edit,
+        private readonly userData: UserData,
+        private readonly inspector: Inspector,
     ) {}
 
     apply(accessUnit: Uint8Array): Uint8Array {
+        if (this.edit.action === "remove") return this.inspector.withoutUserData(this.codec, accessUnit, this.edit.all);
         try {
-            return this.edit.action === "add"
-                ? this.userData.add(accessUnit, this.edit.payload)
-                : this.userData.remove(accessUnit);
+            return this.userData.add(accessUnit, this.edit.payload);
         } catch (error) {
             if (!(error instanceof VideoParamsError) || error.reason === "lost") throw error;
             ++this.failed;
@@ -35,10 +37,11 @@ export async function exportStream(
     source: StreamSource,
     file: { blob: Blob; name: string },
     request: ExportRequest,
+    inspector: Inspector,
     report: Report,
 ): Promise<ExportResult> {
     const videoParams = await VideoParams.load();
-    const editor = new Editor(videoParams.userData(source.codec), request.edit);
+    const editor = new Editor(source.codec, request.edit, videoParams.userData(source.codec), inspector);
     const isContainer = request.container && source instanceof ContainerSource;
     const blob = isContainer
         ? await writeContainer(source, request.accessUnits, editor, videoParams.parser(source.codec), report)

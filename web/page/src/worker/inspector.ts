@@ -19,6 +19,8 @@ interface Exports {
     PrintLists(): void;
     PrintUnitTypeName(codec: number, nalUnitType: number): void;
     PrintElements(codec: number, size: number, unit: number): void;
+    WithoutUserDataOf(codec: number, size: number, removesAll: number): number;
+    Edited(): number;
     DetectCodec(size: number): number;
 }
 
@@ -105,6 +107,13 @@ export class Inspector {
         return JSON.parse(
             this.#print(() => this.#exports.PrintElements(codecs.indexOf(codec), bytes.length, unit)),
         ) as Element[];
+    }
+
+    /** A copy of an access unit without user data: of the library, or of all programs. */
+    withoutUserData(codec: Codec, accessUnit: Uint8Array, removesAll: boolean): Uint8Array {
+        this.#put(accessUnit);
+        const size = this.#exports.WithoutUserDataOf(codecs.indexOf(codec), accessUnit.length, Number(removesAll));
+        return new Uint8Array(this.#copy(this.#exports.Edited(), size));
     }
 
     typeNames(codec: Codec): string[] {

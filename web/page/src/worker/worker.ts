@@ -40,9 +40,9 @@ class Reader {
         if (this.#source === null || this.#file === null) throw new FileError("There is no file.");
         if (name === "bytes") return this.#source.read(body as Requests["bytes"]["request"]);
         if (name === "elements") return this.#elements(this.#source, body as Requests["elements"]["request"]);
-        return exportStream(this.#source, this.#file, body as Requests["export"]["request"], (done) =>
-            post({ type: "exporting", done }),
-        );
+        const report = (done: number): void => post({ type: "exporting", done });
+        const request = body as Requests["export"]["request"];
+        return exportStream(this.#source, this.#file, request, await this.#inspector, report);
     }
 
     async #elements(source: StreamSource, { unit, range }: Requests["elements"]["request"]): Promise<Element[]> {

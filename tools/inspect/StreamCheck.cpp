@@ -1,0 +1,42 @@
+#include "inspect/StreamCheck.h"
+
+namespace tool {
+
+namespace {
+
+std::vector<Finding> FindingsOf(const std::vector<OrderFinding>& found)
+{
+    std::vector<Finding> findings;
+    for (const OrderFinding& finding : found)
+        findings.push_back({FindingPlace::Unit, finding.unit, finding.offset, finding.text});
+    return findings;
+}
+
+}  // namespace
+
+std::vector<Finding> CStreamCheck::Take(const NalUnit& unit, UnitRole role, const CStreamAnalysis& analysis)
+{
+    std::vector<Finding> findings = FindingsOf(order.Take(unit, role));
+    if (role == UnitRole::Unreadable)
+        findings.push_back(
+            {FindingPlace::Unit, unit.number, unit.offset,
+             unit.ForbiddenZeroBit() ? "forbidden_zero_bit is 1" : "slice whose parameter sets are unknown"});
+    if (unit.codec != VideoCodecAVC)
+        return findings;
+    if (role == UnitRole::FirstSlice) {
+        const AccessUnit& picture = analysis.Current();
+        const std::string text = continuity.TakePicture(unit);
+        if (!text.empty())
+            findings.push_back({FindingPlace::AccessUnit, picture.number, picture.offset, text});
+    } else if (role == UnitRole::Leading || unit.isOutOfBand) {
+        continuity.TakeParameterSet(unit);
+    }
+    return findings;
+}
+
+std::vector<Finding> CStreamCheck::Finish()
+{
+    return FindingsOf(order.Finish());
+}
+
+}  // namespace tool
