@@ -2,7 +2,7 @@ include(CMakePackageConfigHelpers)
 
 set(packageDir "${CMAKE_INSTALL_LIBDIR}/cmake/VideoParams")
 
-# Components: Runtime, Development and Tool.
+# Components: Runtime, Development, Tool and GStreamer.
 install(TARGETS ${VIDEOPARAMS_LIBRARIES} EXPORT VideoParamsTargets
     RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT Runtime
     LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT Runtime NAMELINK_COMPONENT Development
@@ -61,6 +61,10 @@ if(TARGET videoparams)
         DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d" COMPONENT Tool)
     install(FILES docs/videoparams.schema.json
         DESTINATION "${CMAKE_INSTALL_DATADIR}/videoparams" COMPONENT Tool)
+endif()
+
+if(TARGET gstvideoparams)
+    install(TARGETS gstvideoparams LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}/gstreamer-1.0" COMPONENT GStreamer)
 endif()
 
 # The reverse of the last installation from this build folder.

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Makes the Debian packages with debhelper, tries them (lintian, and a host, the tool and the Python module from a scratch
-# root) and prints where they are.
+# Makes the Debian packages with debhelper, tries them (lintian, and a host, the tool, the Python module and the
+# GStreamer plug-in from a scratch root) and prints where they are.
 #
 #   scripts/packages.sh [FOLDER]               FOLDER gets the packages
 #   scripts/packages.sh --install [FOLDER]     also tries them installed on this machine, and removes them again (root)
@@ -14,7 +14,7 @@ if [ "${1:-}" = --install ]; then
     isInstalling=yes
     shift
 fi
-"$projectDir/scripts/setup.sh" build tool packages
+"$projectDir/scripts/setup.sh" build tool packages gstreamer
 folder=$buildRoot/packages
 exec 9>"$folder.lock"
 flock 9
@@ -23,7 +23,7 @@ flock 9
 source=$folder/source
 rm -rf "$folder"
 mkdir -p "$source"
-(cd "$projectDir" && tar -c CHANGELOG.md CMakeLists.txt LICENSE README.md cmake docs examples include python src tools) |
+(cd "$projectDir" && tar -c CHANGELOG.md CMakeLists.txt LICENSE README.md cmake docs examples gstreamer include python src tools) |
     tar -x -C "$source"
 cp -r "$projectDir/packaging/debian" "$source/debian"
 version=$(sed -n 's/^#define VIDEOPARAMS_VERSION_[A-Z]* \([0-9]*\)$/\1/p' "$projectDir/include/VideoParams.h" | paste -sd .)
@@ -42,7 +42,7 @@ sed -i -e "s/^Maintainer: .*/Maintainer: $packager/" \
 packages=("$folder"/*.deb)
 quietly "$folder/lintian.log" lintian --fail-on error,warning --allow-root "${packages[@]}"
 
-# tryPackages ROOT: builds a host with what ROOT contains, and runs it, the tool and the Python module.
+# tryPackages ROOT: builds a host with what ROOT contains, and runs it, the tool, the Python module and the plug-in.
 tryPackages() {
     local root=$1 library
     library=$root/usr/lib/$(g++ -print-multiarch)
@@ -54,6 +54,8 @@ tryPackages() {
     quietly "$folder/python.log" env LD_LIBRARY_PATH="${root:+$library}" PYTHONDONTWRITEBYTECODE=1 \
         PYTHONPATH="$root/usr/lib/python3/dist-packages" /usr/bin/python3 -c \
         'import videoparams; videoparams.Parser(videoparams.Codec.AVC).close()'
+    quietly "$folder/gstreamer.log" env LD_LIBRARY_PATH="${root:+$library}" GST_REGISTRY="$folder/registry" \
+        GST_PLUGIN_PATH="${root:+$library/gstreamer-1.0}" gst-inspect-1.0 vpcheck
     ls "$root"/usr/share/doc/libvideoparams-dev/{README.md,docs/feeding.md,examples/read-stdin.c} \
         "$root"/usr/include/videoparams/nal_feeder.{h,hpp} >"$folder/files.log"
 }

@@ -55,6 +55,7 @@ packages      debhelper                         command dh
 packages      dh-python                         command dh_python3
 packages      dpkg-dev                          command dpkg-buildpackage
 packages      lintian                           command lintian
+packages      gstreamer1.0-tools                command gst-inspect-1.0
 aarch64       g++-aarch64-linux-gnu             command aarch64-linux-gnu-g++
 aarch64       qemu-user                         command qemu-aarch64
 aarch64       googletest                        file /usr/src/googletest/CMakeLists.txt

@@ -11,8 +11,8 @@ set -euo pipefail
 status=0
 for preset in "$@"; do
     folder=gstreamer-$preset
-    build "$preset" "$folder" -DVIDEOPARAMS_BUILD_GSTREAMER=ON -DVIDEOPARAMS_BUILD_TESTS=OFF \
-        -DVIDEOPARAMS_BUILD_EXAMPLES=OFF
+    build "$preset" "$folder" -DVIDEOPARAMS_BUILD_GSTREAMER=ON -DVIDEOPARAMS_BUILD_GSTREAMER_TESTS=ON \
+        -DVIDEOPARAMS_BUILD_TESTS=OFF -DVIDEOPARAMS_BUILD_EXAMPLES=OFF
     log=$buildRoot/$folder.tests.log
     if ctest --test-dir "$buildRoot/$folder" --no-tests=error --output-on-failure </dev/null >"$log" 2>&1; then
         sed -n '/% tests passed/,$p' "$log"

@@ -83,7 +83,7 @@ InsertSettings CInsertElement::Settings()
 
 bool CInsertElement::Push(GBytes* bytes)
 {
-    return queue.Push(PayloadOfBytes(bytes));
+    return g_bytes_get_size(bytes) <= G_MAXUINT32 && queue.Push(PayloadOfBytes(bytes));
 }
 
 bool CInsertElement::Begin(const CodecRules& codecRules)
@@ -103,6 +103,19 @@ void CInsertElement::Stop()
 {
     Flush();
     inserter.End();
+}
+
+// Each insertion copies the head. So that a hostile stream cannot make that take long, the number is limited.
+std::vector<Payload> CInsertElement::CarriedMessages(const CAccessUnitHead& head, GstBuffer* buffer)
+{
+    std::vector<Payload> messages = ReadMetas(buffer);
+    if (!messages.empty())
+        messages = Without(messages, ReadMessages(head));
+    if (messages.size() > queue.Limit()) {
+        GST_WARNING_OBJECT(owner, "more than max-queued metas: the last ones are not carried");
+        messages.resize(queue.Limit());
+    }
+    return messages;
 }
 
 void CInsertElement::AddOwnMessages(const CAccessUnitHead& head, GstBuffer* buffer,
@@ -137,9 +150,7 @@ GstBuffer* CInsertElement::Take(GstBuffer* buffer)
         const CAccessUnitHead head(*rules, buffer);
         if (!head.HasSlice())
             return buffer;
-        std::vector<Payload> messages = ReadMetas(buffer);
-        if (!messages.empty())
-            messages = Without(messages, ReadMessages(head));
+        std::vector<Payload> messages = CarriedMessages(head, buffer);
         messages.insert(messages.end(), pushed.begin(), pushed.end());
         AddOwnMessages(head, buffer, messages);
         if (messages.empty())

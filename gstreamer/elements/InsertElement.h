@@ -48,11 +48,13 @@ public:
     void Flush() override;
     void Stop() override;
 
-    // Queues a message for the next picture, from any thread. False: the queue is full.
+    // Queues a message for the next picture, from any thread. False: the queue is full, or the
+    // message is longer than 32 bits can count.
     [[nodiscard]] bool Push(GBytes* bytes);
 
 private:
     InsertSettings Settings();
+    std::vector<Payload> CarriedMessages(const CAccessUnitHead& head, GstBuffer* buffer);
     void AddOwnMessages(const CAccessUnitHead& head, GstBuffer* buffer, std::vector<Payload>& messages);
 
     GstBaseTransform* const owner;

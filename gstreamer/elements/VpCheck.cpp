@@ -16,7 +16,7 @@
  *
  * ## Example launch line
  * |[
- * gst-launch-1.0 -m filesrc location=film.h264 ! h264parse ! vpcheck ! fakesink
+ * gst-launch-1.0 -m filesrc location=stamped.h264 ! h264parse ! vpcheck ! fakesink
  * ]|
  */
 

@@ -16,8 +16,7 @@
  *
  * ## Example launch line
  * |[
- * gst-launch-1.0 -m filesrc location=stamped.h264 ! h264parse ! vpuserdataextract remove=true ! filesink
- * location=plain.h264
+ * gst-launch-1.0 -m filesrc location=stamped.h264 ! h264parse ! vpuserdataextract ! fakesink
  * ]|
  */
 

@@ -5,16 +5,14 @@
  * Inserts user data into the access units of an H.264 or H.265 stream, as SEI messages
  * (user_data_unregistered) with the identifier of VideoParams. A picture gets, in this order:
  *
- * - what its #GstVideoSEIUserDataUnregisteredMeta with this identifier hold, unless the stream has it
- * already,
- * - what the action signal #GstVpUserDataInsert::push queued,
- * - #GstVpUserDataInsert:text or #GstVpUserDataInsert:data, and then the timestamp, if
+ * - the messages of its #GstVideoSEIUserDataUnregisteredMeta with this identifier, if the stream lacks them,
+ * - the messages that the action signal #GstVpUserDataInsert::push queued,
+ * - #GstVpUserDataInsert:text, #GstVpUserDataInsert:data and then the timestamp, if
  *   #GstVpUserDataInsert:where selects the picture.
  *
  * ## Example launch line
  * |[
- * gst-launch-1.0 videotestsrc num-buffers=100 ! x264enc ! h264parse ! vpuserdatainsert text="take 7"
- * where=key ! filesink location=stamped.h264
+ * gst-launch-1.0 videotestsrc num-buffers=50 ! x264enc ! vpuserdatainsert timestamp=utc ! fakesink
  * ]|
  */
 

@@ -141,6 +141,27 @@ Structure CElementHarness::Stats(const std::string& factory)
     return Structure(stats);
 }
 
+Bytes LastMessage(const TestStream& stream, const Bytes& accessUnit)
+{
+    void* handle = nullptr;
+    const unsigned char* found = nullptr;
+    unsigned int size = 0;
+    UserDataCreate(&handle, stream.codec);
+    GetUserData(handle, accessUnit.data(), static_cast<unsigned int>(accessUnit.size()), &found, &size);
+    const Bytes message(found, found + size);
+    UserDataRelease(handle);
+    return message;
+}
+
+bool Push(CElementHarness& harness, const Bytes& message)
+{
+    gboolean isTaken = FALSE;
+    GBytes* const bytes = g_bytes_new(message.data(), message.size());
+    g_signal_emit_by_name(harness.Find("vpuserdatainsert"), "push", bytes, &isTaken);
+    g_bytes_unref(bytes);
+    return isTaken != FALSE;
+}
+
 guint64 CountIn(const GstStructure* structure, const char* field)
 {
     guint64 count = G_MAXUINT64;

@@ -74,6 +74,12 @@ private:
     GstBus* bus;
 };
 
+// Emits the signal "push" of the inserting element. False: its queue is full.
+bool Push(CElementHarness& harness, const Bytes& message);
+
+// The last message of the access unit, as the library finds it.
+Bytes LastMessage(const TestStream& stream, const Bytes& accessUnit);
+
 guint64 CountIn(const GstStructure* structure, const char* field);
 
 extern const guint8 LibraryIdentifier[16];

@@ -14,7 +14,7 @@ std::vector<Payload> ReadMetas(GstBuffer* buffer);
 // Needs a writable buffer. A meta cannot hold a message without bytes: such a message is left out.
 void AttachMeta(GstBuffer* buffer, const Payload& payload);
 
-// What is in `payloads` and not in `known`. Each one of `known` stands for one of `payloads`.
+// What is in `payloads` and not in `known`. What is twice in one and once in the other is returned once.
 std::vector<Payload> Without(const std::vector<Payload>& payloads, const std::vector<Payload>& known);
 
 }  // namespace gstvp

@@ -31,6 +31,8 @@ bool CInserter::Insert(const CAccessUnitHead& head, const std::vector<Payload>& 
 
     input.assign(searched.begin() + static_cast<std::ptrdiff_t>(firstUnit), searched.end());
     for (const Payload& message : messages) {
+        if (input.size() > G_MAXUINT32 || message.size() > G_MAXUINT32)
+            return false;
         const guint8* output = nullptr;
         unsigned int outputSize = 0;
         if (AddUserData(handle, input.data(), static_cast<unsigned int>(input.size()), message.data(),
