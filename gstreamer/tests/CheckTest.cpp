@@ -116,7 +116,7 @@ TEST(Check, AMissingReferencePictureIsReportedOnceAndAnotherOneIsNot)
 }
 
 // A picture that is no reference, moved after the next reference picture, repeats the frame_num of that one.
-TEST(Check, ANonReferencePictureThatRepeatsFrameNumIsNoGap)
+TEST(Check, DISABLED_ANonReferencePictureThatRepeatsFrameNumIsNoGap)
 {
     size_t count = 0;
     for (const char* name : {"avc-bframes", "avc-hrd"}) {
