@@ -82,7 +82,7 @@ void CCommandLine::AddUnits()
     CLI::App* const command = app.add_subcommand(
         "units",
         "List the NAL units: offset, size, start code, type; of H.264 slices their type and header length");
-    command->footer("The header length of an H.264 slice counts the bytes behind the NAL unit header that "
+    command->footer("The header length of an H.264 slice counts the bytes after the NAL unit header that "
                     "hold the elements\n"
                     "up to the picture order count: less than the whole slice header.");
     AddFiles(command, units.input);

@@ -87,8 +87,8 @@ private:
     AccessUnit current;
     AccessUnit completed;
     bool isCompleted = false;
-    uint64_t heldSize =
-        0;  // units that stand behind the current access unit's slices and may belong to the next one
+    // Units after the slices of the current access unit, which may belong to the next one.
+    uint64_t heldSize = 0;
     uint64_t heldOffset = 0;
     Damage damage;
 };
