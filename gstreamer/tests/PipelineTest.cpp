@@ -227,7 +227,7 @@ TEST(Pipeline, StandsFiveHundredChangesOfState)
     }
 }
 
-TEST(Pipeline, DISABLED_FlushingSeeksCauseNoGaps)
+TEST(Pipeline, FlushingSeeksCauseNoGaps)
 {
     const std::string file =
         std::filesystem::temp_directory_path() / ("videoparams-seek-" + std::to_string(getpid()) + ".mkv");
@@ -242,7 +242,8 @@ TEST(Pipeline, DISABLED_FlushingSeeksCauseNoGaps)
     pipeline.SetState(GST_STATE_PLAYING);
     ASSERT_TRUE(pipeline.AwaitState());
     std::mt19937 random(1);
-    for (int seek = 0; seek < 60; ++seek) {
+    constexpr guint64 SeekCount = 60;
+    for (guint64 seek = 0; seek < SeekCount; ++seek) {
         EXPECT_TRUE(
             gst_element_seek_simple(pipeline.Get(), GST_FORMAT_TIME,
                                     static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | GST_SEEK_FLAG_KEY_UNIT),
@@ -253,7 +254,10 @@ TEST(Pipeline, DISABLED_FlushingSeeksCauseNoGaps)
     pipeline.AwaitEnd();
     const Structure stats = pipeline.Stats("check");
     EXPECT_EQ(CountIn(stats.get(), "gaps"), 0u);
-    EXPECT_EQ(CountIn(pipeline.Stats("extract").get(), "count"), CountIn(stats.get(), "pictures"));
+    // A flush may drop the picture that is between the two elements.
+    const guint64 messages = CountIn(pipeline.Stats("extract").get(), "count");
+    EXPECT_GE(messages, CountIn(stats.get(), "pictures"));
+    EXPECT_LE(messages, CountIn(stats.get(), "pictures") + SeekCount);
     std::filesystem::remove(file);
 }
 
