@@ -7,7 +7,7 @@ set -euo pipefail
 build clang clang  # for its compilation database
 
 cd "$projectDir"
-find src tools -name '*.cpp' >"$buildRoot/tidy.files"
+find "${@:-src}" -name '*.cpp' >"$buildRoot/tidy.files"
 if ! xargs -a "$buildRoot/tidy.files" -P "$cores" -n 2 \
     clang-tidy-14 -p "$buildRoot/clang" --quiet --warnings-as-errors='*' >"$buildRoot/tidy.log" 2>&1; then
     grep -v 'warnings generated' "$buildRoot/tidy.log" >&2

@@ -26,7 +26,7 @@ void CFrameContinuity::TakeParameterSet(const NalUnit& unit)
 
 void CFrameContinuity::Forget()
 {
-    PrevRefFrameNum.reset();
+    prevRefFrameNum.reset();
     firstField.reset();
 }
 
@@ -47,13 +47,13 @@ std::string CFrameContinuity::TakePicture(const NalUnit& slice)
         return "";
     }
     const bool isSecondField = IsSecondField(*header);
-    const bool isCompared = PrevRefFrameNum && !slice.IsIdrSlice() && !isSecondField;
+    const bool isCompared = prevRefFrameNum && !slice.IsIdrSlice() && !isSecondField;
     const std::string finding = isCompared ? Compare(*header, sps->second) : "";
 
     // After operation 5, the picture counts as one with frame_num 0.
     const uint32_t frame_num = header->hasOperation5 ? 0 : header->frame_num;
     if (header->nal_ref_idc != 0)
-        PrevRefFrameNum = frame_num;
+        prevRefFrameNum = frame_num;
     firstField.reset();
     if (header->field_pic_flag && !isSecondField)
         firstField = Field{header->bottom_field_flag, frame_num};
@@ -70,11 +70,11 @@ bool CFrameContinuity::IsSecondField(const AvcSliceHeader& slice) const
 std::string CFrameContinuity::Compare(const AvcSliceHeader& slice, const AvcSps& sps)
 {
     const uint32_t MaxFrameNum = 1u << (sps.log2_max_frame_num_minus4 + 4);
-    const uint32_t expected = (*PrevRefFrameNum + 1) % MaxFrameNum;
+    const uint32_t expected = (*prevRefFrameNum + 1) % MaxFrameNum;
     const bool isReference = slice.nal_ref_idc != 0;
-    if (slice.frame_num == expected || (!isReference && slice.frame_num == *PrevRefFrameNum))
+    if (slice.frame_num == expected || (!isReference && slice.frame_num == *prevRefFrameNum))
         return "";
-    PrevRefFrameNum = (slice.frame_num + MaxFrameNum - 1) % MaxFrameNum;  // one finding for each gap
+    prevRefFrameNum = (slice.frame_num + MaxFrameNum - 1) % MaxFrameNum;  // one finding for each gap
     if (sps.gaps_in_frame_num_value_allowed_flag)
         return "";
     return fmt::format("frame_num {}, expected {}: pictures may be missing", slice.frame_num, expected);

@@ -34,7 +34,7 @@ private:
 
     std::map<uint32_t, AvcSps> sequenceSets;
     std::map<uint32_t, AvcPps> pictureSets;
-    std::optional<uint32_t> PrevRefFrameNum;  // nothing after a picture that could not be read
+    std::optional<uint32_t> prevRefFrameNum;  // nothing after a picture that could not be read
     std::optional<Field> firstField;          // the previous picture, if a second field may follow
 };
 
