@@ -43,6 +43,11 @@ class AnalysisTest(unittest.TestCase):
             video_signal_type_present_flag=1, video_format=2, video_full_range_flag=1,
             colour_description_present_flag=1, colour_primaries=6, transfer_characteristics=4, matrix_coefficients=4))
 
+    def test_key_frames_without_parameter_sets_are_key_frames(self):
+        reports = analyse(vp.Codec.HEVC, vp.units([(STREAMS / "hevc-headers-once.h265").read_bytes()]))
+        self.assertEqual([i for i, report in enumerate(reports) if report.key_frame], [0, 10, 20])
+        self.assertEqual([i for i, report in enumerate(reports) if report.sequence], [0])
+
     def test_every_new_size_is_described(self):
         stream = (STREAMS / "avc-size-change.h264").read_bytes()
         reports = analyse(vp.Codec.AVC, vp.units([stream]))
