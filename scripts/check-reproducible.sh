@@ -6,7 +6,7 @@ set -euo pipefail
 
 "$projectDir/scripts/setup.sh" build tool tests
 build release release
-build release tool -DVIDEOPARAMS_BUILD_TESTS=OFF -DVIDEOPARAMS_BUILD_EXAMPLES=OFF
+CCACHE_DISABLE=1 build release tool -DVIDEOPARAMS_BUILD_TESTS=OFF -DVIDEOPARAMS_BUILD_EXAMPLES=OFF
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 

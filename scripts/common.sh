@@ -19,6 +19,12 @@ cores=$(nproc 2>/dev/null || echo 2)
 export CMAKE_BUILD_PARALLEL_LEVEL=${CMAKE_BUILD_PARALLEL_LEVEL:-$cores}
 export CTEST_PARALLEL_LEVEL=${CTEST_PARALLEL_LEVEL:-$cores}
 
+# If ccache is there, what two builds of a checkout compile in the same way is compiled once.
+if command -v ccache >/dev/null; then
+    export CMAKE_C_COMPILER_LAUNCHER=${CMAKE_C_COMPILER_LAUNCHER-ccache} CMAKE_CXX_COMPILER_LAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER-ccache}
+    export CCACHE_DIR=${CCACHE_DIR:-$buildRoot/ccache} CCACHE_BASEDIR=${CCACHE_BASEDIR:-$buildRoot} CCACHE_NOHASHDIR=1
+fi
+
 # quietly LOG COMMAND...: runs the command, and shows its output only if it fails.
 quietly() {
     local log=$1

@@ -17,6 +17,7 @@ tool          nlohmann-json3-dev                header nlohmann/json.hpp
 tool          pkg-config                        command pkg-config
 tool          libavformat-dev                   library libavformat
 tool          libavcodec-dev                    library libavcodec
+check         ccache                            command ccache
 tests         libgtest-dev                      header gtest/gtest.h
 tests         pkg-config                        command pkg-config
 tests         python3                           module ctypes
