@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Makes the Debian packages with debhelper, tries them (lintian, and a host, the tool, the Python module and the
+# Makes the Debian packages with debhelper, tries them (lintian, and a host, the tool, the Python package and the
 # GStreamer plug-in from a scratch root) and prints where they are.
 #
 #   scripts/packages.sh [FOLDER]               FOLDER gets the packages
@@ -42,7 +42,7 @@ sed -i -e "s/^Maintainer: .*/Maintainer: $packager/" \
 packages=("$folder"/*.deb)
 quietly "$folder/lintian.log" lintian --fail-on error,warning --allow-root "${packages[@]}"
 
-# tryPackages ROOT: builds a host with what ROOT contains, and runs it, the tool, the Python module and the plug-in.
+# tryPackages ROOT: builds a host with what ROOT contains, and runs it, the tool, the Python package and the plug-in.
 tryPackages() {
     local root=$1 library
     library=$root/usr/lib/$(g++ -print-multiarch)

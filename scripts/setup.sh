@@ -23,6 +23,10 @@ tests         pkg-config                        command pkg-config
 tests         python3                           module ctypes
 tests         python3                           module unittest
 tests         python3-jsonschema                module jsonschema
+tests         python3-setuptools                package python3-setuptools
+tests         python3-wheel                     package python3-wheel
+tests         python3-venv                      package python3-venv
+tests         python3-pip                       package python3-pip
 clang         clang                             command clang++
 fuzz          clang                             command clang++
 fuzz          libclang-rt-dev                   clangRuntime
@@ -54,6 +58,8 @@ nehalem       qemu-user                         command qemu-x86_64
 coverage      gcovr                             command gcovr
 packages      debhelper                         command dh
 packages      dh-python                         command dh_python3
+packages      python3-setuptools                package python3-setuptools
+packages      python3-wheel                     package python3-wheel
 packages      dpkg-dev                          command dpkg-buildpackage
 packages      lintian                           command lintian
 packages      gstreamer1.0-tools                command gst-inspect-1.0

@@ -1,4 +1,4 @@
-/* Loads a DLL by its name, as the Python module does, and makes a handle. */
+/* Loads a DLL by its name, as the Python package does, and makes a handle. */
 #include <VideoParams.h>
 #include <stdio.h>
 #include <string.h>
