@@ -28,7 +28,7 @@ import pathlib
 import sys
 from contextlib import contextmanager
 from dataclasses import dataclass
-from typing import Iterable, Iterator, Optional, TypeVar, Union
+from typing import Any, Iterable, Iterator, Optional, TypeVar, Union
 
 __version__ = "1.0.0"
 __all__ = [
@@ -271,7 +271,18 @@ def _load() -> ctypes.CDLL:
     raise ImportError(f"{name} not found: install the library, or set VIDEOPARAMS_LIBRARY to its file") from failure
 
 
-_library = _load()
+class _Library:
+    """Loaded by the first call, because parts of the package do not need it."""
+
+    def __getattr__(self, function: str) -> Any:
+        if function not in _SIGNATURES:
+            raise AttributeError(function)
+        library = _load()
+        self.__dict__.update({name: getattr(library, name) for name in _SIGNATURES})
+        return self.__dict__[function]
+
+
+_library = _Library()
 
 
 def _check(result: int, call: str) -> None:
