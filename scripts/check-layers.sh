@@ -5,8 +5,8 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 # Folder, and the beginnings of what its files may include. A folder may always include its own files; the folder with the
 # longest name counts. Standard headers and those of other libraries come in angle brackets and are not looked at, except
-# for the library's own headers, which may be included either way. The stream/ of web/native is that of tools/. Tests are not
-# looked at.
+# for the library's own headers, which may be included either way. The stream/ of web/native is that of tools/, and
+# gstreamer/check uses stream/FrameContinuity.h from there. Tests are not looked at.
 layers='
 include                   VideoParams.h
 src/memory

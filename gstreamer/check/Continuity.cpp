@@ -7,8 +7,7 @@ std::unique_ptr<CContinuity> MakeContinuity(const CodecRules& rules)
 {
     if (rules.codec == VideoCodecHEVC)
         return std::make_unique<CHevcContinuity>();
-    auto avc = std::make_unique<CAvcContinuity>();
-    return avc->Create() ? std::move(avc) : nullptr;
+    return std::make_unique<CAvcContinuity>();
 }
 
 }  // namespace gstvp

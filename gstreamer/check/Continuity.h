@@ -35,7 +35,7 @@ public:
     virtual void Restart() = 0;
 };
 
-// The test for a codec. Null: out of memory.
+// The test for a codec.
 std::unique_ptr<CContinuity> MakeContinuity(const CodecRules& rules);
 
 }  // namespace gstvp

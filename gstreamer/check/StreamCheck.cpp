@@ -13,7 +13,7 @@ bool CStreamCheck::Begin(const CodecRules& rules)
 {
     End();
     continuity = MakeContinuity(rules);
-    return continuity != nullptr && sequence.Begin(rules);
+    return sequence.Begin(rules);
 }
 
 void CStreamCheck::Restart()

@@ -1,5 +1,7 @@
 #include "inspect/StreamCheck.h"
 
+#include <fmt/format.h>
+
 namespace tool {
 
 namespace {
@@ -25,9 +27,11 @@ std::vector<Finding> CStreamCheck::Take(const NalUnit& unit, UnitRole role, cons
         return findings;
     if (role == UnitRole::FirstSlice) {
         const AccessUnit& picture = analysis.Current();
-        const std::string text = continuity.TakePicture(unit);
-        if (!text.empty())
-            findings.push_back({FindingPlace::AccessUnit, picture.number, picture.offset, text});
+        const FrameNumResult result = continuity.TakePicture(unit);
+        if (result.outcome == FrameNumOutcome::PicturesMissing)
+            findings.push_back({FindingPlace::AccessUnit, picture.number, picture.offset,
+                                fmt::format("frame_num {}, expected {}: pictures may be missing",
+                                            result.frame_num, result.expected)});
     } else if (role == UnitRole::Leading || unit.isOutOfBand) {
         continuity.TakeParameterSet(unit);
     }

@@ -1,7 +1,5 @@
 #include "stream/FrameContinuity.h"
 
-#include <fmt/format.h>
-
 namespace tool {
 
 namespace {
@@ -30,7 +28,7 @@ void CFrameContinuity::Forget()
     firstField.reset();
 }
 
-std::string CFrameContinuity::TakePicture(const NalUnit& slice)
+FrameNumResult CFrameContinuity::TakePicture(const NalUnit& slice)
 {
     CElementReader start(slice);
     const auto pps = pictureSets.find(ReadAvcSliceStart(slice, start).pic_parameter_set_id);
@@ -38,17 +36,17 @@ std::string CFrameContinuity::TakePicture(const NalUnit& slice)
         pps == pictureSets.end() ? sequenceSets.end() : sequenceSets.find(pps->second.seq_parameter_set_id);
     if (sps == sequenceSets.end()) {
         Forget();
-        return "";
+        return {FrameNumOutcome::ParameterSetsUnknown};
     }
     CElementReader bits(slice);
     const std::optional<AvcSliceHeader> header = ReadAvcSliceHeader(slice, sps->second, pps->second, bits);
     if (!header) {
         Forget();
-        return "";
+        return {};
     }
     const bool isSecondField = IsSecondField(*header);
     const bool isCompared = prevRefFrameNum && !slice.IsIdrSlice() && !isSecondField;
-    const std::string finding = isCompared ? Compare(*header, sps->second) : "";
+    const FrameNumResult result = isCompared ? Compare(*header, sps->second) : FrameNumResult();
 
     // After operation 5, the picture counts as one with frame_num 0.
     const uint32_t frame_num = header->hasOperation5 ? 0 : header->frame_num;
@@ -57,7 +55,7 @@ std::string CFrameContinuity::TakePicture(const NalUnit& slice)
     firstField.reset();
     if (header->field_pic_flag && !isSecondField)
         firstField = Field{header->bottom_field_flag, frame_num};
-    return finding;
+    return result;
 }
 
 bool CFrameContinuity::IsSecondField(const AvcSliceHeader& slice) const
@@ -67,17 +65,17 @@ bool CFrameContinuity::IsSecondField(const AvcSliceHeader& slice) const
 }
 
 // A picture that is no reference may repeat the value: nothing is lost.
-std::string CFrameContinuity::Compare(const AvcSliceHeader& slice, const AvcSps& sps)
+FrameNumResult CFrameContinuity::Compare(const AvcSliceHeader& slice, const AvcSps& sps)
 {
     const uint32_t MaxFrameNum = 1u << (sps.log2_max_frame_num_minus4 + 4);
     const uint32_t expected = (*prevRefFrameNum + 1) % MaxFrameNum;
     const bool isReference = slice.nal_ref_idc != 0;
     if (slice.frame_num == expected || (!isReference && slice.frame_num == *prevRefFrameNum))
-        return "";
+        return {};
     prevRefFrameNum = (slice.frame_num + MaxFrameNum - 1) % MaxFrameNum;  // one finding for each gap
     if (sps.gaps_in_frame_num_value_allowed_flag)
-        return "";
-    return fmt::format("frame_num {}, expected {}: pictures may be missing", slice.frame_num, expected);
+        return {};
+    return {FrameNumOutcome::PicturesMissing, slice.frame_num, expected};
 }
 
 }  // namespace tool

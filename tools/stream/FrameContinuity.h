@@ -8,9 +8,22 @@
 #include "stream/AvcSyntax.h"
 
 #include <map>
-#include <string>
 
 namespace tool {
+
+enum class FrameNumOutcome
+{
+    Continues,            // or nothing can be concluded
+    PicturesMissing,      // once for each gap
+    ParameterSetsUnknown  // the slice header cannot be read
+};
+
+struct FrameNumResult
+{
+    FrameNumOutcome outcome = FrameNumOutcome::Continues;
+    uint32_t frame_num = 0;  // found and expected, if pictures are missing
+    uint32_t expected = 0;
+};
 
 class CFrameContinuity
 {
@@ -18,8 +31,11 @@ public:
     // An SPS or PPS; other units are ignored.
     void TakeParameterSet(const NalUnit& unit);
 
-    // The first slice of a picture. Returns a finding, or "".
-    std::string TakePicture(const NalUnit& slice);
+    // The first slice of a picture.
+    FrameNumResult TakePicture(const NalUnit& slice);
+
+    // The next picture need not continue the last one. Parameter sets stay known.
+    void Forget();
 
 private:
     struct Field
@@ -29,8 +45,7 @@ private:
     };
 
     bool IsSecondField(const AvcSliceHeader& slice) const;
-    std::string Compare(const AvcSliceHeader& slice, const AvcSps& sps);
-    void Forget();
+    FrameNumResult Compare(const AvcSliceHeader& slice, const AvcSps& sps);
 
     std::map<uint32_t, AvcSps> sequenceSets;
     std::map<uint32_t, AvcPps> pictureSets;
