@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Measures what vpuserdatainsert costs, next to a call of AddUserData and one copy. Prints a table in Markdown.
+# Measures what vpuserdatainsert costs, next to a call of AddUserData and one copy. Prints a table in Markdown, and whether
+# the target is met, which its exit status says too.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
