@@ -101,22 +101,33 @@ def run(pipelines: list[Gst.Element]) -> int:
     return status
 
 
+def address(text: str) -> tuple[str, int]:
+    """The parts of HOST:PORT."""
+    host, _, port = text.rpartition(":")
+    if not host or not port.isdecimal():
+        raise argparse.ArgumentTypeError(f"{text} is not HOST:PORT, such as 127.0.0.1:5006")
+    return host, int(port)
+
+
 def main() -> int:
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0] if __doc__ else None)
     ends = parser.add_mutually_exclusive_group()
-    ends.add_argument("--send", metavar="HOST:PORT")
+    ends.add_argument("--send", metavar="HOST:PORT", type=address)
     ends.add_argument("--receive", metavar="PORT", type=int)
     parser.add_argument("--pictures", metavar="N", type=int, default=-1, help="end after N pictures")
     options = parser.parse_args()
     Gst.init(None)
 
-    if options.send:
-        host, _, port = options.send.rpartition(":")
-        return run([Sender(host, int(port), options.pictures).pipeline])
-    if options.receive:
-        return run([Receiver(options.receive).pipeline])
-    receiver = Receiver(5006)
-    return run([receiver.pipeline, Sender("127.0.0.1", 5006, options.pictures).pipeline])
+    try:
+        if options.send:
+            return run([Sender(*options.send, options.pictures).pipeline])
+        if options.receive:
+            return run([Receiver(options.receive).pipeline])
+        receiver = Receiver(5006)
+        return run([receiver.pipeline, Sender("127.0.0.1", 5006, options.pictures).pipeline])
+    except GLib.Error as error:  # an element is not installed
+        print(error.message, file=sys.stderr)
+        return 1
 
 
 if __name__ == "__main__":
