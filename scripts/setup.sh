@@ -56,6 +56,7 @@ abi           abigail-tools                     command abidiff
 instructions  valgrind                          command valgrind
 nehalem       qemu-user                         command qemu-x86_64
 coverage      gcovr                             command gcovr
+packages      build-essential                   package build-essential
 packages      debhelper                         command dh
 packages      dh-python                         command dh_python3
 packages      python3-setuptools                package python3-setuptools
