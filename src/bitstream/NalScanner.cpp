@@ -71,14 +71,14 @@ bool CNalScanner::EndUnitInto(unsigned char* destination, uint32_t room)
     return true;
 }
 
-// For a unit that is ended, or into room that may be too small.
+// For a unit that is ended, or into room for less than what remains.
 bool CNalScanner::EndUnitIntoLess(unsigned char* destination, uint32_t room)
 {
     const unsigned char* copied = unit.data;  // up to here
     if (unit.size == 0 && room >= ShortestUnit) {
         const unsigned char* const begin = unit.data + ShortStartCodeLength;
         const unsigned char* const end = unit.data + remaining;
-        const unsigned char* const limit = unit.data + std::min(room, remaining - 1);
+        const unsigned char* const limit = unit.data + room;
         std::memcpy(destination, unit.data, ShortStartCodeLength);
         copied = CopyToStartCodePrefix(begin, limit, destination + ShortStartCodeLength);
         if (copied != limit || limit == end - 1)
