@@ -27,6 +27,11 @@ tests         python3-setuptools                package python3-setuptools
 tests         python3-wheel                     package python3-wheel
 tests         python3-venv                      package python3-venv
 tests         python3-pip                       package python3-pip
+tests         python3-distributed               package python3-distributed
+tests         python3-fsspec                    package python3-fsspec
+tests         python3-jinja2                    package python3-jinja2
+tests         python3-matplotlib                package python3-matplotlib
+tests         python3-tqdm                      package python3-tqdm
 clang         clang                             command clang++
 fuzz          clang                             command clang++
 fuzz          libclang-rt-dev                   clangRuntime
