@@ -18,13 +18,13 @@ public:
     }
 
     void Take(const NalUnit& unit);
+    void TakeSkipped(const std::shared_ptr<const Sample>& sample, size_t size);
     void Finish(const SourceCounts& counts);
 
     const CheckSummary& Summary() const { return summary; }
     const Damage& Found() const { return analysis.Found(); }
 
 private:
-    void NoteSkipped(uint64_t bytes);
     void AddSamples(const std::vector<SampleFinding>& found);
     void Add(const Finding& finding);
 
@@ -34,6 +34,7 @@ private:
     CStreamCheck stream;
     std::optional<CContainerCheck> container;
     CheckSummary summary;
+    uint64_t bytesInSamples = 0;  // that belong to no unit
 };
 
 void CCheck::Take(const NalUnit& unit)
@@ -55,7 +56,7 @@ void CCheck::Add(const Finding& finding)
 void CCheck::AddSamples(const std::vector<SampleFinding>& found)
 {
     for (const SampleFinding& finding : found) {
-        Finding added{FindingPlace::Stream, 0, {}, finding.text};
+        Finding added{FindingPlace::Stream, 0, {}, finding.text, finding.expected};
         if (const std::shared_ptr<const Sample> sample = finding.sample) {
             added.place = FindingPlace::Sample;
             added.number = sample->number;
@@ -74,13 +75,17 @@ void CCheck::Finish(const SourceCounts& counts)
     analysis.Finish();
     if (container)
         AddSamples(container->Finish(counts, analysis));
-    NoteSkipped(counts.skippedBytes);
+    const uint64_t skipped = counts.skippedBytes - bytesInSamples;
+    if (skipped != 0)
+        Add({FindingPlace::Stream, 0, {}, CountOf(skipped, "byte") + " outside of units"});
 }
 
-void CCheck::NoteSkipped(uint64_t bytes)
+void CCheck::TakeSkipped(const std::shared_ptr<const Sample>& sample, size_t size)
 {
-    if (bytes != 0)
-        Add({FindingPlace::Stream, 0, {}, CountOf(bytes, "byte") + " outside of units"});
+    if (!sample)
+        return;
+    AddSamples({{sample, CountOf(size, "byte") + " at its end in no unit", "units that fill the sample"}});
+    bytesInSamples += size;
 }
 
 Status CheckFile(const SourceOptions& options, CCheckReport& report)
@@ -89,7 +94,9 @@ Status CheckFile(const SourceOptions& options, CCheckReport& report)
     CCheck check(source->Facts(), report);
     source->PrintsLines();
     report.Begin(source->Facts());
-    source->ForEach([&](const NalUnit& unit) { check.Take(unit); });
+    source->ForEach(
+        [&](const NalUnit& unit) { check.Take(unit); },
+        [&](const auto& sample, const unsigned char*, size_t size) { check.TakeSkipped(sample, size); });
     check.Finish(source->Counts());
     if (check.Summary().accessUnits == 0)
         throw CToolError(DescribeNoPicture(source->Name(), check.Found()));

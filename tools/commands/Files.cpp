@@ -1,5 +1,7 @@
 #include "commands/Files.h"
 
+#include "report/Message.h"
+
 #include <algorithm>
 #include <fmt/format.h>
 
@@ -18,9 +20,21 @@ Status ForEachFile(const InputOptions& input, CReport& report,
             report.Fail(file == "-" ? "standard input" : file, error.what());
             worst = StatusFailed;
         }
+        if (CInterrupt::IsRequested()) {
+            Complain("ended by Ctrl-C: the results are those of what was read");
+            break;
+        }
     }
     report.Close();
     return worst;
+}
+
+Status ReportMissing(const CUnitSource& source, Status status)
+{
+    const std::vector<std::string> missing = source.Counts().container.DescribeMissing();
+    for (const std::string& text : missing)
+        Complain(fmt::format("{}: {}", source.Name(), text));
+    return missing.empty() ? status : std::max(status, StatusFound);
 }
 
 void RefuseSeveral(const InputOptions& input, const char* option)

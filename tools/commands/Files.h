@@ -34,6 +34,10 @@ struct InputOptions
 Status ForEachFile(const InputOptions& input, CReport& report,
                    const std::function<Status(const SourceOptions&)>& run);
 
+// Complains about what is missing at the end of a container. Returns `status`, or StatusFound if that is
+// worse.
+Status ReportMissing(const CUnitSource& source, Status status);
+
 // An output of one file makes no sense for several. Throws CToolError.
 void RefuseSeveral(const InputOptions& input, const char* option);
 

@@ -62,18 +62,15 @@ void CMarkFixer::FinishSample()
     ++changes;
 }
 
-}  // namespace
-
-Status RunFix(const FixOptions& options)
+Status FixFile(const FixOptions& options, CFixReport& report)
 {
     const auto source = OpenSource(options.source);
     if (!source->Facts().container || !source->Facts().container->marksKeySamples)
         throw CToolError(
             fmt::format("{}: {} has no marks of key samples to fix", source->Name(), source->Facts().format));
     const auto output = source->OpenSink({.path = options.outputFile, .force = options.force});
-    const auto report = MakeFixReport({.isJson = options.isJson});
-    CMarkFixer fixer(source->Facts(), *report, *output);
-    report->Begin(source->Facts());
+    CMarkFixer fixer(source->Facts(), report, *output);
+    report.Begin(source->Facts());
     source->ForEach([&](const NalUnit& unit) { fixer.Take(unit); },
                     [&](const auto& sample, const unsigned char* bytes, size_t size) {
                         fixer.TakeSkipped(sample, bytes, size);
@@ -81,9 +78,17 @@ Status RunFix(const FixOptions& options)
     fixer.Finish();
     source->RefuseIfIncomplete();
     output->Commit();
-    report->End(fixer.Changes());
-    report->Close();
+    report.End(fixer.Changes());
     return StatusGood;
+}
+
+}  // namespace
+
+Status RunFix(const FixOptions& options)
+{
+    const auto report = MakeFixReport({.isJson = options.isJson});
+    return ForEachFile({{options.source.file}, options.source}, *report,
+                       [&](const SourceOptions&) { return FixFile(options, *report); });
 }
 
 }  // namespace tool

@@ -59,6 +59,7 @@ Status CInfo::Run()
     result.unusedSets = analysis.UnusedSets();
     result.furtherLayers = analysis.FurtherLayers();
     const std::string damage = result.IsDamaged() ? result.DescribeDamage() : "";
+    const Status status = ReportMissing(*source, result.IsDamaged() ? StatusFound : StatusGood);
     if (result.summary.Sizes().count == 0)
         throw CToolError(DescribeNoPicture(source->Name(), result.damage));
     report.End(result);
@@ -66,7 +67,7 @@ Status CInfo::Run()
         WritePlot();
     if (!damage.empty())
         Complain(fmt::format("{}: {}", source->Name(), damage));
-    return result.IsDamaged() ? StatusFound : StatusGood;
+    return status;
 }
 
 void CInfo::ReadStream()

@@ -122,7 +122,7 @@ Status PrintSets(const SourceOptions& options, CParamsReport& report)
     source->PrintsLines();
     report.Begin(source->Facts());
     report.End(ReadSets(*source, &report).Summaries());
-    return StatusGood;
+    return ReportMissing(*source, StatusGood);
 }
 
 Status WriteSets(const ParamsOptions& options)
@@ -140,7 +140,7 @@ Status WriteSets(const ParamsOptions& options)
     if (sets.Changes() != 0)
         Complain(fmt::format("{}: the parameter sets change {}; the first ones were written", source->Name(),
                              CountOf(sets.Changes(), "time")));
-    return StatusGood;
+    return ReportMissing(*source, StatusGood);
 }
 
 }  // namespace

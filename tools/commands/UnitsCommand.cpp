@@ -45,12 +45,14 @@ Status ListUnits(const SourceOptions& options, CUnitsReport& report)
     if (counts.units == 0)
         throw CToolError(fmt::format("{}: there is no NAL unit in it", source->Name()));
     report.End(counts, damagedUnits);
-    if (counts.skippedBytes == 0 && damagedUnits == 0)
-        return StatusGood;
+    const bool isDamaged = counts.skippedBytes != 0 || damagedUnits != 0;
+    const Status status = ReportMissing(*source, isDamaged ? StatusFound : StatusGood);
+    if (!isDamaged)
+        return status;
     Complain(
         fmt::format("{}: damaged: {} of {} units with forbidden_zero_bit 1, {} of {} bytes outside of units",
                     source->Name(), damagedUnits, counts.units, counts.skippedBytes, counts.bytes));
-    return StatusFound;
+    return status;
 }
 
 }  // namespace

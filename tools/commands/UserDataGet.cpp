@@ -140,22 +140,24 @@ Status GetFromFile(const SourceOptions& options, CUserDataReport& report)
 {
     const auto source = OpenSource(options);
     const UserDataCounts counts = ListMessages(*source, false, report);
+    const Status status = ReportMissing(*source, counts.listed != 0 ? StatusGood : StatusFound);
     if (counts.listed != 0)
-        return StatusGood;
+        return status;
     const std::string others = counts.others == 0 ? ""
                                                   : fmt::format("; userdata list shows {} of other programs",
                                                                 CountOf(counts.others, "message"));
     Complain(fmt::format("{}: there is no user data of this program in it{}", source->Name(), others));
-    return StatusFound;
+    return status;
 }
 
 Status ListFile(const SourceOptions& options, CUserDataReport& report)
 {
     const auto source = OpenSource(options);
-    if (ListMessages(*source, true, report).listed != 0)
-        return StatusGood;
-    Complain(fmt::format("{}: there is no user data in it", source->Name()));
-    return StatusFound;
+    const uint64_t listed = ListMessages(*source, true, report).listed;
+    const Status status = ReportMissing(*source, listed != 0 ? StatusGood : StatusFound);
+    if (listed == 0)
+        Complain(fmt::format("{}: there is no user data in it", source->Name()));
+    return status;
 }
 
 }  // namespace

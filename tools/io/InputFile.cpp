@@ -5,9 +5,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -60,9 +62,24 @@ size_t CInputFile::Read(unsigned char* buffer, size_t capacity)
     return count;
 }
 
+// False if the reading is to end. Waits in short turns, for a signal may come just before the call.
+bool CInputFile::AwaitBytes() const
+{
+    constexpr int Milliseconds = 100;
+    struct pollfd input = {descriptor, POLLIN, 0};
+    if (isRegular || poll(&input, 1, 0) > 0)
+        return !CInterrupt::IsRequested();
+    std::fflush(stdout);
+    while (!CInterrupt::IsRequested()) {
+        if (poll(&input, 1, Milliseconds) > 0)
+            return true;
+    }
+    return false;
+}
+
 size_t CInputFile::ReadDescriptor(unsigned char* buffer, size_t capacity)
 {
-    while (!CInterrupt::IsRequested()) {
+    while (AwaitBytes()) {
         const ssize_t count = read(descriptor, buffer, capacity);
         if (count >= 0)
             return static_cast<size_t>(count);

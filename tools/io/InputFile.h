@@ -25,7 +25,8 @@ public:
     const std::vector<unsigned char>& Peek(size_t count);
 
     // Waits until there is something and returns what is there: of a pipe that may be less than `capacity`. 0
-    // at the end, or if Ctrl-C was pressed while a CInterrupt exists. Throws CToolError.
+    // at the end, or if Ctrl-C was pressed while a CInterrupt exists. Writes out the standard output before
+    // it waits: results appear while the input is slow. Throws CToolError.
     size_t Read(unsigned char* buffer, size_t capacity);
 
     // Moves to a byte of the file. False if that is not possible, as in a pipe.
@@ -41,6 +42,7 @@ public:
     bool IsRegular() const { return isRegular; }
 
 private:
+    bool AwaitBytes() const;
     size_t ReadDescriptor(unsigned char* buffer, size_t capacity);
 
     std::string path;

@@ -26,7 +26,6 @@ CInterrupt::CInterrupt()
 CInterrupt::~CInterrupt()
 {
     sigaction(SIGINT, &previous, nullptr);
-    isRequested = 0;
 }
 
 bool CInterrupt::IsRequested()

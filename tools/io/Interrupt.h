@@ -17,7 +17,7 @@ public:
     CInterrupt(const CInterrupt&) = delete;
     CInterrupt& operator=(const CInterrupt&) = delete;
 
-    // False if there is no CInterrupt.
+    // Stays true: no further file is read.
     static bool IsRequested();
 
 private:

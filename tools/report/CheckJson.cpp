@@ -35,6 +35,8 @@ void CCheckJson::Add(const Finding& finding)
     if (finding.offset)
         json["offset"] = *finding.offset;
     json["text"] = finding.text;
+    if (!finding.expected.empty())
+        json["expected"] = finding.expected;
     writer.Add(json);
 }
 

@@ -22,9 +22,10 @@ enum class FindingPlace
 struct Finding
 {
     FindingPlace place = FindingPlace::Stream;
-    uint64_t number = 0;             // of the unit, access unit or sample
-    std::optional<uint64_t> offset;  // in the stream; of a sample, in the file
-    std::string text;
+    uint64_t number = 0;                 // of the unit, access unit or sample
+    std::optional<uint64_t> offset;      // in the stream; of a sample, in the file
+    std::string text;                    // what was found
+    std::string expected = {};           // instead of it; empty: nothing is to be there
     std::optional<double> seconds = {};  // when the sample is presented
 };
 

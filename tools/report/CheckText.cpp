@@ -35,7 +35,7 @@ void CCheckText::Add(const Finding& finding)
         fmt::print("{:.3f} s, ", *finding.seconds);
     if (finding.offset)
         fmt::print("byte {}: ", *finding.offset);
-    fmt::print("{}\n", finding.text);
+    fmt::print("{}{}{}\n", finding.text, finding.expected.empty() ? "" : "; expected: ", finding.expected);
 }
 
 void CCheckText::End(const CheckSummary& summary)

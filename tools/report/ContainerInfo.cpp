@@ -95,6 +95,8 @@ std::vector<std::pair<std::string, std::string>> DescribeContainer(const InfoRes
         lines.emplace_back("language", container.language);
     for (const std::string& text : FindDisagreements(result))
         lines.emplace_back("disagreement", text);
+    for (const std::string& text : result.counts.container.DescribeMissing())
+        lines.emplace_back("incomplete", text);
     return lines;
 }
 
@@ -123,6 +125,7 @@ Json ContainerToJson(const InfoResult& result)
         {"missingSamples", end.missingSamples},
         {"damagedSamples", end.damagedSamples},
         {"readError", end.error.empty() ? Json(nullptr) : Json(end.error)},
+        {"incomplete", end.DescribeMissing()},
         {"disagreements", FindDisagreements(result)},
     };
     if (container.frameRateNumerator != 0)

@@ -23,7 +23,7 @@ struct InfoResult
     std::vector<std::string> unusedSets;  // "SPS 1"
     std::set<uint32_t> furtherLayers;     // nuh_layer_id
 
-    bool IsDamaged() const { return UnreadableBytes() != 0; }
+    bool IsDamaged() const { return UnreadableBytes() != 0 || counts.container.damagedSamples != 0; }
     uint64_t UnreadableBytes() const { return damage.bytes + counts.skippedBytes; }
     uint64_t UnreadableUnits() const { return damage.damagedUnits + damage.lostSlices; }
     std::string DescribeDamage() const;

@@ -12,6 +12,7 @@ namespace tool {
 namespace {
 
 constexpr size_t MaxChangesPrinted = 10;
+constexpr const char* TimeHeadings = "      pts s      ticks       dts s      ticks  duration s      ticks  ";
 
 void PrintLine(const char* label, const std::string& text)
 {
@@ -131,12 +132,14 @@ void PrintAccessUnits(const CStreamSummary& summary)
     PrintLine("bit rate", duration ? DescribeBitRate(*summary.BitRate()) : "unknown without a frame rate");
 }
 
+// Each time in seconds and in ticks of the time base.
 std::string DescribeTimes(const AccessUnit& unit, const TimeBase& timeBase)
 {
-    const auto describe = [&](const std::optional<int64_t>& ticks) {
-        return ticks ? fmt::format("{:.3f}", timeBase.Seconds(*ticks)) : "-";
-    };
-    return fmt::format("{:>10} {:>10}  ", describe(unit.sample->pts), describe(unit.sample->dts));
+    std::string text;
+    for (const std::optional<int64_t>& ticks : {unit.sample->pts, unit.sample->dts, unit.sample->duration})
+        text += ticks ? fmt::format("{:>11.6f} {:>10} ", timeBase.Seconds(*ticks), *ticks)
+                      : fmt::format("{:>11} {:>10} ", "-", "-");
+    return text + " ";
 }
 
 class CInfoText : public CInfoReport
@@ -165,7 +168,7 @@ void CInfoText::Begin(const SourceFacts& facts)
     if (style.hasSeveralFiles)
         fmt::print("{}\n", facts.name);
     fmt::print("{:>8} {:>12} {:>9}  {}{:<4} {:<6} slice_type\n", "unit", "offset", "bytes",
-               timeBase ? fmt::format("{:>10} {:>10}  ", "pts s", "dts s") : "", "key", "coded");
+               timeBase ? TimeHeadings : "", "key", "coded");
 }
 
 void CInfoText::Add(const AccessUnit& unit)
@@ -216,6 +219,7 @@ std::string InfoResult::DescribeDamage() const
     add(damage.damagedUnits, CountOf(damage.damagedUnits, "unit") + " with forbidden_zero_bit 1");
     add(damage.lostSlices, CountOf(damage.lostSlices, "slice") + " without parameter sets");
     add(counts.skippedBytes, CountOf(counts.skippedBytes, "byte") + " outside of units");
+    add(counts.container.damagedSamples, CountOf(counts.container.damagedSamples, "damaged sample"));
     return fmt::format("damaged: {} of {} units and {} of {} bytes could not be read ({})", UnreadableUnits(),
                        counts.units, UnreadableBytes(), counts.bytes, causes);
 }

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <fmt/format.h>
-#include <unistd.h>
 
 namespace tool {
 
@@ -92,17 +91,12 @@ VideoCodecType CAnnexBSource::ChooseCodec(std::optional<VideoCodecType> given)
     return given ? *given : *found;
 }
 
-std::unique_ptr<CUnitSink> CAnnexBSource::OpenSink(OutputRequest request)
+std::unique_ptr<CUnitSink> CAnnexBSource::MakeSink(OutputRequest request)
 {
     request.kind = {"an H.264 or H.265 byte stream", LooksLikeByteStream};
     request.editedInput = input->Path();
     request.inputs.push_back(input->Path());
     return std::make_unique<CAnnexBSink>(request);
-}
-
-void CAnnexBSource::PrintsLines()
-{
-    showsProgress = !isatty(STDOUT_FILENO);
 }
 
 void CAnnexBSource::ReadUnits(const TakeUnit& takeUnit, const TakeSkipped& takeSkipped)

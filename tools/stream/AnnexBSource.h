@@ -15,18 +15,15 @@ class CAnnexBSource : public CUnitSource
 public:
     CAnnexBSource(std::unique_ptr<CInputFile> file, const SourceOptions& options);
 
-    std::unique_ptr<CUnitSink> OpenSink(OutputRequest request) override;
-    void PrintsLines() override;
-
 protected:
     void ReadUnits(const TakeUnit& takeUnit, const TakeSkipped& takeSkipped) override;
+    std::unique_ptr<CUnitSink> MakeSink(OutputRequest request) override;
 
 private:
     CodecRating RateHead();
     VideoCodecType ChooseCodec(std::optional<VideoCodecType> given);
 
     std::unique_ptr<CInputFile> input;
-    bool showsProgress = true;
 };
 
 }  // namespace tool

@@ -3,6 +3,7 @@
 #include "stream/ParameterSetId.h"
 #include "stream/SeiUnit.h"
 
+#include <algorithm>
 #include <cmath>
 #include <fmt/format.h>
 
@@ -23,6 +24,13 @@ std::vector<unsigned char> BytesAfterStartCode(const NalUnit& unit)
     while (end > unit.Header() && end[-1] == 0)  // trailing_zero_8bits
         --end;
     return {unit.Header(), end};
+}
+
+// The sample entries that allow parameter sets in samples, ISO/IEC 14496-15 5.4.2.1 and 8.4.1.1.
+bool HoldsSetsInSamples(const ContainerFacts& container)
+{
+    static constexpr std::string_view Tags[] = {"avc3", "avc4", "hev1", "hev2", "dvav", "dvhe"};
+    return std::find(std::begin(Tags), std::end(Tags), container.codecTag) != std::end(Tags);
 }
 
 }  // namespace
@@ -52,12 +60,8 @@ std::vector<SampleFinding> CContainerCheck::Finish(const SourceCounts& counts,
         TakeCompleted(*analysis.Completed());
     FinishSample();
     CheckFrameRate();
-    const ContainerEnd& end = counts.container;
-    if (end.missingSamples != 0)
-        Add(fmt::format("the file is cut short: {} of {} samples are missing", end.missingSamples,
-                        end.missingSamples + end.samples));
-    if (!end.error.empty())
-        Add(fmt::format("reading ended after {} samples: {}", end.samples, end.error));
+    for (const std::string& text : counts.container.DescribeMissing())
+        Add(text, "a whole file");
     return std::exchange(findings, {});
 }
 
@@ -70,15 +74,15 @@ void CContainerCheck::TakeParameterSet(const NalUnit& unit)
         return;
     }
     const auto described = describedSets.find(key);
-    if (container.lengthSize == 0 || reportedSets.contains(key))
+    if (container.lengthSize == 0 || HoldsSetsInSamples(container) || reportedSets.contains(key))
         return;
     const bool isMissing = described == describedSets.end();
     if (!isMissing && described->second == BytesAfterStartCode(unit))
         return;
     reportedSets.insert(key);
-    Add(fmt::format("{} {} in the sample {} the sample description{}", UnitTypeName(unit.codec, unit.Type()),
-                    key.second, isMissing ? "is missing in" : "differs from the one in",
-                    isMissing ? "" : "; a player that uses the description decodes wrongly"));
+    Add(fmt::format("{} {} {} the sample description", UnitTypeName(unit.codec, unit.Type()), key.second,
+                    isMissing ? "is missing in" : "differs from the one in"),
+        "the same set in both: players use the description");
 }
 
 void CContainerCheck::TakeCompleted(const AccessUnit& picture)
@@ -89,9 +93,9 @@ void CContainerCheck::TakeCompleted(const AccessUnit& picture)
     const std::pair<uint32_t, uint32_t> size{info.width, info.height};
     const bool differs = size != std::pair(container.width, container.height);
     if (container.width != 0 && container.height != 0 && differs && size != reportedSize)
-        findings.push_back(
-            {picture.sample, fmt::format("the pictures are {} x {}, the container records {} x {}",
-                                         info.width, info.height, container.width, container.height)});
+        findings.push_back({picture.sample,
+                            fmt::format("the container records {} x {}", container.width, container.height),
+                            fmt::format("{} x {} as the pictures have", info.width, info.height)});
     reportedSize = size;
     if (info.frameRateNumerator == 0 || info.frameRateDenominator == 0)
         return;
@@ -113,11 +117,11 @@ void CContainerCheck::FinishSample()
 void CContainerCheck::CheckPictures()
 {
     if (contents.IsContinued())
-        Add("it begins with slices of a picture that began in an earlier sample");
+        Add("it begins with slices of a picture that began in an earlier sample", "a whole picture");
     else if (contents.Pictures() == 0)
-        Add("it holds no picture; one is expected");
+        Add("it holds no picture", "one picture");
     if (contents.Pictures() > 1)
-        Add(fmt::format("it holds {} pictures; one is expected", contents.Pictures()));
+        Add(fmt::format("it holds {} pictures", contents.Pictures()), "one picture");
 }
 
 void CContainerCheck::CheckMark()
@@ -125,29 +129,34 @@ void CContainerCheck::CheckMark()
     const std::optional<bool> required = contents.RequiredMark();
     if (!required || *required == contents.Of()->isKey)
         return;
-    Add(*required ? "an IDR picture is not marked as a key sample: players cannot seek to it"
-                  : "it is marked as a key sample, but decoding cannot start with its picture");
+    if (*required)
+        Add("an IDR picture is not marked as a key sample", "the mark: players cannot seek to it without");
+    else
+        Add("it is marked as a key sample, but decoding cannot start with its picture", "no mark");
 }
 
 void CContainerCheck::CheckTimes(const std::shared_ptr<const Sample>& sample)
 {
     if (!sample->dts)
         return;
-    const auto add = [&](const std::string& text) { findings.push_back({sample, text}); };
+    const auto add = [&](const std::string& found, const std::string& expected) {
+        findings.push_back({sample, found, expected});
+    };
     if (sample->pts && *sample->pts < *sample->dts)
-        add(fmt::format("it is presented at {}, before it is decoded at {}", Time(*sample->pts),
-                        Time(*sample->dts)));
+        add(fmt::format("it is presented at {}", Time(*sample->pts)),
+            fmt::format("{} or later, when it is decoded", Time(*sample->dts)));
     if (lastTimed) {
         const int64_t last = *lastTimed->dts;
         const int64_t step = *sample->dts - last;
         const int64_t duration = lastTimed->duration.value_or(0);
-        if (step < 0)
-            add(fmt::format("its decoding time {} goes back behind {}", Time(*sample->dts), Time(last)));
-        else if (step == 0)
-            add(fmt::format("its decoding time {} is that of the previous sample", Time(*sample->dts)));
+        if (step <= 0)
+            add(fmt::format("its decoding time {} {}", step < 0 ? "goes back to" : "stays at",
+                            Time(*sample->dts)),
+                fmt::format("more than {}, the time of the previous sample", Time(last)));
         else if (facts.timeBase.Seconds(step) > JumpSeconds && step / JumpFrames > duration)
             add(fmt::format("its decoding time jumps by {:.3f} s, from {} to {}",
-                            facts.timeBase.Seconds(step), Time(last), Time(*sample->dts)));
+                            facts.timeBase.Seconds(step), Time(last), Time(*sample->dts)),
+                duration == 0 ? fmt::format("at most {:.0f} s", JumpSeconds) : Time(last + duration));
     } else {
         firstTimed = sample;
     }
@@ -162,8 +171,8 @@ void CContainerCheck::CheckFrameRate()
     const double seconds = facts.timeBase.Seconds(*lastTimed->dts - *firstTimed->dts);
     const double rate = seconds > 0 ? static_cast<double>(timedSamples - 1) / seconds : 0;
     if (rate != 0 && std::abs(rate / streamFrameRate - 1) > RateTolerance)
-        Add(fmt::format("the stream says {:.6g} frames/s, the times of the container give {:.6g}",
-                        streamFrameRate, rate));
+        Add(fmt::format("the times of the container give {:.6g} frames/s", rate),
+            fmt::format("{:.6g} as the stream says", streamFrameRate));
 }
 
 std::string CContainerCheck::Time(int64_t ticks) const

@@ -19,7 +19,8 @@ namespace tool {
 struct SampleFinding
 {
     std::shared_ptr<const Sample> sample;  // null: of the whole stream
-    std::string text;                      // what was found and what was expected
+    std::string text;                      // what was found
+    std::string expected;                  // instead of it
 };
 
 class CContainerCheck
@@ -45,7 +46,10 @@ private:
     void CheckTimes(const std::shared_ptr<const Sample>& sample);
     void CheckFrameRate();
     std::string Time(int64_t ticks) const;
-    void Add(const std::string& text) { findings.push_back({contents.Of(), text}); }
+    void Add(const std::string& found, const std::string& expected)
+    {
+        findings.push_back({contents.Of(), found, expected});
+    }
 
     const SourceFacts& facts;
     const ContainerFacts& container;

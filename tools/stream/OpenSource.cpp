@@ -60,11 +60,8 @@ bool IsCertainlyByteStream(CInputFile& file)
            LooksLikeByteStream({reinterpret_cast<const char*>(head.data()), head.size()});
 }
 
-std::unique_ptr<CUnitSource> OpenFile(const SourceOptions& options)
+std::unique_ptr<CUnitSource> OpenFile(const SourceOptions& options, std::unique_ptr<CInputFile> file)
 {
-    std::unique_ptr<CInputFile> file;
-    if (!IsUrl(options.file))
-        file = std::make_unique<CInputFile>(options.file);
     if (file && IsCertainlyByteStream(*file))
         return std::make_unique<CAnnexBSource>(std::move(file), options);
     if (std::unique_ptr<CUnitSource> container = OpenContainer(options, file))
@@ -76,7 +73,14 @@ std::unique_ptr<CUnitSource> OpenFile(const SourceOptions& options)
 
 std::unique_ptr<CUnitSource> OpenSource(const SourceOptions& options)
 {
-    std::unique_ptr<CUnitSource> source = OpenFile(options);
+    std::unique_ptr<CInputFile> file;
+    if (!IsUrl(options.file))
+        file = std::make_unique<CInputFile>(options.file);
+    std::unique_ptr<CInterrupt> interrupt;
+    if (!file || !file->IsRegular())
+        interrupt = std::make_unique<CInterrupt>();
+    std::unique_ptr<CUnitSource> source = OpenFile(options, std::move(file));
+    source->EndOnInterrupt(std::move(interrupt));
     if (!options.setsFile.empty())
         source->GiveSets(ReadGivenSets(options.setsFile, source->Codec()));
     return source;

@@ -53,13 +53,4 @@ struct ContainerFacts
     std::vector<std::vector<unsigned char>> parameterSets;  // of the sample description, with start codes
 };
 
-// How reading a container ended.
-struct ContainerEnd
-{
-    uint64_t samples = 0;         // read
-    uint64_t missingSamples = 0;  // in the index, but not in the file
-    uint64_t damagedSamples = 0;  // cut short, or with bytes outside of units
-    std::string error;            // empty: the end was reached
-};
-
 }  // namespace tool

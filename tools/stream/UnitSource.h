@@ -6,7 +6,9 @@
 
 #pragma once
 
+#include "io/Interrupt.h"
 #include "io/OutputFile.h"
+#include "stream/ContainerEnd.h"
 #include "stream/NalUnit.h"
 #include "stream/UnitSink.h"
 
@@ -59,12 +61,10 @@ public:
     // an Annex B start code; the bytes are valid during the call. `takeSkipped` gets the bytes that belong to
     // no unit, and their sample: in the order of the stream, so that both together get every byte of it.
     // Throws CToolError.
-    void ForEach(const TakeUnit& takeUnit, const TakeSkipped& takeSkipped = {})
-    {
-        for (const std::vector<unsigned char>& set : givenSets)
-            takeUnit(NalUnit{Codec(), set.data(), static_cast<uint32_t>(set.size()), 0, 0, nullptr, true});
-        ReadUnits(takeUnit, takeSkipped);
-    }
+    void ForEach(const TakeUnit& takeUnit, const TakeSkipped& takeSkipped = {});
+
+    // While the source exists, Ctrl-C ends the reading of a live input, unless a copy is written.
+    void EndOnInterrupt(std::unique_ptr<CInterrupt> given) { interrupt = std::move(given); }
 
     // Parameter sets that are not in the file, each with its start code. Call before ForEach.
     void GiveSets(std::vector<std::vector<unsigned char>> sets) { givenSets = std::move(sets); }
@@ -72,11 +72,11 @@ public:
     // Call before ForEach to write an edited copy of the file: then everything that is not a unit of the
     // stream (other tracks, metadata) is copied by the source itself. The output may take the place of the
     // source's file. The source fills in `kind` and `editedInput` of the request. Throws CToolError.
-    virtual std::unique_ptr<CUnitSink> OpenSink(OutputRequest request) = 0;
+    std::unique_ptr<CUnitSink> OpenSink(OutputRequest request);
 
     // Call before ForEach if results are printed while it runs: a progress bar on the same terminal would
     // break them up.
-    virtual void PrintsLines() = 0;
+    void PrintsLines();
 
     // Call after ForEach and before an edited copy takes its place: a copy of a part would lose the rest.
     // Throws CToolError if the source was not read to its end.
@@ -89,11 +89,14 @@ public:
 
 protected:
     virtual void ReadUnits(const TakeUnit& takeUnit, const TakeSkipped& takeSkipped) = 0;
+    virtual std::unique_ptr<CUnitSink> MakeSink(OutputRequest request) = 0;
 
     SourceFacts facts;
     SourceCounts counts;
+    bool showsProgress = true;
 
 private:
+    std::unique_ptr<CInterrupt> interrupt;
     std::vector<std::vector<unsigned char>> givenSets;
 };
 

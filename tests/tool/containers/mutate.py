@@ -6,6 +6,7 @@
 import os
 import random
 import resource
+import signal
 import subprocess
 import sys
 import tempfile
@@ -15,7 +16,8 @@ from samples import CASES, Workshop
 
 NAMES = {"avc.mp4", "hevc.mov", "avc-fragments.mp4", "avc.mkv", "hevc.ts", "avc.flv", "avc-p.avi", "avc-p.mxf", "length-1.mp4"}
 COMMANDS = (["info", "--json", "--units"], ["check"], ["userdata", "add", "--text", "take 7", "--where", "all"], ["fix"])
-SECONDS = 20
+SECONDS = 20  # of processor time, so that other load does no harm
+MOST_SECONDS = 300
 MEMORY = 2 << 30
 
 
@@ -32,6 +34,7 @@ def mutate(original, chance):
 
 
 def limit():
+    resource.setrlimit(resource.RLIMIT_CPU, (SECONDS, SECONDS))
     if not os.environ.get("SANITIZE"):
         resource.setrlimit(resource.RLIMIT_AS, (MEMORY, MEMORY))
 
@@ -41,9 +44,11 @@ def try_command(tool, command, path, folder):
     writes = command[0] in ("userdata", "fix")
     arguments = [tool, *command, path, *(["-o", output] if writes else [])]
     try:
-        done = subprocess.run(arguments, stdin=subprocess.DEVNULL, capture_output=True, timeout=SECONDS, preexec_fn=limit)
+        done = subprocess.run(arguments, stdin=subprocess.DEVNULL, capture_output=True, timeout=MOST_SECONDS, preexec_fn=limit)
     except subprocess.TimeoutExpired:
-        return f"no end after {SECONDS} s"
+        return f"no end after {MOST_SECONDS} s"
+    if done.returncode == -signal.SIGXCPU:
+        return f"more than {SECONDS} s of processor time"
     if done.returncode not in (0, 1, 2):
         return f"status {done.returncode}: {done.stderr.decode(errors='replace')[-200:]}"
     if done.returncode == 2 and not done.stderr:

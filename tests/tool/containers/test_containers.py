@@ -1,17 +1,15 @@
 """Containers through the tool: what it reads agrees with ffprobe, and what it edits differs in the edited units only."""
 
 import json
-import os
 import struct
-import subprocess
 import tempfile
 import unittest
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
+from running import tool
 from samples import CASES, Case, Workshop, run
 
-TOOL = os.environ["VIDEOPARAMS_TOOL"]
 # What a muxer writes of itself and of the sizes.
 MADE_ANEW = ("number_of", "bps", "_stat", "duration", "encoder", "software", "minor_version", "file_package", "material_package", "timecode", "uid", "product_uid")
 FIELDS = "packet=stream_index,pts,dts,duration,size,flags,data_hash"
@@ -39,12 +37,6 @@ def description(path):
         tags = part.pop("tags", {})
         part["tags"] = {tag: tags[tag] for tag in tags if not tag.lower().startswith(MADE_ANEW)}
     return found
-
-
-def tool(*arguments, status=0):
-    done = subprocess.run([TOOL, *map(str, arguments)], stdin=subprocess.DEVNULL, capture_output=True)
-    assert done.returncode == status, f"{arguments}: status {done.returncode}: {done.stderr.decode()[:500]}"
-    return done.stdout
 
 
 class Containers(unittest.TestCase):

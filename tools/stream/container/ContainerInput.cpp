@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdarg>
+#include <cstdio>
 #include <cstring>
 #include <fmt/format.h>
 #include <new>
@@ -15,6 +16,7 @@ namespace {
 
 constexpr int IoBufferSize = 256 * 1024;
 constexpr size_t SmallestHead = 16 << 10;
+constexpr int64_t LiveAnalysis = 2 * AV_TIME_BASE;
 
 // The last complaint of libavformat: it says more than the error code.
 std::string lastComplaint;
@@ -30,8 +32,10 @@ void NoteComplaint(void*, int level, const char* format, va_list arguments)
         lastComplaint.pop_back();
 }
 
+// libavformat asks again and again while it waits.
 int IsInterrupted(void*)
 {
+    std::fflush(stdout);
     return CInterrupt::IsRequested();
 }
 
@@ -123,11 +127,15 @@ void CContainerInput::Open(const char* url, const AVInputFormat* format)
     if (opened == nullptr)
         throw std::bad_alloc();
     opened->interrupt_callback.callback = IsInterrupted;
+    if (IsLive())
+        opened->max_analyze_duration = LiveAnalysis;  // otherwise up to 90 s
     if (io) {
         opened->pb = io.get();
         opened->io_open = RefuseToOpen;
     }
     int code = avformat_open_input(&opened, url, format, nullptr);  // frees the context if it fails
+    if (code < 0 && CInterrupt::IsRequested())
+        throw CToolError(fmt::format("{}: ended by Ctrl-C before its headers were read", name));
     if (code < 0)
         throw CToolError(fmt::format("{}: it cannot be opened: {}", name, Describe(code)));
     context.reset(opened);
@@ -184,11 +192,32 @@ bool CContainerInput::Read(AVPacket& packet)
     const int code = av_read_frame(context.get(), &packet);
     if (code >= 0)
         return true;
-    if (code != AVERROR_EOF && code != AVERROR_EXIT)
+    if (CInterrupt::IsRequested())
+        return false;
+    if (code != AVERROR_EOF)
         error = Describe(code);
     else if (!readError.empty())
         error = readError;
     return false;
+}
+
+MovLayout CContainerInput::ReadLayout()
+{
+    if (IsLive())
+        return {};
+    const MovLayout layout = ReadMovLayout(*file);
+    file->Seek(position);
+    return layout;
+}
+
+std::string CContainerInput::DescribeCut()
+{
+    return IsLive() ? "" : DescribeCutEnd(*file, context->iformat->name);
+}
+
+bool CContainerInput::KnowsDuration() const
+{
+    return context->pb != nullptr && (context->pb->seekable & AVIO_SEEKABLE_NORMAL) != 0;
 }
 
 bool CContainerInput::MarksSamples() const

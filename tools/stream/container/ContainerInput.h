@@ -6,6 +6,7 @@
 
 #include "io/InputFile.h"
 #include "stream/container/AvPointers.h"
+#include "stream/container/FileLayout.h"
 
 #include <cstdint>
 #include <memory>
@@ -40,12 +41,19 @@ public:
     // What libavformat reports about a failure of its own.
     std::string Describe(int code) const;
 
+    // The order of the boxes of an MP4 file. Nothing of a live input, as for DescribeCut.
+    MovLayout ReadLayout();
+
+    // How the file shows that its end is missing; empty if it does not. Call it at the end only.
+    std::string DescribeCut();
+
     // Why reading ended before the end of the file; empty if it did not.
     const std::string& Error() const { return error; }
 
     uint64_t Size() const { return file ? file->Size() : 0; }  // of the file; 0: not known
     uint64_t BytesRead() const;
 
+    bool KnowsDuration() const;    // otherwise libavformat reports the duration of what it has read
     bool MarksSamples() const;     // key samples are marked by the container
     bool IndexIsComplete() const;  // libavformat knows from the start all samples that there should be
 

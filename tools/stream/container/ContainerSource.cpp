@@ -5,7 +5,6 @@
 #include "stream/Detection.h"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 extern "C" {
 #include <libavutil/display.h>
@@ -86,18 +85,14 @@ void CContainerSource::DescribeContainer()
     if (const AVDictionaryEntry* const language = av_dict_get(video.metadata, "language", nullptr, 0))
         container.language = language->value;
     container.startSeconds = Seconds(video.start_time, video.time_base);
-    container.durationSeconds = Seconds(video.duration, video.time_base);
-    if (!container.durationSeconds)
+    if (input->KnowsDuration())
+        container.durationSeconds = Seconds(video.duration, video.time_base);
+    if (input->KnowsDuration() && !container.durationSeconds)
         container.durationSeconds = Seconds(context.duration, AV_TIME_BASE_Q);
     container.lengthSize = lengthSize;
     container.marksKeySamples = input->MarksSamples();
     container.parameterSets = std::move(form.parameterSets);
     facts.container = std::move(container);
-}
-
-void CContainerSource::PrintsLines()
-{
-    showsProgress = !isatty(STDOUT_FILENO);
 }
 
 void CContainerSource::ReadUnits(const TakeUnit& takeUnit, const TakeSkipped& takeSkipped)
@@ -115,7 +110,7 @@ void CContainerSource::ReadUnits(const TakeUnit& takeUnit, const TakeSkipped& ta
         else if (sink != nullptr)
             sink->CopyPacket(*packet);
         av_packet_unref(packet.get());
-        progress.Update(input->BytesRead());
+        progress.Update(std::max(input->BytesRead(), counts.bytes));
     }
     NoteEnd();
 }
@@ -193,14 +188,17 @@ std::shared_ptr<const Sample> CContainerSource::SampleOf(const AVPacket& packet)
 // An index lists the samples that there should be.
 void CContainerSource::NoteEnd()
 {
+    if (CInterrupt::IsRequested())
+        return;
     ContainerEnd& end = counts.container;
     end.error = input->Error();
+    end.cut = input->DescribeCut();
     const int indexed = avformat_index_get_entries_count(&video);
     if (input->IndexIsComplete() && indexed > 0 && static_cast<uint64_t>(indexed) > end.samples)
         end.missingSamples = static_cast<uint64_t>(indexed) - end.samples;
 }
 
-std::unique_ptr<CUnitSink> CContainerSource::OpenSink(OutputRequest request)
+std::unique_ptr<CUnitSink> CContainerSource::MakeSink(OutputRequest request)
 {
     request.kind = {"a video file", LooksLikeVideoFile};
     request.editedInput = Name() == "standard input" ? "-" : Name();

@@ -17,11 +17,9 @@ class CContainerSource : public CUnitSource
 public:
     CContainerSource(std::unique_ptr<CContainerInput> opened, const SourceOptions& options);
 
-    std::unique_ptr<CUnitSink> OpenSink(OutputRequest request) override;
-    void PrintsLines() override;
-
 protected:
     void ReadUnits(const TakeUnit& takeUnit, const TakeSkipped& takeSkipped) override;
+    std::unique_ptr<CUnitSink> MakeSink(OutputRequest request) override;
 
 private:
     void DescribeContainer();
@@ -38,7 +36,6 @@ private:
     CSampleCutter cutter;
     CContainerSink* sink = nullptr;  // from OpenSink on; the caller's
     uint64_t streamOffset = 0;       // of the next unit
-    bool showsProgress = true;
 };
 
 }  // namespace tool

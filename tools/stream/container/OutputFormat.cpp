@@ -62,43 +62,6 @@ void CheckName(const CContainerInput& input, const std::string& muxer, const std
                     path, input.Name(), input.Context().iformat->long_name));
 }
 
-struct MovLayout
-{
-    bool isFragmented = false;
-    bool indexComesFirst = false;
-};
-
-// The order of the top-level boxes, ISO/IEC 14496-12 4.2.
-MovLayout ReadMovLayout(const std::string& path)
-{
-    constexpr int MostBoxes = 1000;
-    MovLayout layout;
-    CInputFile file(path);
-    bool hasData = false;
-    uint64_t offset = 0;
-    for (int i = 0; i < MostBoxes && !layout.isFragmented && file.Seek(offset); ++i) {
-        unsigned char head[16] = {};
-        size_t got = 0;
-        while (const size_t count = got < sizeof head ? file.Read(head + got, sizeof head - got) : 0)
-            got += count;
-        const auto number = [&](size_t begin, size_t end) {
-            uint64_t value = 0;
-            for (size_t k = begin; k < end; ++k)
-                value = value << 8 | head[k];
-            return value;
-        };
-        const uint64_t size = number(0, 4) == 1 ? number(8, 16) : number(0, 4);
-        const std::string_view type(reinterpret_cast<const char*>(head + 4), 4);
-        layout.isFragmented = type == "moof";
-        layout.indexComesFirst = layout.indexComesFirst || (type == "moov" && !hasData);
-        hasData = hasData || type == "mdat";
-        if (got < 8 || size < 8 || size > file.Size() - std::min(offset, file.Size()))
-            break;
-        offset += size;
-    }
-    return layout;
-}
-
 bool HasKeyedMetadata(const AVFormatContext& from)
 {
     const AVDictionaryEntry* entry = nullptr;
@@ -112,7 +75,7 @@ bool HasKeyedMetadata(const AVFormatContext& from)
 void AddMovOptions(CContainerInput& input, OutputFormat& output)
 {
     const AVFormatContext& from = input.Context();
-    const MovLayout layout = input.IsLive() ? MovLayout{} : ReadMovLayout(input.Name());
+    const MovLayout layout = input.ReadLayout();
     std::string flags;
     if (layout.isFragmented)
         flags += "+frag_keyframe+empty_moov+default_base_moof";
