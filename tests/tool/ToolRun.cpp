@@ -1,5 +1,7 @@
 #include "tool/ToolRun.h"
 
+#include "streams/AvcStream.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
@@ -22,10 +24,10 @@ ToolTest::~ToolTest()
     std::filesystem::remove_all(folder);
 }
 
-ToolTest::Run ToolTest::RunTool(const std::string& arguments) const
+ToolTest::Run ToolTest::RunTool(const std::string& arguments, const char* tool) const
 {
     const std::string command =
-        "cd '" + folder.string() + "' && '" VIDEOPARAMS_TOOL "' " + arguments + " >.out 2>.err";
+        "cd '" + folder.string() + "' && '" + tool + "' " + arguments + " >.out 2>.err";
     const int status = std::system(command.c_str());
     const Bytes out = ReadFile(".out");
     const Bytes err = ReadFile(".err");
@@ -48,6 +50,21 @@ Bytes ToolTest::ReadFile(const std::string& name) const
 {
     std::ifstream file(folder / name, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+std::vector<Bytes> Pictures(uint32_t count)
+{
+    std::vector<Bytes> pictures;
+    for (uint32_t i = 0; i < count; ++i)
+        pictures.push_back(
+            AvcSlice{.nal_unit_type = i == 0 ? 5u : 1u, .slice_type = i == 0 ? 7u : 5u, .frame_num = i}
+                .Write());
+    return pictures;
+}
+
+Bytes AvcParameterSets()
+{
+    return AvcSps{}.Write() + AvcPps{}.Write();
 }
 
 testing::AssertionResult AreSame(const Bytes& found, const Bytes& expected)

@@ -26,7 +26,7 @@ protected:
     ~ToolTest() override;
 
     // The arguments as the shell takes them; they may begin with a redirection or end with one.
-    Run RunTool(const std::string& arguments) const;
+    Run RunTool(const std::string& arguments, const char* tool = VIDEOPARAMS_TOOL) const;
     nlohmann::json RunForJson(const std::string& arguments) const;
 
     std::string WriteFile(const std::string& name, const Bytes& bytes) const;
@@ -34,6 +34,10 @@ protected:
 
     std::filesystem::path folder;
 };
+
+// Pictures of an H.264 stream: the first an IDR picture, each a reference for the next.
+std::vector<Bytes> Pictures(uint32_t count);
+Bytes AvcParameterSets();
 
 inline long LineCount(const std::string& text)
 {

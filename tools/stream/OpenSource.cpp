@@ -40,13 +40,16 @@ bool IsUrl(const std::string&)
 
 std::unique_ptr<CUnitSource> OpenContainer(const SourceOptions&, std::unique_ptr<CInputFile>& file)
 {
-    const std::vector<unsigned char>& head = file->Peek(HeadSize);
-    const std::string_view container =
-        FileFormatName({reinterpret_cast<const char*>(head.data()), head.size()});
-    if (!container.empty())
+    const std::vector<unsigned char>& bytes = file->Peek(HeadSize);
+    const std::string_view head(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    const std::string_view format = FileFormatName(head);
+    if (IsVideoContainer(head))
         throw CToolError(fmt::format("{}: this is {}, and this videoparams was built without containers "
                                      "(-DVIDEOPARAMS_TOOL_CONTAINERS=OFF); it reads byte streams only",
-                                     file->Name(), container));
+                                     file->Name(), format));
+    if (!format.empty())
+        throw CToolError(
+            fmt::format("{}: this is {}; this tool reads H.264 and H.265 video", file->Name(), format));
     return nullptr;
 }
 

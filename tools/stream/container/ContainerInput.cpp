@@ -137,7 +137,9 @@ void CContainerInput::Open(const char* url, const AVInputFormat* format)
     if (code < 0 && CInterrupt::IsRequested())
         throw CToolError(fmt::format("{}: ended by Ctrl-C before its headers were read", name));
     if (code < 0)
-        throw CToolError(fmt::format("{}: it cannot be opened: {}", name, Describe(code)));
+        throw CToolError(fmt::format("{}: {}it cannot be opened: {}", name,
+                                     format == nullptr ? "" : fmt::format("this is {}; ", format->long_name),
+                                     Describe(code)));
     context.reset(opened);
     if (HasMarks(*opened->iformat))
         opened->flags |= AVFMT_FLAG_NOPARSE;
