@@ -43,6 +43,11 @@ TEST_F(InputTool, TakesParameterSetsOfTheirOwnFile)
         EXPECT_EQ(described["accessUnitCount"], whole["accessUnitCount"]);
         EXPECT_EQ(described["sequences"], whole["sequences"]);
         EXPECT_EQ(RunTool("check rest --params sets").status, 0);
+        const json listed = RunForJson("units --json rest --params sets")["units"];
+        const json lacking = RunForJson("units --json rest")["units"];
+        EXPECT_EQ(lacking.size(), listed.size());
+        EXPECT_EQ(listed[0].contains("sliceHeaderLength"), isAvc);
+        EXPECT_FALSE(lacking[0].contains("sliceHeaderLength"));
         EXPECT_EQ(RunTool("userdata add rest --params sets --text x -o out").status, 0);
         EXPECT_EQ(RunTool("userdata remove out -o out").status, 0);
         EXPECT_TRUE(AreSame(ReadFile("out"), rest));

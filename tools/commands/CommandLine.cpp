@@ -86,6 +86,7 @@ void CCommandLine::AddUnits()
                     "hold the elements\n"
                     "up to the picture order count: less than the whole slice header.");
     AddFiles(command, units.input);
+    AddSets(command, units.input.source);
     command->add_flag("--json", units.isJson, "Write JSON");
     SetAction(command, RunUnits, units);
 }
@@ -123,6 +124,7 @@ void CCommandLine::AddFix()
         app.add_subcommand("fix", "Correct the marks of key samples in a container, and list what changed");
     command->footer("OUT appears when it is complete; a failure leaves it as it was.");
     AddFile(command, fix.source);
+    AddSets(command, fix.source);
     command->add_flag("--json", fix.isJson, "Write JSON");
     command->add_option("-o,--output", fix.outputFile, "The container with correct marks; may be FILE itself")
         ->required()

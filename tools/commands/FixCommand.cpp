@@ -20,7 +20,7 @@ public:
 
     void Take(const NalUnit& unit);
     void TakeSkipped(const std::shared_ptr<const Sample>& sample, const unsigned char* bytes, size_t size);
-    void Finish() { FinishSample(); }
+    void Finish();
 
     uint64_t Changes() const { return changes; }
 
@@ -32,12 +32,14 @@ private:
     CUnitSink& output;
     CStreamAnalysis analysis;
     CSampleContents contents;
+    bool hasPicture = false;
     uint64_t changes = 0;
 };
 
 void CMarkFixer::Take(const NalUnit& unit)
 {
     const UnitRole role = analysis.Take(unit);
+    hasPicture = hasPicture || role == UnitRole::FirstSlice;
     if (unit.sample && unit.sample != contents.Of()) {
         FinishSample();
         contents = CSampleContents(unit.sample);
@@ -50,6 +52,13 @@ void CMarkFixer::TakeSkipped(const std::shared_ptr<const Sample>& sample, const 
                              size_t size)
 {
     output.WriteOther(sample, bytes, size);
+}
+
+void CMarkFixer::Finish()
+{
+    FinishSample();
+    if (!hasPicture)
+        throw CToolError(DescribeNoPicture(facts.name, analysis.Found()));
 }
 
 void CMarkFixer::FinishSample()
@@ -68,7 +77,8 @@ Status FixFile(const FixOptions& options, CFixReport& report)
     if (!source->Facts().container || !source->Facts().container->marksKeySamples)
         throw CToolError(
             fmt::format("{}: {} has no marks of key samples to fix", source->Name(), source->Facts().format));
-    const auto output = source->OpenSink({.path = options.outputFile, .force = options.force});
+    const auto output = source->OpenSink(
+        {.path = options.outputFile, .inputs = {options.source.setsFile}, .force = options.force});
     CMarkFixer fixer(source->Facts(), report, *output);
     report.Begin(source->Facts());
     source->ForEach([&](const NalUnit& unit) { fixer.Take(unit); },

@@ -4,7 +4,7 @@
 #include "commands/Commands.h"
 #include "report/Message.h"
 #include "report/UnitsReport.h"
-#include "stream/Handle.h"
+#include "stream/PictureParameters.h"
 
 #include <fmt/format.h>
 
@@ -12,9 +12,22 @@ namespace tool {
 
 namespace {
 
-SliceMeasure Measure(const CParseHandle& handle, const NalUnit& unit)
+class CSliceMeter
+{
+public:
+    explicit CSliceMeter(VideoCodecType codec) : handle(codec), parameters(codec) {}
+
+    SliceMeasure Measure(const NalUnit& unit);
+
+private:
+    CParseHandle handle;
+    CPictureParameters parameters;
+};
+
+SliceMeasure CSliceMeter::Measure(const NalUnit& unit)
 {
     SliceMeasure measure;
+    parameters.Take(unit);
     if (unit.codec != VideoCodecAVC) {
         measure.isSlice = unit.IsSlice() && !unit.ForbiddenZeroBit();
         return measure;
@@ -24,8 +37,12 @@ SliceMeasure Measure(const CParseHandle& handle, const NalUnit& unit)
     VideoPicType slice_type = VideoPicUnknown;
     SetVideoData(handle, const_cast<unsigned char*>(unit.data), unit.size);
     GetNalUnit(handle, &found, &foundSize, &measure.isSlice, &measure.sliceHeaderLength);
-    if (measure.isSlice)
+    if (measure.isSlice) {
         QueryType(handle, unit.data, unit.size, slice_type);
+        measure.lacksSets = !parameters.Knows(unit);
+    }
+    if (measure.lacksSets)
+        measure.sliceHeaderLength = 0;  // the library would stop at pic_parameter_set_id
     measure.slice_type = slice_type;
     return measure;
 }
@@ -34,11 +51,14 @@ Status ListUnits(const SourceOptions& options, CUnitsReport& report)
 {
     const auto source = OpenSource(options);
     source->PrintsLines();
-    const CParseHandle handle(source->Codec());
+    CSliceMeter meter(source->Codec());
     uint64_t damagedUnits = 0;
     report.Begin(source->Facts());
     source->ForEach([&](const NalUnit& unit) {
-        report.Add(unit, Measure(handle, unit));
+        const SliceMeasure measure = meter.Measure(unit);
+        if (unit.isGiven)
+            return;
+        report.Add(unit, measure);
         damagedUnits += unit.ForbiddenZeroBit();
     });
     const SourceCounts& counts = source->Counts();

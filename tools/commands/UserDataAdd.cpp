@@ -220,8 +220,8 @@ Status AddToFile(const UserDataAddOptions& options, CEditReport& report)
     output->Commit();
     const uint64_t unreadable = adder.Analysis().Found().bytes + source->Counts().skippedBytes;
     report.Begin(source->Facts());
-    report.End({fmt::format("{} added to {}", CountOf(adder.PayloadSize(), "byte"),
-                            CountOf(adder.Added(), "access unit")),
+    report.End({fmt::format("{}: {} added to {}{}", source->Name(), CountOf(adder.PayloadSize(), "byte"),
+                            adder.Added() == 1 ? "" : "each of ", CountOf(adder.Added(), "access unit")),
                 {{"userDataSize", adder.PayloadSize()},
                  {"editedAccessUnits", adder.Added()},
                  {"unreadableBytes", unreadable}}});

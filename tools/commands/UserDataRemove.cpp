@@ -82,7 +82,8 @@ Status RemoveFromFile(const UserDataRemoveOptions& options, CEditReport& report)
     source->RefuseIfIncomplete();
     output->Commit();
     report.Begin(source->Facts());
-    report.End({fmt::format("{} removed, {} left", CountOf(remover.Removed(), "message"), remover.Left()),
+    report.End({fmt::format("{}: {} removed, {} left", source->Name(), CountOf(remover.Removed(), "message"),
+                            remover.Left()),
                 {{"removedMessages", remover.Removed()},
                  {"removedForeignMessages", remover.RemovedForeign()},
                  {"messagesLeft", remover.Left()}}});

@@ -25,10 +25,10 @@ _videoparams() {
         case $command in
         "") words="info units params check fix userdata --help --version" ;;
         info) words="--codec --stream --params --units --json --plot --force --help" ;;
-        units) words="--codec --stream --json --help" ;;
+        units) words="--codec --stream --params --json --help" ;;
         params) words="--codec --stream --json --output --force --help" ;;
         check) words="--codec --stream --params --json --help" ;;
-        fix) words="--codec --stream --json --output --force --help" ;;
+        fix) words="--codec --stream --params --json --output --force --help" ;;
         userdata) words="add get list remove --help" ;;
         "userdata add") words="--codec --stream --params --text --data --timestamp --where --replace --json --output --force --help" ;;
         "userdata get") words="--codec --stream --params --json --raw --output --force --help" ;;

@@ -40,7 +40,7 @@ complete -c videoparams -n '__videoparams_is info' -l units -d 'List the access 
 complete -c videoparams -n '__videoparams_is info' -r -F -l plot -d 'Draw sizes as SVG'
 complete -c videoparams -n '__videoparams_is "userdata add"' -x -l text -d 'Add this text'
 complete -c videoparams -n '__videoparams_is "userdata add"' -r -F -l data -d 'Add the bytes of a file'
-complete -c videoparams -n '__videoparams_is info check "userdata add" "userdata get" "userdata list"' -r -F -l params \
+complete -c videoparams -n '__videoparams_is info units check fix "userdata add" "userdata get" "userdata list"' -r -F -l params \
     -d 'Parameter sets that the stream lacks'
 complete -c videoparams -n '__videoparams_is "userdata add"' -x -l where -a 'first all key' -d 'Which access units'
 complete -c videoparams -n '__videoparams_is "userdata add"' -x -l timestamp -a 'utc monotonic pts' -d 'Add the time'

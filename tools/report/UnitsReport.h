@@ -15,6 +15,7 @@ struct SliceMeasure
     bool isSlice = false;
     int32_t slice_type = -1;             // H.264; -1: not read
     unsigned int sliceHeaderLength = 0;  // H.264; 0: not read
+    bool lacksSets = false;              // H.264: its parameter sets are unknown
 };
 
 class CUnitsReport : public CReport

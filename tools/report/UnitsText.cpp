@@ -45,7 +45,9 @@ void CUnitsText::Add(const NalUnit& unit, const SliceMeasure& measure)
     if (measure.slice_type >= 0)
         fmt::print(", slice_type {} {}", measure.slice_type, SliceTypeName(measure.slice_type));
     if (measure.sliceHeaderLength != 0)
-        fmt::print(", header {} bytes", measure.sliceHeaderLength);
+        fmt::print(", header {}", CountOf(measure.sliceHeaderLength, "byte"));
+    if (measure.lacksSets)
+        fmt::print(", parameter sets unknown");
     fmt::print("{}\n", unit.ForbiddenZeroBit() ? ", damaged: forbidden_zero_bit is 1" : "");
 }
 

@@ -26,6 +26,7 @@ struct NalUnit
     uint64_t number = 0;                     // from 0
     std::shared_ptr<const Sample> sample{};  // the sample of a container that has it; null in a byte stream
     bool isOutOfBand = false;  // a parameter set that is not in the stream: given, or of a sample description
+    bool isGiven = false;      // by the user: the file does not have it
 
     uint32_t StartCodeLength() const { return videoparams::StartCodeLength(data); }
     const unsigned char* Header() const { return data + StartCodeLength(); }

@@ -10,7 +10,7 @@ namespace tool {
 void CUnitSource::ForEach(const TakeUnit& takeUnit, const TakeSkipped& takeSkipped)
 {
     for (const std::vector<unsigned char>& set : givenSets)
-        takeUnit(NalUnit{Codec(), set.data(), static_cast<uint32_t>(set.size()), 0, 0, nullptr, true});
+        takeUnit(NalUnit{Codec(), set.data(), static_cast<uint32_t>(set.size()), 0, 0, nullptr, true, true});
     ReadUnits(takeUnit, takeSkipped);
 }
 

@@ -1,6 +1,7 @@
 """Containers through the tool: what it reads agrees with ffprobe, and what it edits differs in the edited units only."""
 
 import json
+import re
 import struct
 import tempfile
 import unittest
@@ -89,6 +90,20 @@ class Containers(unittest.TestCase):
         self.assertEqual([(change["sample"], change["keySample"]) for change in changes], [(12, True), (14, False)])
         self.assertEqual(packets(fixed), packets(path))
         tool("check", fixed)
+
+    def test_marks_are_fixed_with_given_parameter_sets(self):
+        path = self.workshop.make(Case("sets.mp4", "avc"))
+        sets, lacking = path.with_name("sets"), path.with_name("lacking.mp4")
+        tool("params", path, "-o", sets, "--force")
+        file = bytearray(path.read_bytes())
+        for unit in sets.read_bytes().split(bytes([0, 0, 0, 1]))[1:]:
+            for place in (match.start() for match in re.finditer(re.escape(unit), bytes(file))):
+                file[place] |= 0x1F  # nal_unit_type 31: an unspecified unit
+        struct.pack_into(">I", file, file.index(b"stss") + 16, 15)
+        lacking.write_bytes(file)
+        tool("fix", lacking, "-o", path.with_name("fixed.mp4"), status=2)
+        changes = json.loads(tool("fix", "--json", lacking, "--params", sets, "-o", path.with_name("fixed.mp4")))
+        self.assertEqual(changes["changeCount"], 2)
 
     def test_adding_and_removing_gives_the_packets_back(self):
         self.for_each(CASES, self.edit)

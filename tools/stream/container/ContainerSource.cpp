@@ -140,8 +140,8 @@ void CContainerSource::TakePacket(AVPacket& packet, const TakeUnit& takeUnit, co
         sink->BeginSample(sample, packet);
     const size_t size = static_cast<size_t>(packet.size);
     const auto take = [&](const unsigned char* unit, size_t unitSize) {
-        takeUnit(NalUnit{Codec(), unit, static_cast<uint32_t>(unitSize), streamOffset, counts.units++, sample,
-                         false});
+        takeUnit(
+            NalUnit{Codec(), unit, static_cast<uint32_t>(unitSize), streamOffset, counts.units++, sample});
         streamOffset += unitSize;
         counts.bytes += unitSize;
     };
@@ -158,7 +158,7 @@ void CContainerSource::HandOnDescription(const std::vector<std::vector<unsigned 
 {
     for (const std::vector<unsigned char>& set : sets)
         takeUnit(NalUnit{Codec(), set.data(), static_cast<uint32_t>(set.size()), streamOffset, counts.units++,
-                         nullptr, true});
+                         nullptr, true, false});
 }
 
 // What is not recorded is that of a frame.
