@@ -42,6 +42,7 @@ bench         pkg-config                        command pkg-config
 bench         libavcodec-dev                    library libavcodec
 bench         libgstreamer-plugins-bad1.0-dev   library gstreamer-codecparsers-1.0
 gstreamer     pkg-config                        command pkg-config
+gstreamer     libunwind-dev                     library libunwind
 gstreamer     libgstreamer1.0-dev               library gstreamer-base-1.0
 gstreamer     libgstreamer-plugins-base1.0-dev  library gstreamer-video-1.0
 gstreamer     libgstreamer-plugins-bad1.0-dev   library gstreamer-codecparsers-1.0
@@ -139,11 +140,12 @@ mayInstall() {
     hasCommand sudo && sudo -n true 2>/dev/null
 }
 
+# Removes nothing: what conflicts may be somebody else's.
 installPackages() {
     local log
     local apt=("${asRoot[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -y -o DPkg::Lock::Timeout=300)
     log=$(mktemp)
-    if ! { "${apt[@]}" update && "${apt[@]}" install --no-install-recommends "$@"; } </dev/null >"$log" 2>&1; then
+    if ! { "${apt[@]}" update && "${apt[@]}" install --no-install-recommends --no-remove "$@"; } </dev/null >"$log" 2>&1; then
         cat "$log" >&2
     fi
     rm -f "$log"
