@@ -85,7 +85,7 @@ def run(pipelines: list[Gst.Element]) -> int:
             print(message.parse_error()[0].message, file=sys.stderr)
             status = 1
         if message.type in (Gst.MessageType.ERROR, Gst.MessageType.EOS):
-            GLib.timeout_add(200, loop.quit)  # for what is on its way
+            GLib.timeout_add(1000, loop.quit)  # for what is on its way
 
     for pipeline in pipelines:
         bus = pipeline.get_bus()

@@ -24,7 +24,10 @@ port=$((20000 + $$ % 20000))
 : >"$output"
 timeout 60 ./latency.sh receive $port >>"$output" &
 receiver=$!
-sleep 2
+for ((wait = 0; wait < 300; ++wait)); do
+    grep -q "$(printf ':%04X ' $port)" /proc/net/udp && break
+    sleep 0.1
+done
 PICTURES=100 timeout 60 ./latency.sh send 127.0.0.1 $port >>"$output"
 kill $receiver
 wait $receiver || true
