@@ -7,7 +7,9 @@
 #include <videoparams/timestamp.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
+#include <numeric>
 #include <thread>
 
 namespace gsttest {
@@ -41,6 +43,38 @@ TEST(Insert, PushedMessagesOfManyThreadsAllArriveWithTheNextPicture)
     gst_harness_push_event(harness.Get(), gst_event_new_segment(&segment));
     EXPECT_EQ(BytesOf(harness.Pass(stream.accessUnits[2]).get()),
               stream.accessUnits[2]);  // the flush dropped it
+}
+
+TEST(Insert, MessagesPushedWhilePicturesPassArriveOnceAndInOrder)
+{
+    constexpr guint8 ThreadCount = 4, MessageCount = 200;
+    const TestStream& stream = StreamOf("avc-aud");
+    CElementHarness harness("vpuserdatainsert max-queued=10 ! vpuserdataextract", stream.Caps());
+    std::atomic<bool> isOver = false;
+    std::vector<std::thread> threads;
+    for (guint8 t = 0; t < ThreadCount; ++t)
+        threads.emplace_back([&, t] {
+            for (guint8 i = 0; i < MessageCount; ++i) {
+                while (!Push(harness, {t, i}) && !isOver)
+                    std::this_thread::yield();
+            }
+        });
+    std::vector<Bytes> received(ThreadCount);
+    size_t count = 0;
+    for (size_t picture = 0; count < ThreadCount * MessageCount && picture < 1000000; ++picture) {
+        const Buffer passed = harness.Pass(stream.accessUnits[picture % stream.accessUnits.size()]);
+        for (const Bytes& message : MetasOf(passed.get(), LibraryIdentifier)) {
+            received[message[0]].push_back(message[1]);
+            ++count;
+        }
+        harness.Messages();
+    }
+    isOver = true;
+    for (std::thread& thread : threads)
+        thread.join();
+    Bytes inOrder(MessageCount);
+    std::iota(inOrder.begin(), inOrder.end(), guint8{0});
+    EXPECT_EQ(received, std::vector<Bytes>(ThreadCount, inOrder));
 }
 
 TEST(Insert, MetasOfTheLibraryAreCarriedOnce)
