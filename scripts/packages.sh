@@ -53,11 +53,13 @@ tryPackages() {
         "$projectDir/tests/streams/avc-bframes.h264"
     quietly "$folder/python.log" env LD_LIBRARY_PATH="${root:+$library}" PYTHONDONTWRITEBYTECODE=1 \
         PYTHONPATH="$root/usr/lib/python3/dist-packages" /usr/bin/python3 -c \
-        'import videoparams; videoparams.Parser(videoparams.Codec.AVC).close()'
+        'import sys, videoparams; print(*videoparams.access_units(sys.argv[1]), sep="\n")' \
+        "$projectDir/tests/streams/avc-bframes.h264"
     quietly "$folder/gstreamer.log" env LD_LIBRARY_PATH="${root:+$library}" GST_REGISTRY="$folder/registry" \
         GST_PLUGIN_PATH="${root:+$library/gstreamer-1.0}" gst-inspect-1.0 vpcheck
     ls "$root"/usr/share/doc/libvideoparams-dev/{README.md,docs/feeding.md,examples/read-stdin.c} \
-        "$root"/usr/include/videoparams/nal_feeder.{h,hpp} >"$folder/files.log"
+        "$root"/usr/include/videoparams/nal_feeder.{h,hpp} \
+        "$root/usr/lib/python3/dist-packages/videoparams/py.typed" >"$folder/files.log"
 }
 
 root=$folder/root

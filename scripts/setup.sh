@@ -25,6 +25,8 @@ tests         python3                           module unittest
 tests         python3-jsonschema                module jsonschema
 tests         python3-setuptools                package python3-setuptools
 tests         python3-wheel                     package python3-wheel
+tests         python3-av                        package python3-av
+tests         mypy                              package mypy
 tests         python3-venv                      package python3-venv
 tests         python3-pip                       package python3-pip
 tests         python3-distributed               package python3-distributed

@@ -88,18 +88,18 @@ def check_placement(path, edited, structures, copy):
 
 def access_units(path, library, codec):
     """The access units as the library reports them, and for each whether it is a frame or a field: F or -."""
+    units = [unit.data for unit in library.access_units(path, codec=codec)]
+    if codec is library.Codec.HEVC:
+        return units, "F" * len(units)
     with library.Parser(codec) as parser:
-        reports = [parser.parse(unit) for unit in library.units([path.read_bytes()])] + [parser.flush()]
-        units = [report.data for report in reports if report]
-        tests = [parser.test_sample(unit) for unit in units]
-    return units, "".join("F" if test is None or test.is_frame else "-" for test in tests)
+        return units, "".join("F" if parser.test_sample(unit).is_frame else "-" for unit in units)
 
 
 def check(path, library, work):
     codec = library.Codec.AVC if path.suffix == ".h264" else library.Codec.HEVC
     units, structures = access_units(path, library, codec)
     copy = work / path.name
-    with library.UserDataEditor(codec) as editor:
+    with library.UserData(codec) as editor:
         edited = [editor.add(unit, message(i)) for i, unit in enumerate(units)]
         copy.write_bytes(b"".join(edited))
         yield from check_placement(path, edited, structures, copy)
