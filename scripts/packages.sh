@@ -5,7 +5,8 @@
 #   scripts/packages.sh [FOLDER]               FOLDER gets the packages
 #   scripts/packages.sh --install [FOLDER]     also tries them installed on this machine, and removes them again (root)
 #
-# VIDEOPARAMS_PACKAGER="Name <address>" and VIDEOPARAMS_HOMEPAGE=URL replace their maintainer and home page.
+# VIDEOPARAMS_PACKAGER="Name <address>" and VIDEOPARAMS_HOMEPAGE=URL replace their maintainer and home page, which are
+# placeholders: addresses that end in .invalid belong to nobody.
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
@@ -58,7 +59,7 @@ tryPackages() {
     quietly "$folder/gstreamer.log" env LD_LIBRARY_PATH="${root:+$library}" GST_REGISTRY="$folder/registry" \
         GST_PLUGIN_PATH="${root:+$library/gstreamer-1.0}" gst-inspect-1.0 vpcheck
     ls "$root"/usr/share/doc/libvideoparams-dev/{README.md,docs/feeding.md,examples/read-stdin.c} \
-        "$root"/usr/include/videoparams/nal_feeder.{h,hpp} \
+        "$root"/usr/include/videoparams/nal_feeder.{h,hpp} "$root/usr/share/zsh/vendor-completions/_videoparams" \
         "$root/usr/lib/python3/dist-packages/videoparams/py.typed" >"$folder/files.log"
 }
 
@@ -88,3 +89,6 @@ if [ $# -gt 0 ]; then
     packages=("${packages[@]/#*\//$1/}")
 fi
 printf '%s\n' "${packages[@]}"
+if dpkg-deb --field "${packages[0]}" Maintainer Homepage | grep -qF .invalid; then
+    echo "Maintainer or Homepage is a placeholder: set VIDEOPARAMS_PACKAGER and VIDEOPARAMS_HOMEPAGE to publish the packages."
+fi

@@ -102,6 +102,7 @@ TEST_F(OutputTool, NeverOverwritesAnInput)
     }
     EXPECT_EQ(RunTool("userdata add film --data data -o data --force").status, 2);
     EXPECT_EQ(RunTool("info --plot film other").status, 2);
+    EXPECT_EQ(RunTool("info --plot - other").status, 2);  // the description is there
     EXPECT_EQ(ReadFile("film"), stream);
     EXPECT_EQ(ReadFile("data"), data);
 }

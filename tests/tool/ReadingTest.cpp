@@ -148,7 +148,9 @@ TEST_F(ReadingTool, ChecksContinuityAndOrder)
 // The sets that the slices use count, and the pictures of the base layer.
 TEST_F(ReadingTool, DescribesThePicturesAndNamesUnusedSets)
 {
-    const Bytes used = AvcSps{.vui = AvcVui{.timing = Timing{1, 2}}}.Write() + AvcPps{}.Write();
+    Bytes used = AvcSps{.vui = AvcVui{.timing = Timing{1, 2}}}.Write() + AvcPps{}.Write();
+    used[6] |= 0x10;  // constraint_set3_flag: level 1b
+    used[7] = 11;     // level_idc
     const Bytes unused = AvcSps{.seq_parameter_set_id = 1, .pic_width_in_mbs_minus1 = 39}.Write() +
                          AvcPps{.pic_parameter_set_id = 4, .seq_parameter_set_id = 1}.Write();
     WriteFile("avc", used + unused + Pictures(1)[0]);
@@ -163,8 +165,8 @@ TEST_F(ReadingTool, DescribesThePicturesAndNamesUnusedSets)
         std::vector<std::string> lines;
     } cases[] = {
         {"avc",
-         {"picture size        160 x 96", "frame rate          1 frame/s",
-          "unused sets         SPS 1, PPS 4"}},
+         {"profile             Main, level 1b", "picture size        160 x 96",
+          "frame rate          1 frame/s", "unused sets         SPS 1, PPS 4"}},
         {"hevc", {"access units        2 in", "layers              2; the pictures of the base layer"}},
     };
     for (const auto& c : cases) {
