@@ -149,10 +149,20 @@ class SourcesTest(unittest.TestCase):
                 self.assertEqual([unit.data for unit in vp.access_units(source)], wanted)
 
     def test_numpy_arrays_are_sources(self):
-        import numpy  # python3-av needs it
+        import numpy  # a dependency of python3-av
 
         both = numpy.frombuffer(self.stream, numpy.uint8).repeat(2)
         self.assertEqual(list(vp.access_units(both[::2])), self.wanted)
+        self.assertEqual(list(vp.access_units([both[:40:2], both[40::2].reshape(1, -1)])), self.wanted)
+
+    def test_a_source_may_use_its_memory_again(self):
+        def pieces():
+            memory = bytearray(50)
+            file = io.BytesIO(self.stream)
+            while size := file.readinto(memory):
+                yield memoryview(memory)[:size]
+
+        self.assertEqual(list(vp.access_units(pieces())), self.wanted)
 
     def test_a_pipe_gives_results_before_it_ends(self):
         reader, writer = os.pipe()

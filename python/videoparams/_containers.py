@@ -132,7 +132,7 @@ class OpenContainer:
                 if packet.size:
                     pts = None if packet.pts is None else Fraction(packet.pts) * packet.time_base
                     yield bytes(packet), pts
-        except self._av.AVError as error:
+        except self._av.FFmpegError as error:
             raise ContainerError(f"reading ended: {error}") from error
 
 
@@ -144,7 +144,7 @@ def open_container(
     av = _pyav(name, format_name)
     try:
         container = av.open(file, "r", io_open=_refuse, metadata_errors="replace")
-    except (av.AVError, PermissionError) as error:
+    except (av.FFmpegError, PermissionError) as error:
         raise ContainerError(
             f"{name} is neither an H.264 or H.265 byte stream nor a container that can be read ({error})"
         ) from error

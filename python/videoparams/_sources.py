@@ -10,6 +10,7 @@ from videoparams._buffer import contiguous
 from videoparams._types import BytesLike, Readable, Source
 
 PIECE = 1 << 20
+Piece = Union[bytes, memoryview]
 
 
 def _is_bytes_like(source: object) -> bool:
@@ -30,24 +31,23 @@ def check(source: Source) -> None:
             raise TypeError(f"source must be a path, bytes, a binary file or an iterable of bytes, not {kind}")
 
 
-def _read(file: Readable) -> Iterator[BytesLike]:
+def _flat(data: BytesLike) -> Piece:
+    """The same bytes in a form that every call takes."""
+    data = contiguous(data)
+    return data if isinstance(data, bytes) else memoryview(cast(bytes, data)).cast("B")
+
+
+def _read(file: Readable) -> Iterator[Piece]:
     """What a pipe has, as soon as it has some: read1 does not wait for a full piece."""
     read = getattr(file, "read1", file.read)
     while piece := read(PIECE):
-        if not isinstance(piece, bytes):
-            piece = contiguous(piece)
-        yield piece
+        yield _flat(piece)
     if piece is None:
         raise BlockingIOError("the file is non-blocking and has no bytes now: pass a blocking file")
 
 
-def _checked(pieces: Iterable[BytesLike]) -> Iterator[BytesLike]:
-    for piece in pieces:
-        yield contiguous(piece)
-
-
-def _cut(data: BytesLike) -> Iterator[BytesLike]:
-    view = memoryview(cast(bytes, contiguous(data))).cast("B")
+def _cut(data: BytesLike) -> Iterator[Piece]:
+    view = memoryview(_flat(data))
     for begin in range(0, len(view), PIECE):
         yield view[begin : begin + PIECE]
 
@@ -55,7 +55,7 @@ def _cut(data: BytesLike) -> Iterator[BytesLike]:
 class _PiecesFile(io.RawIOBase):
     """A file without seeking, which reads from pieces."""
 
-    def __init__(self, pieces: Iterator[BytesLike]) -> None:
+    def __init__(self, pieces: Iterator[Piece]) -> None:
         self._pieces = pieces
         self._rest = memoryview(b"")
 
@@ -67,7 +67,7 @@ class _PiecesFile(io.RawIOBase):
             piece = next(self._pieces, None)
             if piece is None:
                 return 0
-            self._rest = memoryview(cast(bytes, piece)).cast("B")
+            self._rest = memoryview(piece)
         count = min(len(buffer), len(self._rest))
         buffer[:count] = self._rest[:count]
         self._rest = self._rest[count:]
@@ -86,11 +86,11 @@ class OpenSource:
         self._source = source
         self._file: Optional[Readable] = None
         self._owned: Optional[BinaryIO] = None
-        self._held: list[BytesLike] = []
+        self._held: list[bytes] = []
         self._start = 0
         self._pieces = self._open(source)
 
-    def _open(self, source: Source) -> Iterator[BytesLike]:
+    def _open(self, source: Source) -> Iterator[Piece]:
         if isinstance(source, (str, os.PathLike)):
             self.name = os.fspath(source)
             self._file = self._owned = open(source, "rb")
@@ -101,21 +101,25 @@ class OpenSource:
             self._file = cast(Readable, source)
             self._start = self._file.tell() if self._can_seek() else 0  # type: ignore[attr-defined]
             return _read(self._file)
-        return _checked(cast("Iterable[BytesLike]", source))
+        return map(_flat, cast("Iterable[BytesLike]", source))
 
     def _can_seek(self) -> bool:
         seekable = getattr(self._file, "seekable", None)
         return bool(seekable and seekable())
 
-    def peek(self) -> Optional[bytes]:
-        """The bytes so far, with one piece more than the last call. None: the source has no more."""
-        piece = next(self._pieces, None)
-        if piece is None:
-            return None
-        self._held.append(piece)
-        return b"".join(cast("list[bytes]", self._held))
+    def peek(self, size: int) -> bytes:
+        """At least so many bytes from the start on. Fewer: the source has no more.
 
-    def pieces(self) -> Iterator[BytesLike]:
+        They are copies, because a source may read the next piece into the memory of the previous one.
+        """
+        length = sum(map(len, self._held))
+        while length < size and (piece := next(self._pieces, None)) is not None:
+            self._held.append(bytes(piece))
+            length += len(piece)
+        self._held = [b"".join(self._held)]
+        return self._held[0]
+
+    def pieces(self) -> Iterator[Piece]:
         """Everything, from the start on."""
         held, self._held = self._held, []
         yield from held
@@ -127,7 +131,7 @@ class OpenSource:
             self._file.seek(self._start)  # type: ignore[attr-defined]
             return cast(BinaryIO, self._file)
         if self._file is None and _is_bytes_like(self._source):
-            return io.BytesIO(cast(bytes, contiguous(cast(BytesLike, self._source))))
+            return io.BytesIO(_flat(cast(BytesLike, self._source)))
         return cast(BinaryIO, io.BufferedReader(_PiecesFile(self.pieces())))
 
     def __enter__(self) -> OpenSource:

@@ -7,10 +7,9 @@ previous unit.
 from __future__ import annotations
 
 from fractions import Fraction
-from typing import Iterable, Iterator, Optional
+from typing import Iterable, Iterator, Optional, Union
 
 from videoparams._buffer import LARGEST
-from videoparams._types import BytesLike
 from videoparams.errors import TooLargeError
 from videoparams.model import Codec, Unit
 
@@ -22,14 +21,14 @@ _AVC_SLICES = frozenset((1, 2, 5))
 _HEVC_SLICES = frozenset((*range(10), *range(16, 22)))
 
 
-def split(pieces: Iterable[BytesLike]) -> Iterator[tuple[int, bytes]]:
+def split(pieces: Iterable[Union[bytes, memoryview]]) -> Iterator[tuple[int, bytes]]:
     """The offset and the bytes of every unit. Bytes before the first start code are left out."""
     held = bytearray()  # the current unit, or at most three bytes if none has begun
     offset = 0  # of held[0] in the stream
     begun = False
     searched = 0
     for piece in pieces:
-        held += piece  # type: ignore[arg-type]
+        held += piece
         begin = 0
         at = held.find(START_CODE, searched)
         while at >= 0:

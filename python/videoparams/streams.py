@@ -29,15 +29,14 @@ class _Stream:
 
 def _detect(source: _sources.OpenSource, is_codec_known: bool) -> tuple[Optional[str], Optional[Codec]]:
     """The name of the container, or the codec of the byte stream. Reads only as much as it needs."""
-    head, codec, is_certain = b"", None, False
-    while len(head) < ENOUGH_BYTES and not is_certain:
-        longer = source.peek()
-        if longer is None:
-            break
-        head = longer
+    size = ENOUGH_FOR_CONTAINER
+    while True:
+        head = source.peek(size)
+        container = container_name(head)
         codec, is_certain = rate(head)
-        is_certain |= len(head) >= ENOUGH_FOR_CONTAINER and (is_codec_known or container_name(head) is not None)
-    return container_name(head), codec
+        if is_certain or is_codec_known or container is not None or len(head) < size or size >= ENOUGH_BYTES:
+            return container, codec
+        size = 2 * len(head)
 
 
 @contextmanager
