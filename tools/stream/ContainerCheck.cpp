@@ -17,6 +17,7 @@ constexpr int64_t JumpFrames = 10;
 
 // Rounded time stamps make a rate inexact.
 constexpr double RateTolerance = 0.01;
+constexpr double OddFrames = 2;
 
 std::vector<unsigned char> BytesAfterStartCode(const NalUnit& unit)
 {
@@ -148,15 +149,17 @@ void CContainerCheck::CheckTimes(const std::shared_ptr<const Sample>& sample)
     if (lastTimed) {
         const int64_t last = *lastTimed->dts;
         const int64_t step = *sample->dts - last;
+        const auto samples = static_cast<int64_t>(sample->number - lastTimed->number);  // 1 if all have times
         const int64_t duration = lastTimed->duration.value_or(0);
-        if (step <= 0)
+        if (step < 0 || (step == 0 && container.recordsAllTimes))
             add(fmt::format("its decoding time {} {}", step < 0 ? "goes back to" : "stays at",
                             Time(*sample->dts)),
                 fmt::format("more than {}, the time of the previous sample", Time(last)));
-        else if (facts.timeBase.Seconds(step) > JumpSeconds && step / JumpFrames > duration)
+        else if (facts.timeBase.Seconds(step) > JumpSeconds && step / samples / JumpFrames > duration)
             add(fmt::format("its decoding time jumps by {:.3f} s, from {} to {}",
                             facts.timeBase.Seconds(step), Time(last), Time(*sample->dts)),
-                duration == 0 ? fmt::format("at most {:.0f} s", JumpSeconds) : Time(last + duration));
+                duration == 0 ? fmt::format("at most {:.0f} s", JumpSeconds)
+                              : Time(last + samples * duration));
     } else {
         firstTimed = sample;
     }
@@ -169,8 +172,10 @@ void CContainerCheck::CheckFrameRate()
     if (streamFrameRate == 0 || rateChanges || timedSamples < 3)
         return;
     const double seconds = facts.timeBase.Seconds(*lastTimed->dts - *firstTimed->dts);
-    const double rate = seconds > 0 ? static_cast<double>(timedSamples - 1) / seconds : 0;
-    if (rate != 0 && std::abs(rate / streamFrameRate - 1) > RateTolerance)
+    const uint64_t frames = lastTimed->number - firstTimed->number;
+    const double rate = seconds > 0 ? static_cast<double>(frames) / seconds : 0;
+    const double framesTooMany = std::abs(seconds * streamFrameRate - static_cast<double>(frames));
+    if (rate != 0 && framesTooMany > OddFrames && std::abs(rate / streamFrameRate - 1) > RateTolerance)
         Add(fmt::format("the times of the container give {:.6g} frames/s", rate),
             fmt::format("{:.6g} as the stream says", streamFrameRate));
 }

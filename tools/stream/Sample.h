@@ -49,6 +49,7 @@ struct ContainerFacts
     std::optional<double> startSeconds;
     std::optional<double> durationSeconds;  // of the video stream
     uint32_t lengthSize = 0;                // bytes of the length field before each unit; 0: start codes
+    bool recordsAllTimes = true;            // otherwise some are guessed
     bool marksKeySamples = false;           // `Sample::isKey` is a mark of the container, not a guess
     std::vector<std::vector<unsigned char>> parameterSets;  // of the sample description, with start codes
 };

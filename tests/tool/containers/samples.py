@@ -13,6 +13,7 @@ class Case:
     muxing: tuple = ()
     inputs: tuple = ("tone",)  # besides the video, in the order of the streams
     length_size: int = 4  # of the length fields, MP4 only
+    descriptions: int = 1  # of the samples, MP4 only
 
 
 X264 = ["-c:v", "libx264", "-preset", "veryfast"]
@@ -41,6 +42,7 @@ CASES = [
     *(Case(f"{video}.ts", video, inputs=TWO_TONES) for video in ("avc-headers", "hevc-headers")),
     Case("avc.flv", "avc"),
     Case("avc-p.avi", "avc-p", ("-bsf:v", "h264_mp4toannexb"), ("pcm",)),
+    Case("avc-p-aac.avi", "avc-p", ("-bsf:v", "h264_mp4toannexb")),
     Case("avc-p.mxf", "avc-p", ("-bsf:v", "h264_mp4toannexb"), ("pcm",)),
     Case("avc.3gp", "avc"),
     Case("avc-fragments.mp4", "avc", FRAGMENTS),
@@ -56,6 +58,13 @@ CASES = [
     Case("rotated.mp4", "avc", ("-metadata:s:v", "rotate=90")),
     Case("length-2.mp4", "avc-tiny", length_size=2),
     Case("length-1.mp4", "avc-tiny", length_size=1),
+]
+
+# libavformat reads them, but cannot write a copy that keeps everything.
+READ_ONLY = [
+    *(Case(f"{codec}.{extension}", codec, ("-bsf:v", f"{name}_mp4toannexb", "-c:a", "mp2"))
+      for codec, name in (("avc", "h264"), ("hevc", "hevc")) for extension in ("mpg", "vob")),
+    Case("descriptions.mp4", "avc", descriptions=2),
 ]
 
 SUBTITLES = "1\n00:00:00,100 --> 00:00:01,000\nFirst\n\n2\n00:00:01,200 --> 00:00:01,900\nSecond\n"
@@ -103,6 +112,8 @@ class Workshop:
         ffmpeg(*arguments, *maps, *codecs, *case.muxing[len(offset):], path)
         if case.length_size != 4:
             shorten_lengths(path, case.length_size)
+        if case.descriptions == 2:
+            add_description(path)
         return path
 
 
@@ -121,3 +132,23 @@ def shorten_lengths(path, size):
     record = file.index(b"avcC") + 4
     file[record + 4] = file[record + 4] & 0xFC | size - 1
     path.write_bytes(file)
+
+
+def add_description(path):
+    """A second sample description, of another level, from the second entry of the table of chunks on. The index is last."""
+    file = path.read_bytes()
+    entries = file.index(b"stsd") + 12
+    (size,) = struct.unpack_from(">I", file, entries)
+    second = bytearray(file[entries : entries + size])
+    second[second.index(b"avcC") + 7] += 1
+    table = file.index(b"stsc") + 8
+    (count,) = struct.unpack_from(">I", file, table)
+    chunks = bytearray(file[table : table + 4 + 12 * count])
+    for place in range(24, len(chunks), 12):
+        struct.pack_into(">I", chunks, place, 2)
+    head = bytearray(file[:entries])
+    struct.pack_into(">I", head, entries - 4, 2)
+    for name in (b"moov", b"trak", b"mdia", b"minf", b"stbl", b"stsd"):
+        box = head.index(name) - 4
+        struct.pack_into(">I", head, box, struct.unpack_from(">I", head, box)[0] + size)
+    path.write_bytes(head + file[entries : entries + size] + second + file[entries + size : table] + chunks + file[table + len(chunks) :])

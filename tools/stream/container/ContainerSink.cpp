@@ -16,6 +16,17 @@ void CheckMemory(bool isThere)
         throw std::bad_alloc();
 }
 
+// AVI counts samples of constant size, or frames of any size. With a block size, its muxer takes frames for
+// the former.
+void CountAudioFrames(AVCodecParameters& audio, AVRational ticks)
+{
+    const int64_t samples = av_rescale(audio.sample_rate, ticks.num, ticks.den);
+    if (audio.codec_type != AVMEDIA_TYPE_AUDIO || samples <= 1 || samples > UINT16_MAX)
+        return;
+    audio.frame_size = static_cast<int>(samples);
+    audio.block_align = 0;
+}
+
 }  // namespace
 
 CContainerSink::CContainerSink(CContainerInput& source, uint32_t bytesOfLength, const OutputRequest& request)
@@ -75,6 +86,8 @@ void CContainerSink::CopyStream(const AVStream& from)
                 av_dict_copy(&stream->metadata, from.metadata, 0) >= 0);
     if (!TakesTag(*context->oformat, *from.codecpar))
         stream->codecpar->codec_tag = 0;
+    if (std::string_view(context->oformat->name) == "avi")
+        CountAudioFrames(*stream->codecpar, from.time_base);
     stream->id = from.id;
     stream->time_base = from.time_base;
     stream->duration = from.duration;

@@ -90,6 +90,7 @@ void CContainerSource::DescribeContainer()
     if (input->KnowsDuration() && !container.durationSeconds)
         container.durationSeconds = Seconds(context.duration, AV_TIME_BASE_Q);
     container.lengthSize = lengthSize;
+    container.recordsAllTimes = std::string_view(context.iformat->name) != "mpeg";  // MPEG-PS
     container.marksKeySamples = input->MarksSamples();
     container.parameterSets = std::move(form.parameterSets);
     facts.container = std::move(container);

@@ -38,6 +38,8 @@ std::string MuxerName(const AVFormatContext& from)
     return std::string(name.substr(0, name.find(',')));
 }
 
+constexpr int ProgramStream = 2;
+
 // Muxers that write files of one kind under several names.
 int KindOf(std::string_view muxer)
 {
@@ -118,6 +120,10 @@ OutputFormat ChooseOutputFormat(CContainerInput& input, const std::string& path)
     output.format = av_guess_format(muxer.c_str(), nullptr, nullptr);
     if (output.format == nullptr || (output.format->flags & AVFMT_NOFILE) != 0)
         throw CToolError(fmt::format("{}: libavformat reads this container ({}), but cannot write it",
+                                     input.Name(), from.iformat->long_name));
+    if (KindOf(muxer) == ProgramStream)
+        throw CToolError(fmt::format("{}: this is {}, which records the times of some pictures only: a copy "
+                                     "cannot keep them; convert it first, for example to MPEG-TS",
                                      input.Name(), from.iformat->long_name));
     CheckName(input, muxer, path);
     if (IsMov(*from.iformat))
