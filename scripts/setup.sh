@@ -42,7 +42,11 @@ tidy          clang-tidy-14                     command clang-tidy-14
 bench         libbenchmark-dev                  header benchmark/benchmark.h
 bench         pkg-config                        command pkg-config
 bench         libavcodec-dev                    library libavcodec
+bench         libavformat-dev                   library libavformat
 bench         libgstreamer-plugins-bad1.0-dev   library gstreamer-codecparsers-1.0
+bench         ffmpeg                            command ffmpeg
+bench         mediainfo                         command mediainfo
+bench         python3                           command python3
 gstreamer     pkg-config                        command pkg-config
 gstreamer     libunwind-dev                     library libunwind
 gstreamer     libgstreamer1.0-dev               library gstreamer-base-1.0
