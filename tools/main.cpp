@@ -21,7 +21,7 @@ int main(int argc, char** argv)
             return status;
         tool::Complain(std::string("standard output: ") + std::strerror(errno));
     } catch (const std::bad_alloc&) {
-        tool::Complain("memory ran out");
+        tool::Complain("out of memory");
     } catch (const std::exception& error) {
         tool::Complain(error.what());
     }

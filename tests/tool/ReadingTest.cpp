@@ -198,7 +198,7 @@ TEST_F(ReadingTool, ShowsParameterSetsAndTheirChanges)
 TEST_F(ReadingTool, DrawsPlotsThatStaySmall)
 {
     Bytes stream = AvcParameterSets();
-    for (uint32_t i = 0; i < 20000; ++i)
+    for (uint32_t i = 0; i < 50000; ++i)
         stream += AvcSlice{.nal_unit_type = 5, .idr_pic_id = i % 2}.Write();
     const Bytes few(stream.begin(), stream.begin() + 600);
     const auto draw = [&](const Bytes& bytes) {
@@ -212,6 +212,8 @@ TEST_F(ReadingTool, DrawsPlotsThatStaySmall)
         EXPECT_NE(svg.find("<title>a&lt;b>&amp;c.h264</title>"), std::string::npos);
         EXPECT_NE(svg.find("access-unit size (kB)"), std::string::npos);
         EXPECT_EQ(svg.find(": largest of ") != std::string::npos, isLong);
+        const std::string band = svg.substr(svg.find("stroke=\"#e8710a\" d=") + 1, 5000);
+        EXPECT_EQ(band.substr(0, band.find('/')).find("V436.0H"), std::string::npos);  // no column is empty
         EXPECT_EQ(svg.substr(svg.size() - 7), "</svg>\n");
         EXPECT_LT(svg.size(), 100000u);
     }

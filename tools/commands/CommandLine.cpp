@@ -15,7 +15,7 @@ constexpr const char* Footer =
     "length; - is the standard input. A URL that libavformat supports is read live.\n"
     "Access units and NAL units are counted from 0, in the order of the stream; offsets are in bytes.\n\n"
     "Status: 0 all is well; 1 the stream is damaged, check found something, or there was no user data;\n"
-    "2 the command could not be carried out.\n\n"
+    "2 the command failed.\n\n"
     "Examples:\n"
     "  videoparams info film.mp4 --plot sizes.svg\n"
     "  videoparams check film.mkv\n"
@@ -40,7 +40,7 @@ private:
         command->callback([this, run, &options] { action = [run, &options] { return run(options); }; });
     }
 
-    CLI::App app{"Analyses and edits H.264/AVC and H.265/HEVC byte streams.", "videoparams"};
+    CLI::App app{"Analyses and edits H.264/AVC and H.265/HEVC video.", "videoparams"};
     std::function<Status()> action;
     InfoOptions info;
     UnitsOptions units;
@@ -69,7 +69,7 @@ void CCommandLine::AddInfo()
         app.add_subcommand("info", "Describe a stream: size, rate, colour, access units, key frames");
     AddFiles(command, info.input);
     AddSets(command, info.input.source);
-    command->add_flag("--units", info.listsUnits, "List the access units, a line each");
+    command->add_flag("--units", info.listsUnits, "List the access units, one per line");
     command->add_flag("--json", info.isJson, "Write JSON");
     command->add_option("--plot", info.plotFile, "Draw the sizes of the access units over time, as SVG")
         ->type_name("OUT.svg");
@@ -108,7 +108,7 @@ void CCommandLine::AddParams()
 void CCommandLine::AddCheck()
 {
     CLI::App* const command = app.add_subcommand(
-        "check", "Look for missing pictures and units in the wrong order; status 1 when there are any");
+        "check", "Look for missing pictures and units in the wrong order; status 1 if it finds any");
     command->footer(
         "Missing pictures are detected by frame_num (H.264). A missing picture that was not a reference\n"
         "cannot be detected, nor any if the stream declares that its frame_num may have gaps.");
@@ -122,7 +122,7 @@ void CCommandLine::AddFix()
 {
     CLI::App* const command =
         app.add_subcommand("fix", "Correct the marks of key samples in a container, and list what changed");
-    command->footer("OUT appears when it is complete; a failure leaves it as it was.");
+    command->footer("OUT appears when it is complete. If the command fails, OUT stays as it was.");
     AddFile(command, fix.source);
     AddSets(command, fix.source);
     command->add_flag("--json", fix.isJson, "Write JSON");

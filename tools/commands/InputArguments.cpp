@@ -14,7 +14,7 @@ void AddSource(CLI::App* command, SourceOptions& options)
     command
         ->add_option_function<int>(
             "--stream", [&options](int index) { options.stream = index; },
-            "The video stream of a container, by its index; otherwise the best one")
+            "The video stream of a container, by its index; without it, the best one")
         ->check(CLI::NonNegativeNumber.description(""))
         ->type_name("N");
     command
@@ -47,7 +47,7 @@ void AddSets(CLI::App* command, SourceOptions& options)
 {
     command
         ->add_option("--params", options.setsFile,
-                     "Parameter sets that the stream lacks, as a byte stream, such as params -o writes it")
+                     "A file with the parameter sets that the stream lacks; params -o writes such a file")
         ->type_name("SETS");
 }
 

@@ -40,8 +40,8 @@ void CUserDataCommandLine::AddTo(CLI::App& app, std::function<Status()>& action)
 
 void CUserDataCommandLine::AddAdd(CLI::App* userData, std::function<Status()>& action)
 {
-    CLI::App* const command = userData->add_subcommand("add", "Put bytes of your own into a stream");
-    command->footer("OUT appears when it is complete; a failure leaves it as it was.");
+    CLI::App* const command = userData->add_subcommand("add", "Insert bytes of your own into a stream");
+    command->footer("OUT appears when it is complete. If the command fails, OUT stays as it was.");
     AddFile(command, add.source);
     AddSets(command, add.source);
     CLI::Option_group* const contents = command->add_option_group("Contents", "One of these");
@@ -60,11 +60,11 @@ void CUserDataCommandLine::AddAdd(CLI::App* userData, std::function<Status()>& a
     command
         ->add_option_function<std::string>(
             "--where", [this](const std::string& name) { add.where = whereNames.at(name); },
-            "Into the first access unit, all of them, or every key frame: first, all or key (first)")
+            "Add to the first access unit (first, the default), to all of them, or to every key frame (key)")
         ->check(CLI::IsMember(whereNames).description(""))
         ->type_name("PLACE");
     command->add_flag("--replace", add.replaces,
-                      "Replace what an earlier add put into the same access units");
+                      "Replace what an earlier add inserted into the same access units");
     command->add_flag("--json", add.isJson, "Report in JSON");
     command->add_option("-o,--output", add.outputFile, "The stream with the user data; may be FILE itself")
         ->required()
@@ -76,7 +76,7 @@ void CUserDataCommandLine::AddAdd(CLI::App* userData, std::function<Status()>& a
 void CUserDataCommandLine::AddGet(CLI::App* userData, std::function<Status()>& action)
 {
     CLI::App* const command =
-        userData->add_subcommand("get", "Show the user data that add put into a stream");
+        userData->add_subcommand("get", "Show the user data that add inserted into a stream");
     AddFiles(command, get.input);
     AddSets(command, get.input.source);
     command->add_flag("--json", get.isJson, "Write JSON");
@@ -105,7 +105,7 @@ void CUserDataCommandLine::AddList(CLI::App* userData, std::function<Status()>& 
 void CUserDataCommandLine::AddRemove(CLI::App* userData, std::function<Status()>& action)
 {
     CLI::App* const command =
-        userData->add_subcommand("remove", "Remove the user data that add put into a stream");
+        userData->add_subcommand("remove", "Remove the user data that add inserted into a stream");
     command->footer(
         "--all and --uuid also remove messages of other programs. An encoder's signature is such a\n"
         "message: without it, decoders may choose the wrong workarounds and show other pictures.");
