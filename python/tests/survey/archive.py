@@ -18,7 +18,7 @@ case "$3" in
 *slow*) sleep 0.05 ;;
 *crash*) kill -SEGV $$ ;;
 *hang*) exec sleep 1000 ;;
-*memory*) exec tail /dev/zero ;;
+*memory*) exec dd if=/dev/zero of=/dev/null bs=4G count=1 ;;
 *flood*) exec yes ;;
 *nonsense*) exec echo '{{"command": 1' ;;
 *vanish*) rm -f "$3" ;;
@@ -27,7 +27,7 @@ exec {REAL_TOOL} "$@"
 """
 REASONS = {"pipe.h264": "not a file", "crash.h264": "crash", "hang.h264": "time limit", "memory.h264": "memory limit", "flood.h264": "output limit",
            "nonsense.h264": "crash", "vanish.h264": "vanished", "text.h264": "not video", "empty.h264": "not video", "missing.h264": "vanished"}
-LIMITS = ("--time-limit", "2", "--memory-limit", "400")
+LIMITS = ("--time-limit", "8", "--memory-limit", "400")
 
 
 def make_stub(folder):

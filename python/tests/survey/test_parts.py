@@ -26,7 +26,7 @@ from videoparams.survey.process import CannotStart, run
 from videoparams.survey.records import Answer, FileRow, Finding, Result, Settings
 from videoparams.survey.store import Locked, NotASurvey, Store, connect, totals
 
-SETTINGS = Settings(tool=REAL_TOOL, seconds=2, memory=400 << 20)
+SETTINGS = Settings(tool=REAL_TOOL, memory=400 << 20)
 
 
 class InFolder(unittest.TestCase):
@@ -71,7 +71,7 @@ class ProbeTest(InFolder):
     def test_every_file_gets_its_reason_whatever_it_does(self):
         listed = add_hostile(self.folder / "hostile")
         stub = str(make_stub(self.folder))
-        settings = Settings(tool=stub, seconds=2, memory=400 << 20)
+        settings = Settings(tool=stub, seconds=8, memory=400 << 20)
         answer = probe_batch(listed.read_text().splitlines(), 600, settings)
         self.assertEqual({os.path.basename(result.row.path): result.row.reason for result in answer.results}, REASONS)
 
@@ -113,11 +113,8 @@ class ProbeTest(InFolder):
         self.assertEqual(found, [f"zip://tape/{path.name}::{self.folder}/clips.zip" for path in STREAMS[:2]])
         remote, local = probe_file(found[0], SETTINGS).row, probe_file(str(STREAMS[0]), SETTINGS).row
         self.assertEqual(remote[8:], local[8:])
-        self.assertEqual(probe_file(found[0], SETTINGS_SMALL).row.reason, "too large")
+        self.assertEqual(probe_file(found[0], Settings(tool=REAL_TOOL, download=100)).row.reason, "too large")
         self.assertEqual(probe_file(found[0].replace("tape", "none"), SETTINGS).row.reason, "vanished")
-
-
-SETTINGS_SMALL = Settings(tool=REAL_TOOL, download=100)
 
 
 class DescribeTest(unittest.TestCase):

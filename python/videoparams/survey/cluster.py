@@ -15,7 +15,10 @@ LOCAL = {
     "distributed.worker.profile.enabled": False,
     "distributed.scheduler.allowed-failures": 20,
     "distributed.scheduler.active-memory-manager.start": False,
+    "distributed.admin.tick.interval": "1s",
     "distributed.admin.tick.limit": "1h",
+    "distributed.admin.system-monitor.interval": "5s",
+    "distributed.scheduler.work-stealing-interval": "1s",
 }
 
 
@@ -29,6 +32,7 @@ def connect(scheduler: Optional[str], workers: int, seconds: float) -> Iterator[
     # Dask reports what it does about lost workers. The survey says what matters of it.
     logging.getLogger("distributed").setLevel(logging.CRITICAL)
     logging.getLogger("tornado").setLevel(logging.CRITICAL)
+    logging.getLogger("asyncio").setLevel(logging.CRITICAL)
     with contextlib.ExitStack() as stack:
         address: object = scheduler
         if scheduler is None:
@@ -36,7 +40,7 @@ def connect(scheduler: Optional[str], workers: int, seconds: float) -> Iterator[
             stack.enter_context(dask.config.set(LOCAL))
             address = stack.enter_context(LocalCluster(
                 n_workers=workers, threads_per_worker=1, processes=True, memory_limit=0, local_directory=folder,
-                dashboard_address=None, worker_dashboard_address=None, silence_logs=logging.CRITICAL))
+                dashboard_address="127.0.0.1:0", silence_logs=logging.CRITICAL))
         try:
             client = Client(address, timeout=seconds, set_as_default=False)
         except OSError as error:

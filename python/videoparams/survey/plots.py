@@ -12,7 +12,7 @@ from matplotlib.figure import Figure
 
 from .statistics import Bars
 
-# Matplotlib knows no CSS. These colours stand for variables of the page.
+# Matplotlib knows no CSS. These colours are replaced by variables of the page.
 VARIABLES = {"#010203": "var(--ink)", "#040506": "var(--faint)", "#070809": "var(--bar)"}
 INK, FAINT, BAR = VARIABLES
 STYLE: dict[str, Any] = {
