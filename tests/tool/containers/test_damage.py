@@ -75,6 +75,19 @@ class Damage(unittest.TestCase):
             self.assertIn("/proc/new.mp4", self.refuse([*edit, path, "-o", "/proc/new.mp4"]))
             self.refuse([*edit, path, "-o", path.with_name("missing") / "new.mp4"])
 
+    def test_playlists_open_nothing(self):
+        path = self.workshop.make(Case("secret.ts", "avc"))
+        playlists = {
+            "list.ffconcat": f"ffconcat version 1.0\nfile {path.name}\n",
+            "list.m3u8": f"#EXTM3U\n#EXT-X-TARGETDURATION:2\n#EXTINF:2,\n{path}\n#EXT-X-ENDLIST\n",
+            "list.sdp": "v=0\no=- 0 0 IN IP4 127.0.0.1\ns=x\nc=IN IP4 127.0.0.1\nt=0 0\nm=video 5004 RTP/AVP 96\na=rtpmap:96 H264/90000\n",
+        }
+        for name, contents in playlists.items():
+            with self.subTest(playlist=name):
+                playlist = path.with_name(name)
+                playlist.write_text(contents)
+                self.assertIn("names other files", self.refuse(["info", playlist]))
+
     def test_signals_while_writing_leave_nothing(self):
         contents = self.workshop.make(Case("signals.ts", "avc")).read_bytes()
         for number in (signal.SIGINT, signal.SIGTERM):

@@ -39,7 +39,7 @@ int IsInterrupted(void*)
     return CInterrupt::IsRequested();
 }
 
-// A playlist in a file must not make the tool open other files or connect to other machines.
+// A file must not make the tool open other files or connect to other machines.
 int RefuseToOpen(AVFormatContext*, AVIOContext**, const char*, int, AVDictionary**)
 {
     return AVERROR(EPERM);
@@ -53,6 +53,12 @@ bool IsSupported(AVCodecID codec)
 bool IsMov(const AVInputFormat& format)
 {
     return std::string_view(format.name).starts_with("mov");
+}
+
+bool IsPlaylist(const AVInputFormat& format)
+{
+    static constexpr std::string_view Names[] = {"hls", "concat", "sdp", "dash", "imf"};
+    return std::find(std::begin(Names), std::end(Names), format.name) != std::end(Names);
 }
 
 // Formats that mark key samples. libavformat would parse the packets and replace the marks by what it sees.
@@ -123,6 +129,10 @@ void CContainerInput::Open(const char* url, const AVInputFormat* format)
 {
     av_log_set_callback(NoteComplaint);
     lastComplaint.clear();
+    if (io && IsPlaylist(*format))
+        throw CToolError(fmt::format("{}: it cannot be opened: this is {}, which names other files or "
+                                     "addresses; give one of these",
+                                     name, format->long_name));
     AVFormatContext* opened = avformat_alloc_context();
     if (opened == nullptr)
         throw std::bad_alloc();
@@ -132,6 +142,7 @@ void CContainerInput::Open(const char* url, const AVInputFormat* format)
     if (io) {
         opened->pb = io.get();
         opened->io_open = RefuseToOpen;
+        opened->protocol_whitelist = av_strdup("none");  // for the demuxers that open by themselves
     }
     int code = avformat_open_input(&opened, url, format, nullptr);  // frees the context if it fails
     if (code < 0 && CInterrupt::IsRequested())

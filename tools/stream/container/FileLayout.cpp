@@ -92,7 +92,7 @@ uint64_t DeclaredByMxf(CInputFile& file)
     return footer == 0 ? 0 : footer + 1;
 }
 
-// A tag is followed by its size. That of the last one tells whether the file ends with a tag.
+// A tag is followed by its size. The last size shows whether the file ends with a tag.
 std::string DescribeCutFlv(CInputFile& file)
 {
     constexpr uint64_t TagHeader = 11;
