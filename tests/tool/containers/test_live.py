@@ -1,5 +1,6 @@
 """Live input: results appear while it runs, and Ctrl-C ends it with the summary of what was read."""
 
+import contextlib
 import http.server
 import signal
 import subprocess
@@ -63,8 +64,8 @@ class LiveInput(unittest.TestCase):
         with subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE) as process:
             guard = threading.Timer(SECONDS, process.kill)
             guard.start()
-            if contents:
-                threading.Thread(target=feed, args=(process.stdin, contents), daemon=True).start()
+            feeder = threading.Thread(target=feed, args=(process.stdin, contents or b""), daemon=True)
+            feeder.start()
             printed = b""
             while printed.count(text) < times:
                 piece = process.stdout.read1()
@@ -75,6 +76,9 @@ class LiveInput(unittest.TestCase):
             printed += process.stdout.read()
             complaints = process.stderr.read().decode()
             guard.cancel()
+            feeder.join()
+            with contextlib.suppress(OSError):  # what was not read yet
+                process.stdin.close()
         self.assertEqual(process.returncode, 0, complaints)
         self.assertIn("ended by Ctrl-C", complaints)
         return printed.decode()
