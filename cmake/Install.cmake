@@ -2,7 +2,7 @@ include(CMakePackageConfigHelpers)
 
 set(packageDir "${CMAKE_INSTALL_LIBDIR}/cmake/VideoParams")
 
-# Components: Runtime, Development, Tool and GStreamer.
+# Components: Runtime, Development, Tool, Inspector and GStreamer.
 install(TARGETS ${VIDEOPARAMS_LIBRARIES} EXPORT VideoParamsTargets
     RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT Runtime
     LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT Runtime NAMELINK_COMPONENT Development
@@ -61,6 +61,9 @@ if(TARGET videoparams)
         DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d" COMPONENT Tool)
     install(FILES docs/videoparams.schema.json
         DESTINATION "${CMAKE_INSTALL_DATADIR}/videoparams" COMPONENT Tool)
+    # web/build makes the page. Without it, "videoparams inspect" says so.
+    install(FILES web/page/dist/inspector.html
+        DESTINATION "${CMAKE_INSTALL_DATADIR}/videoparams" COMPONENT Inspector OPTIONAL)
 endif()
 
 if(TARGET gstvideoparams)

@@ -33,13 +33,13 @@ file(READ "${SOURCE}/examples/list-access-units.c" program)
 string(REGEX REPLACE "^(//[^\n]*\n)+\n" "" program "${program}")
 expect("```c\n${program}```" "${readme}" README.md)
 
-foreach(command info units params check fix "userdata add" "userdata get" "userdata list"
+foreach(command info units params check inspect fix "userdata add" "userdata get" "userdata list"
         "userdata remove")
     separate_arguments(words UNIX_COMMAND "${command}")
     execute_process(COMMAND ${TOOL} ${words} --help OUTPUT_VARIABLE help COMMAND_ERROR_IS_FATAL ANY)
     expect("videoparams ${command}\n" "${manual}" videoparams.1)
     string(REGEX MATCH "\"?${command}\"?\\) words=[^\n]*" words "${videoparams.bash}")
-    string(REGEX MATCHALL "--[a-z]+" options "${help}")
+    string(REGEX MATCHALL "--[a-z-]+" options "${help}")
     foreach(option ${options})
         expect("${option}" "${manual}" videoparams.1)
         expect("${option}" "${words}" "videoparams.bash for ${command}")

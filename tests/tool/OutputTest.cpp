@@ -111,9 +111,12 @@ TEST_F(OutputTool, ReplacesAFileOfAnotherKindOnlyWhenForced)
     const std::string path = StreamPath("avc-aud.h264");
     const Bytes letter = {'D', 'e', 'a', 'r', '\n'};
     RunTool("userdata add " + path + " --text x -o stamped");
+    const std::string page = R"(<meta name="generator" content="VideoParams Inspector">)"
+                             R"(<script type="application/json" id="embedded">null</script>)";
+    WriteFile("page", {page.begin(), page.end()});
     for (const std::string& command :
          {"params -o out " + path, "info --plot out " + path, std::string("userdata get stamped -o out"),
-          "userdata remove -o out " + path}) {
+          "inspect --no-open --page page -o out " + path, "userdata remove -o out " + path}) {
         WriteFile("out", letter);
         EXPECT_EQ(RunTool(command).status, 2) << command;
         EXPECT_EQ(ReadFile("out"), letter) << command;

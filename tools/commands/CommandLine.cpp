@@ -32,6 +32,7 @@ private:
     void AddUnits();
     void AddParams();
     void AddCheck();
+    void AddInspect();
     void AddFix();
 
     template <class Options>
@@ -46,6 +47,7 @@ private:
     UnitsOptions units;
     ParamsOptions params;
     CheckOptions check;
+    InspectOptions inspect;
     FixOptions fix;
     CUserDataCommandLine userData;
 };
@@ -58,6 +60,7 @@ CCommandLine::CCommandLine()
     AddUnits();
     AddParams();
     AddCheck();
+    AddInspect();
     AddFix();
     userData.AddTo(app, action);
     app.footer(Footer);
@@ -116,6 +119,24 @@ void CCommandLine::AddCheck()
     AddSets(command, check.input.source);
     command->add_flag("--json", check.isJson, "Write JSON");
     SetAction(command, RunCheck, check);
+}
+
+void CCommandLine::AddInspect()
+{
+    CLI::App* const command = app.add_subcommand(
+        "inspect", "Write a page with plot, units, bytes and findings, and open it in the browser");
+    command->footer(
+        "The page needs no server and no network. Up to 32 MB of the stream are in it; of a longer one "
+        "it has\nall but the bytes, and takes them when the file is dropped on it.");
+    AddFile(command, inspect.source);
+    AddSets(command, inspect.source);
+    command->add_option("-o,--output", inspect.outputFile, "The page; otherwise FILE.html in this folder")
+        ->type_name("OUT.html");
+    command->add_flag("--no-open", inspect.staysClosed, "Do not open the page");
+    command->add_option("--page", inspect.pageFile, "The built page, if it is not installed")
+        ->type_name("PAGE.html");
+    AddForce(command, inspect.force);
+    SetAction(command, RunInspect, inspect);
 }
 
 void CCommandLine::AddFix()

@@ -41,6 +41,15 @@ struct CheckOptions
     bool isJson = false;
 };
 
+struct InspectOptions
+{
+    SourceOptions source;
+    std::string outputFile;    // empty: named after the file
+    std::string pageFile;      // the built page; empty: the one that is installed
+    bool staysClosed = false;  // the page is not opened
+    bool force = false;
+};
+
 struct FixOptions
 {
     SourceOptions source;
@@ -98,6 +107,7 @@ Status RunInfo(const InfoOptions& options);
 Status RunUnits(const UnitsOptions& options);
 Status RunParams(const ParamsOptions& options);
 Status RunCheck(const CheckOptions& options);
+Status RunInspect(const InspectOptions& options);
 Status RunFix(const FixOptions& options);
 Status RunUserDataAdd(const UserDataAddOptions& options);
 Status RunUserDataGet(const UserDataGetOptions& options);

@@ -7,7 +7,7 @@ _videoparams() {
     COMPREPLY=()
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
         case "$command $word" in
-        " info" | " units" | " params" | " check" | " fix" | " userdata") command=$word ;;
+        " info" | " units" | " params" | " check" | " inspect" | " fix" | " userdata") command=$word ;;
         "userdata add" | "userdata get" | "userdata list" | "userdata remove") command="userdata $word" ;;
         esac
     done
@@ -17,17 +17,18 @@ _videoparams() {
     --where) words="first all key" ;;
     --timestamp) words="utc monotonic pts" ;;
     --text | --uuid) return ;;
-    --plot | --data | --params | -o | --output)
+    --plot | --data | --page | --params | -o | --output)
         compopt -o default
         return
         ;;
     *)
         case $command in
-        "") words="info units params check fix userdata --help --version" ;;
+        "") words="info units params check inspect fix userdata --help --version" ;;
         info) words="--codec --stream --params --units --json --plot --force --help" ;;
         units) words="--codec --stream --params --json --help" ;;
         params) words="--codec --stream --json --output --force --help" ;;
         check) words="--codec --stream --params --json --help" ;;
+        inspect) words="--codec --stream --params --no-open --page --output --force --help" ;;
         fix) words="--codec --stream --params --json --output --force --help" ;;
         userdata) words="add get list remove --help" ;;
         "userdata add") words="--codec --stream --params --text --data --timestamp --where --replace --json --output --force --help" ;;

@@ -51,6 +51,14 @@ void CInspection::ForgetRecords()
     accessUnits.clear();
 }
 
+Json CInspection::Results() const
+{
+    Json results = {{"description", DescribeStream(info)},
+                    {"damage", info.IsDamaged() ? Json(info.DescribeDamage()) : Json(nullptr)}};
+    results.update(lists.ToJson());
+    return results;
+}
+
 uint8_t CInspection::FlagsOf(const NalUnit& unit, UnitRole role)
 {
     const bool isSlice = unit.HasHeader() && unit.IsSlice();

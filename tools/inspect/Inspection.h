@@ -66,9 +66,12 @@ public:
     const std::vector<AccessUnitRecord>& AccessUnits() const { return accessUnits; }
     void ForgetRecords();
 
+    const CStreamLists& Lists() const { return lists; }
+
     // After Finish.
     const InfoResult& Info() const { return info; }
-    const CStreamLists& Lists() const { return lists; }
+    // What `info` prints, and the lists: {"description": [["codec", "H.264/AVC"], …], "damage": null, …}
+    Json Results() const;
 
 private:
     static uint8_t FlagsOf(const NalUnit& unit, UnitRole role);

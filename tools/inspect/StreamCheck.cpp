@@ -9,6 +9,7 @@ namespace {
 std::vector<Finding> FindingsOf(const std::vector<OrderFinding>& found)
 {
     std::vector<Finding> findings;
+    findings.reserve(found.size());
     for (const OrderFinding& finding : found)
         findings.push_back({FindingPlace::Unit, finding.unit, finding.offset, finding.text});
     return findings;

@@ -75,9 +75,9 @@ Json TimeToJson(const std::optional<int64_t>& ticks, const TimeBase& timeBase)
 
 }  // namespace
 
-std::vector<std::pair<std::string, std::string>> DescribeContainer(const InfoResult& result)
+InfoLines DescribeContainer(const InfoResult& result)
 {
-    std::vector<std::pair<std::string, std::string>> lines;
+    InfoLines lines;
     if (!result.facts.container)
         return lines;
     const ContainerFacts& container = *result.facts.container;

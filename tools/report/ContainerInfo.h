@@ -7,14 +7,10 @@
 #include "report/InfoReport.h"
 #include "report/JsonReport.h"
 
-#include <string>
-#include <utility>
-#include <vector>
-
 namespace tool {
 
 // Labels and texts, one line each; nothing for a byte stream.
-std::vector<std::pair<std::string, std::string>> DescribeContainer(const InfoResult& result);
+InfoLines DescribeContainer(const InfoResult& result);
 
 // null for a byte stream
 Json ContainerToJson(const InfoResult& result);

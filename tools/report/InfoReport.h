@@ -10,6 +10,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tool {
@@ -31,6 +32,10 @@ struct InfoResult
 
 // "1920 x 1080, 25 frames/s, 250 access units, ...": the result in a line.
 std::string DescribeInALine(const InfoResult& result);
+
+// Labels and texts, as `info` prints them, a line each.
+using InfoLines = std::vector<std::pair<std::string, std::string>>;
+InfoLines DescribeStream(const InfoResult& result);
 
 class CInfoReport : public CReport
 {

@@ -14,11 +14,6 @@ namespace {
 constexpr size_t MaxChangesPrinted = 10;
 constexpr const char* TimeHeadings = "      pts s      ticks       dts s      ticks  duration s      ticks  ";
 
-void PrintLine(const char* label, const std::string& text)
-{
-    fmt::print("  {:<20}{}\n", label, text);
-}
-
 std::string DescribeFrameRate(const SequenceInfo& info)
 {
     if (!info.HasFrameRate())
@@ -62,48 +57,49 @@ std::string DescribeSamples(const SequenceInfo& info)
     return fmt::format("{}, {}, {}", ChromaFormatName(info.chroma_format_idc), depth, ScanName(info.scan));
 }
 
-void PrintColour(const SequenceInfo& info)
+void AddColour(InfoLines& lines, const SequenceInfo& info)
 {
     if (!info.video_signal_type_present_flag) {
-        PrintLine("colour", "not described");
+        lines.emplace_back("colour", "not described");
         return;
     }
-    PrintLine("video format", DescribeValue(info.video_format, VideoFormatName(info.video_format)));
-    PrintLine("range", info.video_full_range_flag ? "1 full" : "0 limited");
+    lines.emplace_back("video format", DescribeValue(info.video_format, VideoFormatName(info.video_format)));
+    lines.emplace_back("range", info.video_full_range_flag ? "1 full" : "0 limited");
     if (!info.colour_description_present_flag) {
-        PrintLine("colour", "not described");
+        lines.emplace_back("colour", "not described");
         return;
     }
-    PrintLine("colour primaries",
-              DescribeValue(info.colour_primaries, ColourPrimariesName(info.colour_primaries)));
-    PrintLine("transfer", DescribeValue(info.transfer_characteristics,
-                                        TransferCharacteristicsName(info.transfer_characteristics)));
-    PrintLine("matrix",
-              DescribeValue(info.matrix_coefficients, MatrixCoefficientsName(info.matrix_coefficients)));
+    lines.emplace_back("colour primaries",
+                       DescribeValue(info.colour_primaries, ColourPrimariesName(info.colour_primaries)));
+    lines.emplace_back("transfer", DescribeValue(info.transfer_characteristics,
+                                                 TransferCharacteristicsName(info.transfer_characteristics)));
+    lines.emplace_back(
+        "matrix", DescribeValue(info.matrix_coefficients, MatrixCoefficientsName(info.matrix_coefficients)));
 }
 
-void PrintSequences(const CStreamSummary& summary)
+void AddSequences(InfoLines& lines, const CStreamSummary& summary)
 {
     const std::vector<SequenceStart>& sequences = summary.Sequences();
     if (sequences.empty()) {
-        PrintLine("picture size", "unknown: no sequence parameter set was read");
+        lines.emplace_back("picture size", "unknown: no sequence parameter set was read");
         return;
     }
-    PrintLine("profile", DescribeProfile(sequences[0].info));
-    PrintLine("picture size", DescribeSize(sequences[0].info));
-    PrintLine("samples", DescribeSamples(sequences[0].info));
-    PrintLine("frame rate", DescribeFrameRate(sequences[0].info));
-    PrintColour(sequences[0].info);
+    lines.emplace_back("profile", DescribeProfile(sequences[0].info));
+    lines.emplace_back("picture size", DescribeSize(sequences[0].info));
+    lines.emplace_back("samples", DescribeSamples(sequences[0].info));
+    lines.emplace_back("frame rate", DescribeFrameRate(sequences[0].info));
+    AddColour(lines, sequences[0].info);
     const size_t printed = std::min(sequences.size(), MaxChangesPrinted + 1);
     for (size_t i = 1; i < printed; ++i) {
-        PrintLine("change",
-                  fmt::format("at access unit {}: {}, {}, colour {}-{}-{}", sequences[i].accessUnit,
-                              DescribeSize(sequences[i].info), DescribeFrameRate(sequences[i].info),
-                              sequences[i].info.colour_primaries, sequences[i].info.transfer_characteristics,
-                              sequences[i].info.matrix_coefficients));
+        lines.emplace_back("change",
+                           fmt::format("at access unit {}: {}, {}, colour {}-{}-{}", sequences[i].accessUnit,
+                                       DescribeSize(sequences[i].info), DescribeFrameRate(sequences[i].info),
+                                       sequences[i].info.colour_primaries,
+                                       sequences[i].info.transfer_characteristics,
+                                       sequences[i].info.matrix_coefficients));
     }
     if (summary.SequenceChanges() >= printed)
-        PrintLine("change", fmt::format("{} more times", summary.SequenceChanges() + 1 - printed));
+        lines.emplace_back("change", fmt::format("{} more times", summary.SequenceChanges() + 1 - printed));
 }
 
 std::string DescribeDistances(const Spread& distances)
@@ -114,22 +110,25 @@ std::string DescribeDistances(const Spread& distances)
                        distances.Mean(), distances.largest);
 }
 
-void PrintAccessUnits(const CStreamSummary& summary)
+void AddAccessUnits(InfoLines& lines, const CStreamSummary& summary)
 {
     const Spread& sizes = summary.Sizes();
-    PrintLine("access units", fmt::format("{} in {} bytes", sizes.count, sizes.sum));
+    lines.emplace_back("access units", fmt::format("{} in {} bytes", sizes.count, sizes.sum));
     if (sizes.count == 0)
         return;
     if (summary.Fields() != 0)
-        PrintLine("fields", fmt::format("{} of the access units are single fields", summary.Fields()));
-    PrintLine("unit sizes", fmt::format("smallest {}, mean {:.0f}, largest {} bytes", sizes.smallest,
-                                        sizes.Mean(), sizes.largest));
-    PrintLine("key frames", fmt::format("{}", summary.KeyFrames()));
+        lines.emplace_back("fields",
+                           fmt::format("{} of the access units are single fields", summary.Fields()));
+    lines.emplace_back("unit sizes", fmt::format("smallest {}, mean {:.0f}, largest {} bytes", sizes.smallest,
+                                                 sizes.Mean(), sizes.largest));
+    lines.emplace_back("key frames", fmt::format("{}", summary.KeyFrames()));
     if (summary.KeyDistances().count != 0)
-        PrintLine("key-frame distance", DescribeDistances(summary.KeyDistances()));
+        lines.emplace_back("key-frame distance", DescribeDistances(summary.KeyDistances()));
     const std::optional<double> duration = summary.Duration();
-    PrintLine("duration", duration ? fmt::format("{:.3f} s", *duration) : "unknown without a frame rate");
-    PrintLine("bit rate", duration ? DescribeBitRate(*summary.BitRate()) : "unknown without a frame rate");
+    lines.emplace_back("duration",
+                       duration ? fmt::format("{:.3f} s", *duration) : "unknown without a frame rate");
+    lines.emplace_back("bit rate",
+                       duration ? DescribeBitRate(*summary.BitRate()) : "unknown without a frame rate");
 }
 
 // Each time in seconds and in ticks of the time base.
@@ -188,16 +187,8 @@ void CInfoText::End(const InfoResult& result)
         return;
     }
     fmt::print("{}\n", result.facts.name);
-    for (const auto& [label, text] : DescribeContainer(result))
-        PrintLine(label.c_str(), text);
-    PrintLine("codec", CodecName(result.facts.codec));
-    PrintSequences(result.summary);
-    PrintAccessUnits(result.summary);
-    if (!result.furtherLayers.empty())
-        PrintLine("layers", fmt::format("{}; the pictures of the base layer are counted",
-                                        1 + result.furtherLayers.size()));
-    if (!result.unusedSets.empty())
-        PrintLine("unused sets", fmt::format("{}", fmt::join(result.unusedSets, ", ")));
+    for (const auto& [label, text] : DescribeStream(result))
+        fmt::print("  {:<20}{}\n", label, text);
 }
 
 }  // namespace
@@ -207,6 +198,20 @@ std::unique_ptr<CInfoReport> MakeInfoReport(const ReportStyle& style, bool lists
     if (style.isJson)
         return MakeInfoJson(style, listsAccessUnits);
     return std::make_unique<CInfoText>(style, listsAccessUnits);
+}
+
+InfoLines DescribeStream(const InfoResult& result)
+{
+    InfoLines lines = DescribeContainer(result);
+    lines.emplace_back("codec", CodecName(result.facts.codec));
+    AddSequences(lines, result.summary);
+    AddAccessUnits(lines, result.summary);
+    if (!result.furtherLayers.empty())
+        lines.emplace_back("layers", fmt::format("{}; the pictures of the base layer are counted",
+                                                 1 + result.furtherLayers.size()));
+    if (!result.unusedSets.empty())
+        lines.emplace_back("unused sets", fmt::format("{}", fmt::join(result.unusedSets, ", ")));
+    return lines;
 }
 
 std::string InfoResult::DescribeDamage() const

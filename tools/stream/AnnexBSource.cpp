@@ -3,10 +3,8 @@
 #include "io/Progress.h"
 #include "io/ToolError.h"
 #include "stream/Detection.h"
+#include "stream/UnitCutter.h"
 
-#include "videoparams/nal_feeder.hpp"
-
-#include <algorithm>
 #include <fmt/format.h>
 
 namespace tool {
@@ -18,20 +16,6 @@ constexpr size_t PieceSize = 1 << 20;
 // What the detection of the codec reads at most, and first of a pipe.
 constexpr size_t HeadSize = 8 << 20;
 constexpr size_t SmallestHead = 16 << 10;
-
-// No real unit comes near to this. A damaged or foreign file must not fill the memory.
-constexpr size_t LargestUnit = 256 << 20;
-
-// The feeder, like the library, counts no start code with less than five bytes from its first zero on. A unit
-// of a header byte alone, such as an end of sequence (00 00 01 0A), is then the end of the last unit.
-unsigned int ShortUnitAtEnd(const unsigned char* data, unsigned int size)
-{
-    constexpr unsigned int ShortSize = 4;
-    if (size < 2 * ShortSize)
-        return 0;
-    const unsigned char* const unit = data + size - ShortSize;
-    return unit[0] == 0 && unit[1] == 0 && unit[2] == 1 ? ShortSize : 0;
-}
 
 class CAnnexBSink : public CUnitSink
 {
@@ -101,37 +85,20 @@ std::unique_ptr<CUnitSink> CAnnexBSource::MakeSink(OutputRequest request)
 
 void CAnnexBSource::ReadUnits(const TakeUnit& takeUnit, const TakeSkipped& takeSkipped)
 {
-    CNalFeeder feeder(CNalFeeder::ShortUnits::Separate, LargestUnit);
+    CUnitCutter::TakeSkipped takeOther;
+    if (takeSkipped)
+        takeOther = [&](const unsigned char* data, size_t size) { takeSkipped(nullptr, data, size); };
+    CUnitCutter cutter(Codec(), takeUnit, takeOther);
     CProgress progress(showsProgress, input->Size());
-    bool isLeading = true;
-    const auto takeOne = [&](const unsigned char* data, unsigned int size, uint64_t offset) {
-        isLeading = false;
-        takeUnit(NalUnit{Codec(), data, size, offset, counts.units++});
-    };
-    const auto takeFed = [&](const unsigned char* data, unsigned int size) {
-        takeOne(data, size, feeder.Offset());
-    };
-    const auto takeLast = [&](const unsigned char* data, unsigned int size) {
-        const unsigned int shortSize = ShortUnitAtEnd(data, size);
-        takeOne(data, size - shortSize, feeder.Offset());
-        if (shortSize != 0)
-            takeOne(data + size - shortSize, shortSize, feeder.Offset() + size - shortSize);
-    };
-    const auto takeOther = [&](const unsigned char* data, size_t size) {
-        const bool isZero = std::all_of(data, data + size, [](unsigned char byte) { return byte == 0; });
-        isLeading = isLeading && isZero;
-        if (!isLeading)
-            counts.skippedBytes += size;
-        if (takeSkipped)
-            takeSkipped(nullptr, data, size);
-    };
     std::vector<unsigned char> piece(PieceSize);
     while (const size_t size = input->Read(piece.data(), piece.size())) {
         counts.bytes += size;
-        feeder.Feed(piece.data(), size, takeFed, takeOther);
+        cutter.Take(piece.data(), size);
         progress.Update(counts.bytes);
     }
-    feeder.Finish(takeLast, takeOther);
+    cutter.Finish();
+    counts.units = cutter.UnitCount();
+    counts.skippedBytes = cutter.SkippedBytes();
 }
 
 }  // namespace tool

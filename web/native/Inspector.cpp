@@ -3,13 +3,11 @@
 
 #include "inspect/Inspection.h"
 #include "inspect/UnitElements.h"
-#include "report/InfoReport.h"
 #include "stream/Detection.h"
 #include "stream/SeiUnit.h"
+#include "stream/UnitCutter.h"
 #include "stream/UnitNames.h"
-#include "videoparams/nal_feeder.hpp"
 
-#include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <optional>
@@ -22,71 +20,53 @@ namespace {
 
 using tool::NalUnit;
 
-// No real unit comes near to this. A damaged or foreign file must not fill the memory.
-constexpr uint32_t LargestUnit = 256 << 20;
-
 // One stream, in pieces.
 class CPageStream
 {
 public:
-    explicit CPageStream(const tool::SourceFacts& given)
-        : facts(given), inspection(facts), feeder(CNalFeeder::ShortUnits::Separate, LargestUnit)
+    explicit CPageStream(const tool::SourceFacts& facts)
+        : inspection(facts), codec(facts.codec), cutter(codec, [this](const NalUnit& unit) { Take(unit); })
     {}
 
     void Take(const unsigned char* data, uint32_t size)
     {
-        counts.bytes += size;
-        feeder.Feed(
-            data, size,
-            [this](const unsigned char* unit, unsigned int unitSize) { TakeUnit(unit, unitSize); },
-            [this](const unsigned char* bytes, size_t count) { Skip(bytes, count); });
+        bytes += size;
+        cutter.Take(data, size);
     }
 
-    // Parameter sets from the description of a container's samples.
+    // Parameter sets that are beside the stream.
     void TakeOutOfBand(const unsigned char* data, uint32_t size)
     {
-        CNalFeeder cutter;
-        const auto take = [this](const unsigned char* unit, unsigned int unitSize) {
-            inspection.Take(NalUnit{.codec = facts.codec,
-                                    .data = unit,
-                                    .size = unitSize,
-                                    .number = counts.units++,
-                                    .isOutOfBand = true});
-        };
-        cutter.Feed(data, size, take);
-        cutter.Finish(take);
+        tool::CUnitCutter setCutter(codec, [this](const NalUnit& unit) {
+            NalUnit set = unit;
+            set.offset = 0;
+            set.isOutOfBand = true;
+            Take(set);
+        });
+        setCutter.Take(data, size);
+        setCutter.Finish();
     }
 
     void Finish()
     {
-        feeder.Finish([this](const unsigned char* unit, unsigned int unitSize) { TakeUnit(unit, unitSize); },
-                      [this](const unsigned char* bytes, size_t count) { Skip(bytes, count); });
-        inspection.Finish(counts);
+        cutter.Finish();
+        inspection.Finish({.bytes = bytes, .units = unitCount, .skippedBytes = cutter.SkippedBytes()});
     }
 
     tool::CInspection& Inspection() { return inspection; }
 
 private:
-    void TakeUnit(const unsigned char* unit, unsigned int size)
+    void Take(NalUnit unit)
     {
-        isLeading = false;
-        inspection.Take(NalUnit{facts.codec, unit, size, feeder.Offset(), counts.units++});
+        unit.number = unitCount++;
+        inspection.Take(unit);
     }
 
-    // Zeros before the first start code are allowed.
-    void Skip(const unsigned char* bytes, size_t size)
-    {
-        isLeading =
-            isLeading && std::all_of(bytes, bytes + size, [](unsigned char byte) { return byte == 0; });
-        if (!isLeading)
-            counts.skippedBytes += size;
-    }
-
-    tool::SourceFacts facts;
-    tool::SourceCounts counts;
     tool::CInspection inspection;
-    CNalFeeder feeder;
-    bool isLeading = true;
+    VideoCodecType codec;
+    tool::CUnitCutter cutter;
+    uint64_t bytes = 0;
+    uint64_t unitCount = 0;
 };
 
 // A copy of an access unit without user data: of this library, or of all programs.
@@ -97,18 +77,20 @@ std::vector<unsigned char> WithoutUserData(VideoCodecType codec, const unsigned 
         return message.IsUserData() && (removesAll || message.IsOfLibrary());
     };
     std::vector<unsigned char> copy;
-    const auto take = [&](const unsigned char* bytes, unsigned int unitSize) {
-        const NalUnit unit{.codec = codec, .data = bytes, .size = unitSize};
+    const auto keep = [&](const unsigned char* bytes, size_t count) {
+        copy.insert(copy.end(), bytes, bytes + count);
+    };
+    const auto take = [&](const NalUnit& unit) {
         if (!unit.IsAnySei()) {
-            copy.insert(copy.end(), bytes, bytes + unitSize);
+            keep(unit.data, unit.size);
             return;
         }
         const std::vector<unsigned char> left = tool::CSeiUnit(unit).Without(isRemoved);
         copy.insert(copy.end(), left.begin(), left.end());
     };
-    CNalFeeder cutter(CNalFeeder::ShortUnits::Separate);
-    cutter.Feed(data, size, take);
-    cutter.Finish(take);
+    tool::CUnitCutter cutter(codec, take, keep);
+    cutter.Take(data, size);
+    cutter.Finish();
     return copy;
 }
 
@@ -171,21 +153,9 @@ EXPORT uint32_t AccessUnitRecordCount()
     return static_cast<uint32_t>(stream->Inspection().AccessUnits().size());
 }
 
-EXPORT void PrintInfo(bool isJson)
+EXPORT void PrintResults()
 {
-    const tool::InfoResult& info = stream->Inspection().Info();
-    const auto report = tool::MakeInfoReport({.isJson = isJson}, false);
-    report->Begin(info.facts);
-    report->End(info);
-    report->Close();
-    if (!isJson && info.IsDamaged())
-        std::puts(info.DescribeDamage().c_str());
-    std::fflush(stdout);
-}
-
-EXPORT void PrintLists()
-{
-    std::puts(stream->Inspection().Lists().ToJson().dump().c_str());
+    std::puts(stream->Inspection().Results().dump().c_str());
     std::fflush(stdout);
 }
 

@@ -28,4 +28,4 @@ const picture = new PictureView(model);
 new Tabs(byId("tabs-stream"));
 new Tabs(byId("tabs-unit"), (panel) => (picture.shown = panel === "panel-picture"));
 chooseTheme(byId("theme"), () => plot.rebuild());
-openEmbedded(model);
+void openEmbedded(model);

@@ -51,13 +51,30 @@ export interface Lists {
     findingCount: number;
 }
 
-/** What is known of a file when it was read to its end. */
+/** What is known of a file when it was read to its end (tools/inspect/Inspection.h). */
 export interface Results extends Lists {
-    /** The lines that `videoparams info` prints. */
-    info: string;
-    /** What `videoparams info --json` prints. */
-    json: unknown;
-    milliseconds: number;
+    /** Labels and texts, as `videoparams info` prints them. */
+    description: [string, string][];
+    /** Null: the file is not damaged. */
+    damage: string | null;
+    /** Absent if the tool read the file. */
+    milliseconds?: number;
+}
+
+/** A file that `videoparams inspect` read: all that it writes into the page (tools/inspect/PageWriter.h). */
+export interface EmbeddedFile {
+    name: string;
+    size: number;
+    codec: Codec;
+    format: string;
+    /** Parameter sets that are beside the stream, in hex with start codes. */
+    outOfBand: string[];
+    results: Results;
+    /** Records of the units and access units, in blocks. */
+    units: ArrayBuffer[];
+    accessUnits: ArrayBuffer[];
+    /** The stream; null if it is too long for a page. */
+    stream: Blob | null;
 }
 
 export type Edit =
@@ -102,6 +119,7 @@ export interface ExportResult {
 
 export type ToWorker =
     | { type: "open"; file: Blob; name: string }
+    | { type: "openEmbedded"; file: EmbeddedFile }
     | { type: "cancel" }
     | { [Name in keyof Requests]: { type: Name; id: number; body: Requests[Name]["request"] } }[keyof Requests];
 

@@ -1,6 +1,6 @@
 // The worker, as the page sees it.
 
-import type { FromWorker, Requests, ToWorker } from "../messages.js";
+import type { EmbeddedFile, FromWorker, Requests, ToWorker } from "../messages.js";
 import { workerText } from "../workerText.js";
 
 interface Pending {
@@ -25,6 +25,10 @@ export class Client {
 
     open(file: Blob, name: string): void {
         this.#post({ type: "open", file, name });
+    }
+
+    openEmbedded(file: EmbeddedFile): void {
+        this.#post({ type: "openEmbedded", file });
     }
 
     cancel(): void {

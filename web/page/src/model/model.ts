@@ -1,6 +1,6 @@
 // What is known of the file, and what is selected. Views listen to it.
 
-import type { FileFacts, Range, Requests, Results } from "../messages.js";
+import type { EmbeddedFile, FileFacts, Range, Requests, Results } from "../messages.js";
 import { Client, type Notice } from "./client.js";
 import { AccessUnitRecords, UnitRecords, noAccessUnit } from "./records.js";
 
@@ -40,15 +40,13 @@ export class Model {
     }
 
     open(file: Blob, name: string): void {
-        this.units = new UnitRecords();
-        this.accessUnits = new AccessUnitRecords();
-        this.facts = null;
-        this.results = null;
-        this.read = 0;
-        this.selectedUnit = none;
-        this.name = name;
-        this.#setPhase("opening");
+        this.#restart(name);
         this.#client.open(file, name);
+    }
+
+    openEmbedded(file: EmbeddedFile): void {
+        this.#restart(file.name);
+        this.#client.openEmbedded(file);
     }
 
     cancel(): void {
@@ -105,6 +103,17 @@ export class Model {
 
     typeName(type: number): string {
         return this.facts?.typeNames[type] ?? "";
+    }
+
+    #restart(name: string): void {
+        this.units = new UnitRecords();
+        this.accessUnits = new AccessUnitRecords();
+        this.facts = null;
+        this.results = null;
+        this.read = 0;
+        this.selectedUnit = none;
+        this.name = name;
+        this.#setPhase("opening");
     }
 
     #take(notice: Notice): void {

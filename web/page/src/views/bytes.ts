@@ -1,7 +1,7 @@
 // The bytes of the selected unit: start code, header, slice header and emulation prevention are marked.
 
 import type { Model } from "../model/model.js";
-import { byId, bytes as sizeOf, countOf, hex, make } from "./dom.js";
+import { byId, bytes as sizeOf, countOf, hex, make, messageOf } from "./dom.js";
 import { VirtualList } from "./virtualList.js";
 
 const rowHeight = 22;
@@ -46,7 +46,7 @@ export class BytesView {
             const marks = new Marks(bytes, units.startCodeLength(unit), header, units.sliceHeaderLength(unit));
             this.#set(bytes, marks, this.#describe(unit, range.size, marks));
         } catch (error) {
-            this.#set(new Uint8Array(), this.#marks, String(error));
+            this.#set(new Uint8Array(), this.#marks, messageOf(error));
         }
     }
 

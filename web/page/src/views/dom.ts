@@ -44,11 +44,6 @@ export function bytesOfHex(text: string): Uint8Array<ArrayBuffer> {
     return Uint8Array.from(text.match(/../g) ?? [], (digits) => parseInt(digits, 16));
 }
 
-/** Runs a task when nothing has called for a while. */
-export function afterwards(milliseconds: number, task: () => void): () => void {
-    let timer = 0;
-    return () => {
-        clearTimeout(timer);
-        timer = window.setTimeout(task, milliseconds);
-    };
+export function messageOf(error: unknown): string {
+    return error instanceof Error ? error.message : String(error);
 }

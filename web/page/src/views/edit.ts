@@ -2,7 +2,7 @@
 
 import type { Edit } from "../messages.js";
 import type { Model } from "../model/model.js";
-import { byId, bytes, bytesOfHex, countOf } from "./dom.js";
+import { byId, bytes, bytesOfHex, countOf, messageOf } from "./dom.js";
 
 export class EditView {
     readonly #form = byId<HTMLFormElement>("edit-form");
@@ -56,7 +56,7 @@ export class EditView {
                 `${result.name}: ${bytes(result.blob.size)}, ${countOf(accessUnits.length, "access unit")} edited${failed}.`,
             );
         } catch (error) {
-            this.#say(`The copy cannot be written: ${error instanceof Error ? error.message : String(error)}`);
+            this.#say(`The copy cannot be written: ${messageOf(error)}`);
         }
         clearInterval(timer);
         this.#update();

@@ -1,7 +1,7 @@
 // The syntax elements of the selected unit.
 
 import type { Model } from "../model/model.js";
-import { byId, make } from "./dom.js";
+import { byId, make, messageOf } from "./dom.js";
 
 export class ElementsView {
     readonly #host = byId("elements-list");
@@ -28,7 +28,7 @@ export class ElementsView {
             });
             this.#show(rows, rows.length === 0 ? "The unit has no header." : "");
         } catch (error) {
-            this.#show([], String(error));
+            this.#show([], messageOf(error));
         }
     }
 

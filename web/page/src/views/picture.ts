@@ -3,7 +3,7 @@
 import type { Model } from "../model/model.js";
 import type { ParameterSet } from "../messages.js";
 import { codecString } from "../model/codecString.js";
-import { byId, bytesOfHex, count } from "./dom.js";
+import { byId, bytesOfHex, count, messageOf } from "./dom.js";
 
 const mostDecoded = 1000; // pictures from the key frame on
 const mostBytes = 256e6; // of them
@@ -35,7 +35,7 @@ export class PictureView {
         this.#canvas.hidden = true;
         if (wanted < 0) return this.#say("Select a unit of a picture.");
         this.#decode(wanted, () => attempt === this.#attempt).catch((error: unknown) => {
-            if (attempt === this.#attempt) this.#say(`The picture cannot be decoded: ${String(error)}`);
+            if (attempt === this.#attempt) this.#say(`The picture cannot be decoded: ${messageOf(error)}`);
         });
     }
 

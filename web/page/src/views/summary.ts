@@ -1,5 +1,6 @@
 // What `info` prints, as a list of terms.
 
+import type { Results } from "../messages.js";
 import type { Model } from "../model/model.js";
 import { byId, bytes, count, make } from "./dom.js";
 
@@ -14,7 +15,7 @@ export class SummaryView {
     #draw(): void {
         const { facts, results, units, accessUnits } = this.model;
         this.#damage.hidden = true;
-        if (results !== null) return this.#drawInfo(results.info);
+        if (results !== null) return this.#drawResults(results);
         const codec = facts === null ? "" : facts.codec === "h264" ? "H.264/AVC" : "H.265/HEVC";
         this.#setTerms([
             ["codec", codec],
@@ -25,22 +26,16 @@ export class SummaryView {
         ]);
     }
 
-    // Lines of "  term        text", of which the first one is the file's name.
-    #drawInfo(info: string): void {
-        const { facts, results, units } = this.model;
-        const lines = info.split("\n");
-        const terms = lines.flatMap((line) => [...(/^ {2}(\S.*?) {2,}(.*)$/.exec(line) ?? [])].slice(1)) as string[];
-        const pairs: [string, string][] = [];
-        for (let i = 0; i + 1 < terms.length; i += 2) pairs.push([terms[i]!, terms[i + 1]!]);
-        const seconds = ((results?.milliseconds ?? 0) / 1000).toPrecision(2);
+    #drawResults({ description, damage, milliseconds }: Results): void {
+        const { facts, units } = this.model;
+        const time = milliseconds === undefined ? "" : `, read in ${(milliseconds / 1000).toPrecision(2)} s`;
         this.#setTerms([
-            ...pairs,
+            ...description,
             ["NAL units", count(units.count)],
-            ["file", `${facts?.format ?? ""}, ${bytes(facts?.size ?? 0)}, read in ${seconds} s`],
+            ["file", `${facts?.format ?? ""}, ${bytes(facts?.size ?? 0)}${time}`],
         ]);
-        const damage = lines.find((line) => line.startsWith("damaged:"));
-        this.#damage.hidden = damage === undefined;
-        this.#damage.textContent = damage ?? "";
+        this.#damage.hidden = damage === null;
+        this.#damage.textContent = damage;
     }
 
     #setTerms(terms: [string, string][]): void {

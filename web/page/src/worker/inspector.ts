@@ -1,7 +1,7 @@
 // The WebAssembly module of the page (web/native/Inspector.cpp).
 
 import { wasmText } from "../wasm.js";
-import type { Codec, Element, Lists } from "../messages.js";
+import type { Codec, Element, Results } from "../messages.js";
 
 interface Exports {
     memory: WebAssembly.Memory;
@@ -15,8 +15,7 @@ interface Exports {
     UnitRecordCount(): number;
     AccessUnitRecords(): number;
     AccessUnitRecordCount(): number;
-    PrintInfo(isJson: number): void;
-    PrintLists(): void;
+    PrintResults(): void;
     PrintUnitTypeName(codec: number, nalUnitType: number): void;
     PrintElements(codec: number, size: number, unit: number): void;
     WithoutUserDataOf(codec: number, size: number, removesAll: number): number;
@@ -90,16 +89,8 @@ export class Inspector {
         return this.#records();
     }
 
-    info(): string {
-        return this.#print(() => this.#exports.PrintInfo(0));
-    }
-
-    infoJson(): unknown {
-        return JSON.parse(this.#print(() => this.#exports.PrintInfo(1)));
-    }
-
-    lists(): Lists {
-        return JSON.parse(this.#print(() => this.#exports.PrintLists())) as Lists;
+    results(): Results {
+        return JSON.parse(this.#print(() => this.#exports.PrintResults())) as Results;
     }
 
     elements(codec: Codec, unit: number, bytes: Uint8Array): Element[] {

@@ -1,8 +1,9 @@
 // Reads files, away from the page: nothing here makes it wait.
 
-import type { Element, FileFacts, FromWorker, Lists, Requests, ToWorker } from "../messages.js";
+import type { Element, EmbeddedFile, FileFacts, FromWorker, Requests, ToWorker } from "../messages.js";
 import { ByteStreamSource } from "./byteStream.js";
 import { ContainerSource } from "./container.js";
+import { EmbeddedSource } from "./embedded.js";
 import { exportStream } from "./export.js";
 import { Inspector, type TakenRecords } from "./inspector.js";
 import { FileError, type StreamSource } from "./source.js";
@@ -24,11 +25,28 @@ class Reader {
             const source = await this.#openSource(inspector, blob);
             if (opening !== this.#opening) return;
             this.#source = source;
-            post({ type: "opened", facts: factsOf(source, blob, name, inspector) });
+            post({ type: "opened", facts: factsOf(source, blob.size, name, inspector) });
             await this.#read(inspector, source, () => opening === this.#opening);
         } catch (error) {
             if (opening === this.#opening) this.#fail(error);
         }
+    }
+
+    // The tool has read the file. The stream is read again so that its parameter sets are known.
+    async openEmbedded(file: EmbeddedFile): Promise<void> {
+        const opening = ++this.#opening;
+        const inspector = await this.#inspector;
+        const source = new EmbeddedSource(file);
+        inspector.open(source.codec);
+        inspector.takeOutOfBand(source.outOfBand);
+        if (file.stream !== null) for await (const { bytes } of source.pieces()) inspector.take(bytes);
+        if (opening !== this.#opening) return;
+        this.#source = source;
+        this.#file = { blob: file.stream ?? new Blob(), name: file.name };
+        post({ type: "opened", facts: factsOf(source, file.size, file.name, inspector) });
+        for (const units of file.units) postRecords({ units, accessUnits: new ArrayBuffer() }, file.size);
+        for (const accessUnits of file.accessUnits) postRecords({ units: new ArrayBuffer(), accessUnits }, file.size);
+        post({ type: "finished", results: file.results });
     }
 
     cancel(): void {
@@ -71,10 +89,7 @@ class Reader {
             postRecords(inspector.take(piece.bytes), read);
         }
         postRecords(inspector.finish(), read);
-        const lists: Lists = inspector.lists();
-        const milliseconds = performance.now() - begin;
-        const info = { info: inspector.info(), json: inspector.infoJson() };
-        post({ type: "finished", results: { ...lists, ...info, milliseconds } });
+        post({ type: "finished", results: { ...inspector.results(), milliseconds: performance.now() - begin } });
     }
 
     // A module that failed is replaced.
@@ -86,9 +101,9 @@ class Reader {
     }
 }
 
-function factsOf(source: StreamSource, blob: Blob, name: string, inspector: Inspector): FileFacts {
+function factsOf(source: StreamSource, size: number, name: string, inspector: Inspector): FileFacts {
     const { codec, format, writesContainer } = source;
-    return { name, size: blob.size, codec, format, writesContainer, typeNames: inspector.typeNames(codec) };
+    return { name, size, codec, format, writesContainer, typeNames: inspector.typeNames(codec) };
 }
 
 function post(message: FromWorker, transfer: Transferable[] = []): void {
@@ -103,6 +118,7 @@ const reader = new Reader();
 
 self.onmessage = ({ data }: MessageEvent<ToWorker>) => {
     if (data.type === "open") void reader.open(data.file, data.name);
+    else if (data.type === "openEmbedded") void reader.openEmbedded(data.file);
     else if (data.type === "cancel") reader.cancel();
     else {
         const { id } = data;
