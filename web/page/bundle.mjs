@@ -2,7 +2,7 @@
 
 import { build } from "esbuild";
 import { createHash } from "node:crypto";
-import { mkdirSync, readFileSync, writeFileSync } from "node:fs";
+import { mkdirSync, readFileSync, renameSync, writeFileSync } from "node:fs";
 import { dirname, join } from "node:path";
 import { fileURLToPath } from "node:url";
 
@@ -36,10 +36,16 @@ const withWorker = {
     },
 };
 
+// What is narrow comes last: it changes the others.
+const styles = ["colours", "base", "panels", "lists", "unit", "narrow"];
+
 async function bundleStyle() {
     const library = readFileSync(join(folder, "../node_modules/uplot/dist/uPlot.min.css"), "utf8");
-    const own = read("style.css").replaceAll("@dark@", () => read("dark.css"));
-    const result = await build({ ...options, stdin: { contents: `${library}\n${own}`, loader: "css" } });
+    const own = styles.map((name) => read(`style/${name}.css`)).join("\n");
+    const result = await build({
+        ...options,
+        stdin: { contents: `${library}\n${own.replaceAll("@dark@", () => read("style/dark.css"))}`, loader: "css" },
+    });
     return result.outputFiles[0].text.trim();
 }
 
@@ -61,5 +67,7 @@ const policy = [
 const parts = { policy, style, script };
 const page = read("index.html").replace(/@(policy|style|script)@/g, (_, name) => parts[name]);
 mkdirSync(join(folder, "dist"), { recursive: true });
-writeFileSync(join(folder, "dist/inspector.html"), page);
+// Whoever copies the page meanwhile gets the old one or the new one.
+writeFileSync(join(folder, "dist/inspector.html.new"), page);
+renameSync(join(folder, "dist/inspector.html.new"), join(folder, "dist/inspector.html"));
 console.log(`page/dist/inspector.html: ${Math.round(page.length / 1000)} kB`);

@@ -1,13 +1,11 @@
 // Debian's Chromium, without a screen, and the page in it.
 
 import assert from "node:assert/strict";
-import { join } from "node:path";
 import { pathToFileURL } from "node:url";
 import { chromium, type Browser, type BrowserContextOptions, type Page } from "playwright-core";
+import { file, pageFile } from "./files.js";
 
-const project = process.env["VIDEOPARAMS_PROJECT"] ?? "";
-const pageFile = join(project, "web/page/dist/inspector.html");
-export const pageAddress = pathToFileURL(pageFile).href;
+const pageAddress = pathToFileURL(pageFile).href;
 
 // The background services of the browser look for hosts that a test must not need.
 const flags = [
@@ -42,7 +40,7 @@ export class Inspector {
     static async open(
         browser: Browser,
         options: BrowserContextOptions = {},
-        address = pageAddress,
+        address: string = pageAddress,
     ): Promise<Inspector> {
         const page = await browser.newPage({ viewport: { width: 1440, height: 900 }, ...options });
         const inspector = new Inspector(page);
@@ -50,13 +48,18 @@ export class Inspector {
         return inspector;
     }
 
-    async choose(path: string): Promise<void> {
-        await this.page.setInputFiles("#file-input", path);
+    /** As from a file manager. */
+    async drop(path: string): Promise<void> {
+        const session = await this.page.context().newCDPSession(this.page);
+        const data = { items: [], files: [path], dragOperationsMask: 1 };
+        for (const type of ["dragEnter", "dragOver", "drop"] as const)
+            await session.send("Input.dispatchDragEvent", { type, x: 200, y: 200, data });
+        await session.detach();
     }
 
-    /** Chooses a file and waits until it is read. */
+    /** Drops a file and waits until it is read. */
     async load(path: string): Promise<void> {
-        await this.choose(path);
+        await this.drop(path);
         await this.finished();
     }
 
@@ -92,6 +95,15 @@ export class Inspector {
             await this.page.waitForTimeout(50);
         }
         assert.match(text, pattern);
+    }
+
+    /** Presses the button of the tab of edits, and returns the path of the copy. */
+    async download(press = (): Promise<void> => this.page.click("#edit-download")): Promise<string> {
+        const [download] = await Promise.all([this.page.waitForEvent("download"), press()]);
+        const saved = file(download.suggestedFilename(), "");
+        await download.saveAs(saved);
+        await this.expectText("#edit-note", /edited\.$/);
+        return saved;
     }
 
     async close(): Promise<void> {

@@ -4,7 +4,7 @@ import { readFileSync } from "node:fs";
 import { after, before, describe, it } from "node:test";
 import type { Browser } from "playwright-core";
 import { Inspector, launch } from "./browser.js";
-import { container, file, stream, toolInfo, toolUserData } from "./files.js";
+import { container, stream, toolInfo, toolUserData } from "./files.js";
 
 let browser: Browser;
 before(async () => {
@@ -31,10 +31,7 @@ async function edit(path: string, { action, where, text, hex, asByteStream }: Ed
     if (hex !== undefined) await page.check("input[name=form][value=hex]");
     if (action === "add") await page.fill("#edit-payload", hex ?? text ?? "");
     if (asByteStream) await page.uncheck("#edit-container");
-    const [download] = await Promise.all([page.waitForEvent("download"), page.click("#edit-download")]);
-    const saved = file(download.suggestedFilename(), "");
-    await download.saveAs(saved);
-    await inspector.expectText("#edit-note", /edited\.$/);
+    const saved = await inspector.download();
     await inspector.close();
     return saved;
 }
@@ -65,7 +62,7 @@ describe("User data that the page inserts", () => {
         }
     });
 
-    it("is told from that of encoders", async () => {
+    it("is distinguished from that of encoders", async () => {
         const path = stream("avc-user-data.h264");
         assert.deepEqual(readFileSync(await edit(path, { action: "remove", where: "all" })), readFileSync(path));
         const plain = await edit(path, { action: "remove-all", where: "all" });

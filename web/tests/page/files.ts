@@ -7,6 +7,7 @@ import { join } from "node:path";
 
 const project = process.env["VIDEOPARAMS_PROJECT"] ?? "";
 const tool = process.env["VIDEOPARAMS_TOOL"] ?? "";
+export const pageFile = join(project, "web/page/dist/inspector.html");
 const folder = mkdtempSync(join(tmpdir(), "videoparams-page-"));
 
 process.on("exit", () => rmSync(folder, { recursive: true }));
@@ -28,19 +29,8 @@ export function container(name: string, streamName: string, ...options: string[]
 export function longClip(): string {
     const path = join(folder, "clip.h264");
     const source = ["-f", "lavfi", "-i", "testsrc2=s=640x360:r=30", "-frames:v", "150"];
-    execFileSync("ffmpeg", [
-        "-v",
-        "error",
-        "-y",
-        ...source,
-        "-c:v",
-        "libx264",
-        "-preset",
-        "ultrafast",
-        "-b:v",
-        "2M",
-        path,
-    ]);
+    const encoder = ["-c:v", "libx264", "-preset", "ultrafast", "-b:v", "2M"];
+    execFileSync("ffmpeg", ["-v", "error", "-y", ...source, ...encoder, path]);
     return path;
 }
 
@@ -91,6 +81,10 @@ export function damaged(): string {
     );
 }
 
+export function endOfSequence(): string {
+    return file("end.h264", Buffer.concat([readFileSync(stream("avc-aud.h264")), Uint8Array.of(0, 0, 1, 10)]));
+}
+
 function* startsOf(bytes: Buffer): Generator<number> {
     for (let at = bytes.indexOf("\0\0\x01"); at >= 0; at = bytes.indexOf("\0\0\x01", at + 3)) yield at;
 }
@@ -127,6 +121,14 @@ export function toolUnits(path: string): ToolUnit[] {
 export function toolSummary(path: string): Record<string, string> {
     const lines = [...run("info", path).matchAll(/^ {2}(\S.*?) {2,}(.*)$/gm)];
     return Object.fromEntries(lines.map(([, term, text]) => [term!, text!]));
+}
+
+/** The page that the tool writes for a file. */
+export function toolPage(path: string): string {
+    const page = join(folder, "page.html");
+    const { status, stderr } = spawnSync(tool, ["inspect", "--no-open", "--page", pageFile, "-o", page, path]);
+    if (status !== 0) throw new Error(String(stderr));
+    return page;
 }
 
 export function toolUserData(path: string): string {

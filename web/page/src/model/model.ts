@@ -72,7 +72,7 @@ export class Model {
         this.#emit("selection");
     }
 
-    /** Selects its first slice: what stands for a picture. */
+    /** Selects its first slice, whose unit represents the picture. */
     selectAccessUnit(accessUnit: number): void {
         if (accessUnit < 0 || accessUnit >= this.accessUnits.count) return;
         const first = this.accessUnits.firstUnit(accessUnit);

@@ -5,7 +5,7 @@ import type { Model } from "../model/model.js";
 import { byId, countOf, make } from "./dom.js";
 import { VirtualList } from "./virtualList.js";
 
-const rowHeight = 48;
+const rowHeight = 66; // a title and two lines
 
 interface Item {
     unit: number | null;

@@ -3,6 +3,7 @@
 import uPlot from "uplot";
 import type { Model } from "../model/model.js";
 import { SizeHistory } from "../model/sizeBins.js";
+import { TimeAxis } from "../model/timeAxis.js";
 import { byId, bytes, count } from "./dom.js";
 import { sliceTypeName } from "./unitKind.js";
 
@@ -105,15 +106,15 @@ export class PlotView {
             axes: [
                 {
                     ...axis,
-                    splits: () => this.#ticks(),
-                    values: (_, splits) => splits.map((split) => this.#timeOf(split)),
+                    splits: () => this.#axis.ticks(this.#begin, this.#end, this.#host.clientWidth / 90),
+                    values: (_, splits) => splits.map((split) => this.#axis.label(split)),
                 },
                 { ...axis, values: (_, splits) => splits.map((split) => bytes(split)), size: 64 },
             ],
             series: [{}, series("other", "--plot-slice"), series("key", "--plot-key")],
             cursor: { y: false, points: { show: false }, drag: { x: true, y: false, setScale: false } },
             hooks: {
-                draw: [(plot) => this.#drawSelection(plot, colour("--accent"))],
+                drawAxes: [(plot) => this.#drawSelection(plot, colour("--accent"))], // the bars cover it
                 setCursor: [(plot) => this.#point(plot)],
                 setSelect: [(plot) => this.#selectRange(plot)],
                 ready: [(plot) => this.#listen(plot)],
@@ -225,15 +226,14 @@ export class PlotView {
         const selected = this.model.selectedAccessUnit;
         if (selected < 0) return;
         const { ctx, bbox } = plot;
-        const left = plot.valToPos(selected, "x", true);
-        const right = Math.max(plot.valToPos(selected + 1, "x", true), left + 2);
-        if (right < bbox.left || left > bbox.left + bbox.width) return;
+        const left = Math.max(plot.valToPos(selected, "x", true), bbox.left);
+        const right = Math.min(Math.max(plot.valToPos(selected + 1, "x", true), left + 2), bbox.left + bbox.width);
+        if (right <= left) return;
         ctx.save();
-        ctx.globalAlpha = 0.3;
         ctx.fillStyle = colour;
-        ctx.fillRect(left, bbox.top, right - left, bbox.height);
-        ctx.globalAlpha = 1;
         ctx.fillRect(left, bbox.top, right - left, 3);
+        ctx.globalAlpha = 0.25;
+        ctx.fillRect(left, bbox.top, right - left, bbox.height);
         ctx.restore();
     }
 
@@ -244,7 +244,7 @@ export class PlotView {
         this.#describe();
     }
 
-    // If a pixel stands for several access units, the largest of them.
+    // If a pixel covers several access units, the largest of them.
     #nearby(place: number): number {
         const { accessUnits } = this.model;
         const perPixel = (this.#end - this.#begin) / Math.max(this.#host.clientWidth, 1);
@@ -264,7 +264,7 @@ export class PlotView {
         const type = sliceTypeName(accessUnits.sliceType(index));
         const parts = [
             `Access unit ${count(index)}`,
-            this.#isTimed ? `at ${accessUnits.seconds(index).toFixed(3)} s` : "",
+            this.#axis.isTimed ? `at ${accessUnits.seconds(index).toFixed(3)} s` : "",
             `${count(accessUnits.size(index))} bytes`,
             accessUnits.isKeyFrame(index) ? "key frame" : type === "" ? "" : `${type} slice first`,
             accessUnits.isField(index) ? "field" : "",
@@ -272,40 +272,7 @@ export class PlotView {
         this.#legend.textContent = parts.filter((part) => part !== "").join(" · ");
     }
 
-    get #isTimed(): boolean {
-        return this.#total > 1 && this.model.accessUnits.seconds(this.#total - 1) > 0;
+    get #axis(): TimeAxis {
+        return new TimeAxis(this.#total, this.#total === 0 ? 0 : this.model.accessUnits.seconds(this.#total - 1));
     }
-
-    // Round places in view: of time if the stream has one, else of access units.
-    #ticks(): number[] {
-        const scale = this.#isTimed ? this.#secondsPerUnit : 1;
-        const most = Math.max(Math.floor(this.#host.clientWidth / 90), 2);
-        const step = roundStep(((this.#end - this.#begin) * scale) / most, this.#isTimed);
-        const ticks: number[] = [];
-        for (let tick = Math.ceil((this.#begin * scale) / step); tick * step <= this.#end * scale; ++tick)
-            ticks.push((tick * step) / scale);
-        return ticks;
-    }
-
-    get #secondsPerUnit(): number {
-        return this.model.accessUnits.seconds(this.#total - 1) / (this.#total - 1);
-    }
-
-    #timeOf(place: number): string {
-        if (!this.#isTimed) return count(Math.round(place));
-        const seconds = Math.round(place * this.#secondsPerUnit * 1000) / 1000;
-        if (seconds < 60) return `${seconds} s`;
-        const minutes = Math.floor(seconds / 60);
-        const rest = String(Math.round((seconds % 60) * 1000) / 1000);
-        return `${minutes}:${/^\d\D|^\d$/.test(rest) ? "0" : ""}${rest}`;
-    }
-}
-
-// The next of 1, 2, 5, 10, …; above a minute, of what clocks have.
-function roundStep(least: number, isTime: boolean): number {
-    const ofClock = [15, 30, 60, 120, 300, 600, 900, 1800, 3600];
-    const power = 10 ** Math.floor(Math.log10(least));
-    const step = [1, 2, 5, 10].map((factor) => factor * power).find((candidate) => candidate >= least)!;
-    const rounded = isTime && step > 10 ? (ofClock.find((candidate) => candidate >= least) ?? step) : step;
-    return isTime ? rounded : Math.max(rounded, 1);
 }

@@ -108,7 +108,7 @@ export class VirtualList {
         this.redraw();
     }
 
-    // The wheel moves by rows also if the scroll bar stands for more of them than it has pixels.
+    // The wheel moves by rows, also if there are more of them than the scroll bar has pixels.
     #wheeled(event: WheelEvent): void {
         if (this.#layoutHeight < tallestLayout || event.ctrlKey || event.deltaY === 0) return;
         event.preventDefault();
