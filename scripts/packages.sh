@@ -27,6 +27,13 @@ mkdir -p "$source"
 (cd "$projectDir" && tar -c CHANGELOG.md CMakeLists.txt LICENSE README.md cmake docs examples gstreamer include python src tools) |
     tar -x -C "$source"
 cp -r "$projectDir/packaging/debian" "$source/debian"
+# The page for "videoparams inspect", if it was built.
+page=web/page/dist/inspector.html
+if [ -e "$projectDir/$page" ]; then
+    install -D -m 644 "$projectDir/$page" "$source/$page"
+else
+    echo "The packages have no page for \"videoparams inspect\". To add it, run web/setup and web/build first." >&2
+fi
 version=$(sed -n 's/^#define VIDEOPARAMS_VERSION_[A-Z]* \([0-9]*\)$/\1/p' "$projectDir/include/VideoParams.h" | paste -sd .)
 packager=${VIDEOPARAMS_PACKAGER:-$(sed -n 's/^Maintainer: //p' "$source/debian/control")}
 # The same commit gives the same packages.
@@ -52,6 +59,10 @@ tryPackages() {
     quietly "$folder/host.log" env LD_LIBRARY_PATH="${root:+$library}" "$folder/host"
     quietly "$folder/tool.log" env LD_LIBRARY_PATH="${root:+$library}" "$root/usr/bin/videoparams" info \
         "$projectDir/tests/streams/avc-bframes.h264"
+    if [ -e "$source/$page" ]; then
+        quietly "$folder/tool.log" env LD_LIBRARY_PATH="${root:+$library}" "$root/usr/bin/videoparams" inspect --no-open \
+            -o "$folder/inspected.html" "$projectDir/tests/streams/avc-bframes.h264"
+    fi
     quietly "$folder/python.log" env LD_LIBRARY_PATH="${root:+$library}" PYTHONDONTWRITEBYTECODE=1 \
         PYTHONPATH="$root/usr/lib/python3/dist-packages" /usr/bin/python3 -c \
         'import sys, videoparams; print(*videoparams.access_units(sys.argv[1]), sep="\n")' \

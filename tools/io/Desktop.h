@@ -1,4 +1,4 @@
-// What the user has in front of the terminal.
+// Opens files with the programs of the user's desktop.
 //
 // SPDX-License-Identifier: MIT
 
