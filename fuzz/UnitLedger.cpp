@@ -1,6 +1,7 @@
 #include "UnitLedger.h"
 
 #include <algorithm>
+#include <set>
 
 namespace {
 
@@ -33,11 +34,11 @@ bool CUnitLedger::MayBeDropped(Bytes unit, bool isOpen) const
     return !isOpen || (codec == VideoCodecAVC && (type == 1 || type == 2 || type == 5));
 }
 
-// How many units were fed up to the end of these bytes, which are in two pieces; 0 if they are no units.
-size_t CUnitLedger::UnitsIn(Bytes begin, Bytes rest) const
+// The index behind the units of these bytes, which are in two pieces; 0 if they are no units.
+size_t CUnitLedger::UnitsIn(Bytes begin, Bytes rest, size_t first) const
 {
     bool isOpen = wasReported;
-    for (size_t i = 0; i < fed.size(); ++i) {
+    for (size_t i = first; i < fed.size(); ++i) {
         Bytes& piece = begin.empty() ? rest : begin;
         if (BeginsWithUnit(piece, fed[i])) {
             piece = piece.subspan(fed[i].size());
@@ -52,33 +53,49 @@ size_t CUnitLedger::UnitsIn(Bytes begin, Bytes rest) const
 }
 
 // The same without the held parameter sets, which a key frame that comes without gets.
-size_t CUnitLedger::UnitsInCompleted(Bytes accessUnit) const
+size_t CUnitLedger::UnitsInCompleted(Bytes accessUnit, size_t first) const
 {
     for (size_t at = 0; at + firstSps.size() + firstPps.size() <= accessUnit.size(); ++at) {
         const Bytes rest = accessUnit.subspan(at);
         if (!BeginsWithUnit(rest, firstSps) || !BeginsWithUnit(rest.subspan(firstSps.size()), firstPps))
             continue;
-        const size_t count = UnitsIn(accessUnit.first(at), rest.subspan(firstSps.size() + firstPps.size()));
-        if (count != 0)
-            return count;
+        const size_t end =
+            UnitsIn(accessUnit.first(at), rest.subspan(firstSps.size() + firstPps.size()), first);
+        if (end != 0)
+            return end;
     }
     return 0;
 }
 
+// The parameter sets of a key frame may have been fed with it or inserted. If equal slices and sets follow
+// each other, both readings may fit. Then both are kept until a later report fits only one.
 void CUnitLedger::Report(Bytes accessUnit, bool isKeyFrame)
 {
-    size_t count = UnitsIn({}, accessUnit);
-    if (count == 0 && codec == VideoCodecAVC && isKeyFrame && !firstSps.empty() && !firstPps.empty())
-        count = UnitsInCompleted(accessUnit);
-    REQUIRE(count != 0);
-    fed.erase(fed.begin(), fed.begin() + static_cast<ptrdiff_t>(count));
+    const bool mayBeCompleted =
+        codec == VideoCodecAVC && isKeyFrame && !firstSps.empty() && !firstPps.empty();
+    std::set<size_t> ends;
+    for (const size_t first : next) {
+        ends.insert(UnitsIn({}, accessUnit, first));
+        if (mayBeCompleted)
+            ends.insert(UnitsInCompleted(accessUnit, first));
+    }
+    ends.erase(0);
+    REQUIRE(!ends.empty());
+    const size_t reported = *ends.begin();
+    fed.erase(fed.begin(), fed.begin() + static_cast<ptrdiff_t>(reported));
+    next.clear();
+    for (const size_t end : ends)
+        next.push_back(end - reported);
     wasReported = true;
 }
 
 void CUnitLedger::Flush()
 {
-    REQUIRE(
-        std::all_of(fed.begin(), fed.end(), [this](Bytes unit) { return MayBeDropped(unit, wasReported); }));
+    const auto mayBeDropped = [this](Bytes unit) { return MayBeDropped(unit, wasReported); };
+    REQUIRE(std::any_of(next.begin(), next.end(), [&](size_t first) {
+        return std::all_of(fed.begin() + static_cast<ptrdiff_t>(first), fed.end(), mayBeDropped);
+    }));
+    next = {0};
     fed.clear();
     wasReported = false;
 }

@@ -16,12 +16,13 @@ public:
 
 private:
     bool MayBeDropped(Bytes unit, bool isOpen) const;
-    size_t UnitsIn(Bytes begin, Bytes rest) const;
-    size_t UnitsInCompleted(Bytes accessUnit) const;
+    size_t UnitsIn(Bytes begin, Bytes rest, size_t first) const;
+    size_t UnitsInCompleted(Bytes accessUnit, size_t first) const;
 
     VideoCodecType codec;
-    std::vector<Bytes> fed;    // and not reported yet
-    bool wasReported = false;  // since the last flush
+    std::vector<Bytes> fed;          // and not reported yet
+    std::vector<size_t> next = {0};  // indices in `fed` where the next report may begin
+    bool wasReported = false;        // since the last flush
     Bytes firstSps;
     Bytes firstPps;
 };
