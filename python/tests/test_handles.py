@@ -151,6 +151,8 @@ class MisuseTest(unittest.TestCase):
             view = memoryview(STREAM)
             view.release()
             self.assertRaises(ValueError, parser.parse, view)
+            with mmap.mmap(-1, 2**32) as huge:  # no memory is used until it is read
+                self.assertRaises(vp.TooLargeError, parser.parse, huge)
 
     def test_reasons_for_a_lack_of_memory(self):
         program = f"""
