@@ -11,11 +11,13 @@ import subprocess
 
 STREAMS = sorted(path for path in (pathlib.Path(__file__).parents[3] / "tests/streams").iterdir() if path.suffix in (".h264", ".h265"))
 REAL_TOOL = os.environ["VIDEOPARAMS_TOOL"]
+FILES = int(os.environ.get("VIDEOPARAMS_SURVEY_FILES", 40))
+PAUSE = 12 / FILES  # seconds, so that a survey of slow files lasts long enough to be disturbed, on a fast machine too
 
 # The tool, with faults for files of some names. It becomes what it starts, so that one signal ends it.
 STUB = f"""#!/bin/sh
 case "$3" in
-*slow*) sleep 0.05 ;;
+*slow*) sleep {PAUSE:.4f} ;;
 *crash*) kill -SEGV $$ ;;
 *hang*) exec sleep 1000 ;;
 *memory*) exec dd if=/dev/zero of=/dev/null bs=4G count=1 ;;

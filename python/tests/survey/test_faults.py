@@ -16,11 +16,10 @@ import tempfile
 import time
 import unittest
 
-from archive import LIMITS, REAL_TOOL, REASONS, add_hostile, fill, make_stub, reasons, serial, surveyed
+from archive import FILES, LIMITS, REASONS, add_hostile, fill, make_stub, reasons, serial, surveyed
 
-FILES = int(os.environ.get("VIDEOPARAMS_SURVEY_FILES", 60))
 KILLS = int(os.environ.get("VIDEOPARAMS_SURVEY_KILLS", 2))
-SECONDS = 60 + FILES  # for one survey
+SECONDS = 120 + FILES  # for one survey
 SURVEY = [sys.executable, "-m", "videoparams.survey"]
 
 
