@@ -83,7 +83,7 @@ def _run(parsed: argparse.Namespace, command: str) -> int:
             if progress is not None:
                 progress.close()
     if problem:
-        return _complain(f"{problem}. What {parsed.output} contains stays. Run the same command again to continue.", NOT_ENDED)
+        return _complain(f"{problem.rstrip('.')}. What {parsed.output} contains stays. Run the same command again to continue.", NOT_ENDED)
     assert progress is not None
     if not parsed.quiet:
         print(progress.summary(_totals(parsed.output), parsed.output))

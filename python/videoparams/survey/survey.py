@@ -59,7 +59,7 @@ class Survey:
         for entry in entries:
             if isinstance(entry, Unlisted):
                 self._results.append(Result(FileRow(entry.path, None, None, "unreadable", "no listing", entry.message), []))
-                self._progress.skip()
+                self._progress.add(1)
             elif self._is_done(entry):
                 self._progress.skip()
             else:
