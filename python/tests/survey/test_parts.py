@@ -12,6 +12,9 @@ import time
 import unittest
 import unittest.mock
 import zipfile
+from concurrent.futures import CancelledError
+
+from distributed import KilledWorker
 
 from archive import REAL_TOOL, REASONS, STREAMS, add_hostile, make_stub
 
@@ -23,8 +26,10 @@ from videoparams.survey.location import Identity
 from videoparams.survey.paths import NothingThere, Source, Unlisted
 from videoparams.survey.probe import probe_batch, probe_file
 from videoparams.survey.process import CannotStart, run
+from videoparams.survey.progress import Progress
 from videoparams.survey.records import Answer, FileRow, Finding, Result, Settings
 from videoparams.survey.store import Locked, NotASurvey, Store, connect, totals
+from videoparams.survey.survey import Survey
 
 SETTINGS = Settings(tool=REAL_TOOL, memory=400 << 20)
 
@@ -188,6 +193,57 @@ class BatchTest(unittest.TestCase):
                 for _ in range(50):
                     sizes.note(Answer([Result(FileRow("x", 1, 1, "good", probe_seconds=seconds), [])], []))
                 self.assertLess(threads / (sizes.files(threads) * seconds), 200, (threads, seconds))
+
+
+class FakeCluster:
+    """Client and futures at once. A task with the poisoned file ends with its worker; each other task is cancelled once, and then leaves a file."""
+
+    status = "running"
+    loop = None
+
+    def __init__(self, poison):
+        self.poison, self.cancelled, self.ready, self.tasks = poison, set(), [], 0
+
+    def scheduler_info(self):
+        return {"workers": {"one": {"nthreads": 2}}}
+
+    def submit(self, function, batch, seconds, settings, pure):
+        self.tasks += 1
+        future = unittest.mock.Mock(status="finished")
+        if self.poison in batch:
+            answer = (KilledWorker, KilledWorker("task", None, 3), None)
+        elif tuple(batch) not in self.cancelled:
+            self.cancelled.add(tuple(batch))
+            future.status, answer = "cancelled", CancelledError()
+        else:
+            answer = Answer([Result(FileRow(path, None, None, "good", probe_seconds=1), []) for path in batch[:2]], batch[2:])
+        self.ready.append((future, answer))
+        return future
+
+    def add(self, future):
+        pass
+
+    def has_ready(self):
+        return bool(self.ready)
+
+    def next_batch(self, block):
+        ready, self.ready = self.ready, []
+        return ready
+
+
+class SurveyTest(InFolder):
+    def survey(self, poison):
+        cluster = FakeCluster(poison)
+        with unittest.mock.patch("videoparams.survey.survey.as_completed", lambda *arguments, **options: cluster), Store(self.database, "x") as store:
+            Survey(cluster, store, Settings(), Progress(None)).run(f"/none/{number}" for number in range(40))
+            return store.totals(), store.known("/none/17").reason, cluster.tasks
+
+    def test_a_file_that_ends_its_workers_is_found_given_up_and_read_again_by_the_next_run(self):
+        totals, reason, tasks = self.survey("/none/17")
+        self.assertEqual((totals["good"], totals["unreadable"], reason), (39, 1, "worker lost"))
+        self.assertLess(tasks, 120)
+        totals, reason, tasks = self.survey(None)
+        self.assertEqual((totals["good"], reason, tasks), (40, None, 2))  # cancelled once
 
 
 class ReportTest(InFolder):
