@@ -152,11 +152,21 @@ void CContainerInput::Open(const char* url, const AVInputFormat* format)
                                      format == nullptr ? "" : fmt::format("this is {}; ", format->long_name),
                                      Describe(code)));
     context.reset(opened);
+    for (unsigned int i = 0; i < opened->nb_streams; ++i)
+        sizes.emplace_back(opened->streams[i]->codecpar->width, opened->streams[i]->codecpar->height);
     if (HasMarks(*opened->iformat))
         opened->flags |= AVFMT_FLAG_NOPARSE;
     code = avformat_find_stream_info(opened, nullptr);
     if (code < 0)
         throw CToolError(fmt::format("{}: its streams cannot be read: {}", name, Describe(code)));
+}
+
+std::pair<int, int> CContainerInput::RecordedSize(const AVStream& stream) const
+{
+    const auto index = static_cast<size_t>(stream.index);
+    if (std::string_view(context->iformat->name) == "mxf")
+        return {0, 0};  // that is the size before cropping
+    return index < sizes.size() ? sizes[index] : std::pair(0, 0);
 }
 
 std::string CContainerInput::Describe(int code) const

@@ -12,6 +12,8 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace tool {
 
@@ -31,6 +33,10 @@ public:
 
     // The H.264 or H.265 stream with this index, or the best one. Throws CToolError if there is none.
     AVStream& ChooseVideo(std::optional<int> index);
+
+    // Width and height as the headers have them; libavformat replaces them later by those of the pictures. 0:
+    // not recorded.
+    std::pair<int, int> RecordedSize(const AVStream& stream) const;
 
     // False at the end, at an error (see Error), or after Ctrl-C.
     bool Read(AVPacket& packet);
@@ -73,6 +79,7 @@ private:
     std::string readError;
     AvioPointer io;
     FormatPointer context;
+    std::vector<std::pair<int, int>> sizes;  // of the streams that the headers name
     std::string error;
 };
 

@@ -75,8 +75,9 @@ void CContainerSource::DescribeContainer()
     container.streamCount = context.nb_streams;
     container.stream = static_cast<uint32_t>(video.index);
     container.codecTag = TagOf(video);
-    container.width = static_cast<uint32_t>(std::max(parameters.width, 0));
-    container.height = static_cast<uint32_t>(std::max(parameters.height, 0));
+    const auto [width, height] = input->RecordedSize(video);
+    container.width = static_cast<uint32_t>(std::max(width, 0));
+    container.height = static_cast<uint32_t>(std::max(height, 0));
     if (video.avg_frame_rate.num > 0 && video.avg_frame_rate.den > 0) {
         container.frameRateNumerator = static_cast<uint32_t>(video.avg_frame_rate.num);
         container.frameRateDenominator = static_cast<uint32_t>(video.avg_frame_rate.den);
