@@ -17,6 +17,7 @@ interface Speed {
 
 const host = process.env["VIDEOPARAMS_HOST"] ?? "";
 const chunkSize = 0x100000;
+const turns = 4;
 
 // A stream with units of a usual size: the slices of a small one, made longer by bytes that look coded.
 function makeStream(name: string, codec: Codec, videoParams: VideoParams): Uint8Array {
@@ -55,6 +56,10 @@ function measurePackage(codec: Codec, stream: Uint8Array, videoParams: VideoPara
     };
 }
 
+function best(one: Speed, other: Speed): Speed {
+    return { search: Math.max(one.search, other.search), analysis: Math.max(one.analysis, other.analysis) };
+}
+
 function describeSpeed(what: string, own: number, native: number): string {
     const [here, there] = [own, native].map((speed) => `${(speed / 1e9).toFixed(2)} GB/s`);
     return `${what.padEnd(20)} ${here} of ${there}: ${(own / native).toFixed(2)}`;
@@ -69,8 +74,14 @@ for (const [name, codec] of [
     const stream = makeStream(name, codec, videoParams);
     const path = join(folder, name);
     writeFileSync(path, stream);
-    const native = JSON.parse(execFileSync(host, ["speed", codec, path], { encoding: "utf8" })) as Speed;
-    const own = measurePackage(codec, stream, videoParams);
+    // In turns, and the best of each: other work on the machine slows down either of them.
+    let native: Speed = { search: 0, analysis: 0 };
+    let own = native;
+    for (let turn = 0; turn < turns; ++turn) {
+        const text = execFileSync(host, ["speed", codec, path], { encoding: "utf8" });
+        native = best(native, JSON.parse(text) as Speed);
+        own = best(own, measurePackage(codec, stream, videoParams));
+    }
     console.log(describeSpeed(`${codec} search`, own.search, native.search));
     console.log(describeSpeed(`${codec} analysis`, own.analysis, native.analysis));
 }

@@ -16,8 +16,8 @@ export type Chunk = Bytes | CopyableChunk;
 /** Anything that gives chunks: a `ReadableStream` (`response.body`, `blob.stream()`), a Node.js stream, an array. */
 export type ChunkSource = ReadableStream<Chunk> | AsyncIterable<Chunk> | Iterable<Chunk>;
 
-// A chunk goes into the module in steps of this size.
-const stepSize = 0x100000;
+// A chunk goes into the module in steps of this size: what is copied is still in the cache when it is searched.
+const stepSize = 0x80000;
 
 interface Step {
     size: number;
