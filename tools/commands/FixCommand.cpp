@@ -76,7 +76,8 @@ Status FixFile(const FixOptions& options, CFixReport& report)
     const auto source = OpenSource(options.source);
     if (!source->Facts().container || !source->Facts().container->marksKeySamples)
         throw CToolError(
-            fmt::format("{}: {} has no marks of key samples to fix", source->Name(), source->Facts().format));
+            fmt::format("{}: {} has no marks of key samples to fix; MP4, MOV, MKV and FLV have them",
+                        source->Name(), source->Facts().format));
     const auto output = source->OpenSink(
         {.path = options.outputFile, .inputs = {options.source.setsFile}, .force = options.force});
     CMarkFixer fixer(source->Facts(), report, *output);
