@@ -112,7 +112,7 @@ std::string DescribeCutFlv(CInputFile& file)
 std::string DescribeCutTs(CInputFile& file)
 {
     constexpr uint64_t SyncByte = 0x47;
-    for (const uint64_t packetSize : {188, 204, 192}) {
+    for (const uint64_t packetSize : {188U, 204U, 192U}) {
         const uint64_t first = packetSize == 192 ? 4 : 0;
         bool fits = true;
         for (uint64_t i = 0; i < 5; ++i)

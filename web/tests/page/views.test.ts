@@ -206,6 +206,7 @@ describe("The bytes", () => {
         await inspector.page.focus("#units-table .list");
         await inspector.page.keyboard.press("End");
         await inspector.expectText("#bytes-note", /13 bytes, 2 emulation prevention bytes$/);
+        await inspector.page.locator("#bytes-table .hex-codes .mark-prevention").nth(1).waitFor(); // drawn after the note
         const marks = inspector.page.locator("#bytes-table .hex-codes span");
         const classes = await marks.evaluateAll((spans) => spans.map((span) => span.className.replace("mark-", "")));
         assert.deepEqual(classes.slice(0, 4), ["start-code", "start-code", "start-code", "header"]);
