@@ -56,6 +56,14 @@ class Damage(unittest.TestCase):
                     self.assertIn("not made", self.refuse([*EDITS[part % 2], path, "-o", path]))
                     tool("units", path, status=1)
 
+    def test_a_jump_of_time_that_cannot_be_written_is_refused(self):
+        path = self.workshop.make(Case("jump.mp4", "avc", FRAGMENTS))
+        data = bytearray(path.read_bytes())
+        times = data.rindex(b"tfdt") + 4  # version and flags, then the time of the last fragment of a track
+        data[times + 4 : times + 8] = b"\xaa\0\0\0" if data[times] == 0 else b"\0\0\0\x03"
+        path.write_bytes(data)
+        self.assertIn("jump from", self.refuse(["userdata", "remove", path, "-o", path], status=2))
+
     def test_a_full_disk_loses_nothing(self):
         def limit():
             signal.signal(signal.SIGXFSZ, signal.SIG_IGN)

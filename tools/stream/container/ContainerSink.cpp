@@ -219,9 +219,26 @@ void CContainerSink::WritePacket(AVPacket& packet)
     packet.stream_index = outputIndexes[static_cast<size_t>(packet.stream_index)];
     av_packet_rescale_ts(&packet, from, context->streams[packet.stream_index]->time_base);
     packet.pos = -1;
+    CheckStep(packet);
     const int code = av_interleaved_write_frame(context.get(), &packet);
     if (code < 0)
         Fail("a copy cannot be written", code);
+}
+
+// The MP4 muxer ends the program at a step of time that does not fit into 31 bits.
+void CContainerSink::CheckStep(const AVPacket& packet)
+{
+    if (packet.dts == AV_NOPTS_VALUE || !std::string_view(input.Context().iformat->name).starts_with("mov"))
+        return;
+    lastTimes.resize(context->nb_streams, AV_NOPTS_VALUE);
+    int64_t& last = lastTimes[static_cast<size_t>(packet.stream_index)];
+    const uint64_t step = static_cast<uint64_t>(packet.dts) - static_cast<uint64_t>(last);
+    if ((last != AV_NOPTS_VALUE && packet.dts > last && step > INT32_MAX) || packet.duration > INT32_MAX)
+        throw CToolError(
+            fmt::format("{}: the times of stream {} jump from {} to {}, more than a file of this kind can "
+                        "record; the output was not made",
+                        input.Name(), packet.stream_index, last, packet.dts));
+    last = packet.dts;
 }
 
 void CContainerSink::Commit()

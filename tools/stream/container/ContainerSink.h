@@ -47,6 +47,7 @@ private:
     PendingSample& Find(const std::shared_ptr<const Sample>& sample);
     void WriteFinished(uint64_t firstUnfinished);
     void WritePacket(AVPacket& packet);
+    void CheckStep(const AVPacket& packet);
     [[noreturn]] void Fail(const std::string& what, int code) const;
 
     CContainerInput& input;
@@ -55,6 +56,7 @@ private:
     AvioFilePointer file;
     FormatPointer context;
     std::vector<int> outputIndexes;  // of the streams of the input; -1: made by the muxer from metadata
+    std::vector<int64_t> lastTimes;  // the dts of the last packet, by stream of the output
     std::deque<PendingSample> pending;
 };
 
