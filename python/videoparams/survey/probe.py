@@ -50,6 +50,8 @@ def probe_file(path: str, settings: Settings) -> Result:
         identity = _identify(path)
         result = _probe_url(path, identity, settings) if is_url(path) else _probe_local(path, path, identity, settings)
     except Unreadable as error:
+        if error.reason == "vanished":
+            identity = Identity()  # of what is there now, so that the next run has nothing to do
         result = Result(FileRow(path, *identity, "unreadable", error.reason, error.message), [])
     seconds = round(time.monotonic() - start, 6)
     return result._replace(row=result.row._replace(worker=socket.gethostname(), probe_seconds=seconds))
