@@ -59,6 +59,7 @@ export class Inspector {
 
     /** Drops a file and waits until it is read. */
     async load(path: string): Promise<void> {
+        await this.page.evaluate("document.body.dataset.phase = 'dropped'"); // not the end of the file before
         await this.drop(path);
         await this.finished();
     }
