@@ -66,6 +66,7 @@ export class Inspector {
 
     async finished(): Promise<void> {
         await this.page.waitForSelector("body:is([data-phase=ready], [data-phase=failed])", { timeout: 60000 });
+        await this.page.evaluate("new Promise((done) => requestAnimationFrame(() => requestAnimationFrame(done)))"); // drawn
     }
 
     get phase(): Promise<string | null> {
