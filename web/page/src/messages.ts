@@ -117,17 +117,22 @@ export interface ExportResult {
     failed: number;
 }
 
+/** `opening`: the page counts the files that it opens, so that it can tell what is said about an earlier one. */
 export type ToWorker =
-    | { type: "open"; file: Blob; name: string }
-    | { type: "openEmbedded"; file: EmbeddedFile }
+    | { type: "open"; opening: number; file: Blob; name: string }
+    | { type: "openEmbedded"; opening: number; file: EmbeddedFile }
     | { type: "cancel" }
     | { [Name in keyof Requests]: { type: Name; id: number; body: Requests[Name]["request"] } }[keyof Requests];
 
-export type FromWorker =
+/** What happens while a file is read. */
+export type Notice =
     | { type: "opened"; facts: FileFacts }
     | { type: "records"; units: ArrayBuffer; accessUnits: ArrayBuffer; read: number }
     | { type: "finished"; results: Results }
-    | { type: "failed"; message: string; isCancelled: boolean }
+    | { type: "failed"; message: string };
+
+export type FromWorker =
+    | { type: "notice"; opening: number; notice: Notice }
     | { type: "exporting"; done: number }
     | { type: "reply"; id: number; body: unknown }
     | { type: "refused"; id: number; message: string };

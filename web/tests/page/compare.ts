@@ -13,14 +13,20 @@ export async function compare(inspector: Inspector, path: string): Promise<void>
     const expected = toolSummary(path);
     const terms = ["codec", "picture size", "frame rate", "access units", "unit sizes", "key frames", "bit rate"];
     for (const term of terms) assert.equal(summary[term], expected[term], term);
-    const { unitCount, keyFrameCount } = toolInfo(path);
+    const { codec, unitCount, keyFrameCount } = toolInfo(path);
     assert.equal(count(summary["NAL units"]), unitCount);
     assert.equal(count(summary["key frames"]), keyFrameCount);
-    await compareUnits(inspector, toolUnits(path));
+    await compareUnits(inspector, toolUnits(path), codec);
+}
+
+// The first byte of its header, in hex.
+function headerByte({ nal_unit_type: type, nal_ref_idc: reference = 0 }: ToolUnit, codec: string): RegExp {
+    const byte = codec.startsWith("H.264") ? (reference << 5) | type : type << 1;
+    return new RegExp(`^${byte.toString(16).padStart(2, "0")}$`, "i");
 }
 
 // Units from the beginning, the middle and the end.
-async function compareUnits(inspector: Inspector, units: ToolUnit[]): Promise<void> {
+async function compareUnits(inspector: Inspector, units: ToolUnit[], codec: string): Promise<void> {
     for (const number of [0, 3, units.length >> 1, units.length - 1]) {
         const unit = units[number]!;
         await inspector.page.evaluate((wanted) => (location.hash = `#unit=${wanted}`), number);
@@ -36,5 +42,6 @@ async function compareUnits(inspector: Inspector, units: ToolUnit[]): Promise<vo
             "#bytes-note",
             new RegExp(`^Unit ${number}: .*\\b${unit.size.toLocaleString("en")} byte`),
         );
+        await inspector.expectText("#bytes-table .hex-codes .mark-header >> nth=0", headerByte(unit, codec));
     }
 }

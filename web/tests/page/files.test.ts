@@ -87,4 +87,17 @@ describe("A file", () => {
         await compare(inspector, stream("avc-aud.h264"));
         await inspector.close();
     });
+
+    // The end of the first one may be on its way to the page when the second one is opened.
+    it("is shown alone if it is dropped while another one is read", async () => {
+        const inspector = await Inspector.open(browser);
+        const long = repeated("first.h264", readFileSync(stream("avc-1080.h264")), 2e7);
+        for (const pause of [0, 10, 20, 40, 80, 160]) {
+            await inspector.drop(long);
+            await inspector.page.waitForTimeout(pause);
+            await inspector.load(stream("hevc-aud.h265"));
+            await compare(inspector, stream("hevc-aud.h265"));
+        }
+        await inspector.close();
+    });
 });

@@ -90,6 +90,7 @@ function* startsOf(bytes: Buffer): Generator<number> {
 }
 
 export interface ToolInfo {
+    codec: string;
     accessUnitCount: number;
     keyFrameCount: number;
     unitCount: number;
@@ -110,6 +111,8 @@ export interface ToolUnit {
     offset: number;
     size: number;
     nal_unit_type: number;
+    /** H.264 only. */
+    nal_ref_idc?: number;
     name: string;
 }
 

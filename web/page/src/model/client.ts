@@ -1,6 +1,6 @@
 // The worker, as the page sees it.
 
-import type { EmbeddedFile, FromWorker, Requests, ToWorker } from "../messages.js";
+import type { EmbeddedFile, FromWorker, Notice, Requests, ToWorker } from "../messages.js";
 import { workerText } from "../workerText.js";
 
 interface Pending {
@@ -8,27 +8,30 @@ interface Pending {
     reject: (error: Error) => void;
 }
 
-export type Notice = Exclude<FromWorker, { type: "reply" } | { type: "refused" }>;
-
 export class Client {
     readonly #worker: Worker;
     readonly #pending = new Map<number, Pending>();
+    #opening = 0;
     #lastId = 0;
 
-    constructor(private readonly onNotice: (notice: Notice) => void) {
+    /** The notices are about the file that was opened last. */
+    constructor(
+        private readonly onNotice: (notice: Notice) => void,
+        private readonly onExporting: (done: number) => void,
+    ) {
         const url = URL.createObjectURL(new Blob([workerText], { type: "text/javascript" }));
         this.#worker = new Worker(url);
         this.#worker.onmessage = ({ data }: MessageEvent<FromWorker>) => this.#take(data);
         this.#worker.onerror = (event) =>
-            this.onNotice({ type: "failed", message: `The reader failed: ${event.message}`, isCancelled: false });
+            this.onNotice({ type: "failed", message: `The reader failed: ${event.message}` });
     }
 
     open(file: Blob, name: string): void {
-        this.#post({ type: "open", file, name });
+        this.#post({ type: "open", opening: ++this.#opening, file, name });
     }
 
     openEmbedded(file: EmbeddedFile): void {
-        this.#post({ type: "openEmbedded", file });
+        this.#post({ type: "openEmbedded", opening: ++this.#opening, file });
     }
 
     cancel(): void {
@@ -51,10 +54,11 @@ export class Client {
     }
 
     #take(message: FromWorker): void {
-        if (message.type !== "reply" && message.type !== "refused") {
-            this.onNotice(message);
+        if (message.type === "notice") {
+            if (message.opening === this.#opening) this.onNotice(message.notice);
             return;
         }
+        if (message.type === "exporting") return this.onExporting(message.done);
         const pending = this.#pending.get(message.id);
         this.#pending.delete(message.id);
         if (message.type === "reply") pending?.resolve(message.body);

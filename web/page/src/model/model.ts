@@ -1,7 +1,7 @@
 // What is known of the file, and what is selected. Views listen to it.
 
-import type { EmbeddedFile, FileFacts, Range, Requests, Results } from "../messages.js";
-import { Client, type Notice } from "./client.js";
+import type { EmbeddedFile, FileFacts, Notice, Range, Requests, Results } from "../messages.js";
+import { Client } from "./client.js";
 import { AccessUnitRecords, UnitRecords, noAccessUnit } from "./records.js";
 
 export type Phase = "empty" | "opening" | "reading" | "ready" | "failed";
@@ -30,7 +30,10 @@ export class Model {
     /** Number of the selected unit, or -1. */
     selectedUnit = none;
 
-    readonly #client = new Client((notice) => this.#take(notice));
+    readonly #client = new Client(
+        (notice) => this.#take(notice),
+        (done) => (this.exported = done),
+    );
     readonly #listeners: [ModelEvent, () => void][] = [];
     #wanted: number | null = null; // selected before it was read
     #reported = false;
@@ -112,6 +115,7 @@ export class Model {
         this.results = null;
         this.read = 0;
         this.selectedUnit = none;
+        this.#wanted = null;
         this.name = name;
         this.#setPhase("opening");
     }
@@ -134,8 +138,6 @@ export class Model {
                 this.message = notice.message;
                 this.#emit("records");
                 return this.#setPhase("failed");
-            case "exporting":
-                this.exported = notice.done;
         }
     }
 

@@ -37,16 +37,17 @@ export class BytesView {
         const { model } = this;
         const unit = model.selectedUnit;
         const { units } = model;
+        const isWanted = (): boolean => model.selectedUnit === unit && model.units === units;
         const range = model.rangeOfUnit(unit);
-        const shown = { offset: range.offset, size: Math.min(range.size, mostBytes) };
+        const shown = { ...range, size: Math.min(range.size, mostBytes) };
         try {
             const bytes = await model.request("bytes", shown);
-            if (model.selectedUnit !== unit || model.units !== units) return;
+            if (!isWanted()) return;
             const header = model.facts?.codec === "h265" ? 2 : 1;
             const marks = new Marks(bytes, units.startCodeLength(unit), header, units.sliceHeaderLength(unit));
             this.#set(bytes, marks, this.#describe(unit, range.size, marks));
         } catch (error) {
-            this.#set(new Uint8Array(), this.#marks, messageOf(error));
+            if (isWanted()) this.#set(new Uint8Array(), this.#marks, messageOf(error));
         }
     }
 

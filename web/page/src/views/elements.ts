@@ -18,9 +18,10 @@ export class ElementsView {
         const { model } = this;
         const unit = model.selectedUnit;
         const { units } = model;
+        const isWanted = (): boolean => model.selectedUnit === unit && model.units === units;
         try {
             const elements = await model.request("elements", { unit, range: model.rangeOfUnit(unit) });
-            if (model.selectedUnit !== unit || model.units !== units) return;
+            if (!isWanted()) return;
             const rows = elements.map(({ name, value }) => {
                 const row = make("div", value === undefined ? "structure" : "element");
                 row.append(make("dt", "", name), make("dd", "", value === undefined ? "" : String(value)));
@@ -28,7 +29,7 @@ export class ElementsView {
             });
             this.#show(rows, rows.length === 0 ? "The unit has no header." : "");
         } catch (error) {
-            this.#show([], messageOf(error));
+            if (isWanted()) this.#show([], messageOf(error));
         }
     }
 

@@ -6,13 +6,14 @@ import { codecString } from "../model/codecString.js";
 import { byId, bytesOfHex, count, messageOf } from "./dom.js";
 
 const mostDecoded = 1000; // pictures from the key frame on
+const nothing = -2; // neither a picture nor the note that none is selected (-1)
 const mostBytes = 256e6; // of them
 
 export class PictureView {
     readonly #canvas = byId<HTMLCanvasElement>("picture-canvas");
     readonly #note = byId("picture-note");
     #isShown = false;
-    #drawn = -1; // the access unit
+    #drawn = nothing; // an access unit
     #attempt = 0; // counts, so that a picture that is not wanted any more stops
 
     constructor(private readonly model: Model) {
@@ -27,7 +28,7 @@ export class PictureView {
 
     #update(): void {
         const { model } = this;
-        if (model.phase === "opening") this.#drawn = -1;
+        if (model.phase === "opening") this.#drawn = nothing;
         const wanted = model.selectedAccessUnit;
         if (!this.#isShown || wanted === this.#drawn) return;
         const attempt = ++this.#attempt;
@@ -46,7 +47,7 @@ export class PictureView {
     async #decode(wanted: number, isWanted: () => boolean): Promise<void> {
         const config = this.#config(wanted);
         if (config === null) {
-            this.#drawn = -1;
+            this.#drawn = nothing;
             return this.#say("The parameter sets are not known yet.");
         }
         if (!("VideoDecoder" in window)) return this.#say("This browser cannot decode video for a page (WebCodecs).");

@@ -1,6 +1,6 @@
 // Reads files, away from the page: nothing here makes it wait.
 
-import type { Element, EmbeddedFile, FileFacts, FromWorker, Requests, ToWorker } from "../messages.js";
+import type { Element, EmbeddedFile, FileFacts, FromWorker, Notice, Requests, ToWorker } from "../messages.js";
 import { ByteStreamSource } from "./byteStream.js";
 import { ContainerSource } from "./container.js";
 import { EmbeddedSource } from "./embedded.js";
@@ -11,47 +11,75 @@ import { FileError, type StreamSource } from "./source.js";
 const headSize = 8 << 20;
 const mostElementBytes = 1 << 16;
 
+/** The reading of one file. It tells the page what it finds until it is stopped, by another file or by the user. */
+class Reading {
+    isStopped = false;
+
+    constructor(private readonly opening: number) {}
+
+    post(notice: Notice, transfer: Transferable[] = []): void {
+        post({ type: "notice", opening: this.opening, notice }, transfer);
+    }
+
+    postRecords(records: TakenRecords, read: number): void {
+        this.post({ type: "records", ...records, read }, [records.units, records.accessUnits]);
+    }
+
+    /** False: it was stopped before the end. */
+    async take(
+        inspector: Inspector,
+        source: StreamSource,
+        report: (records: TakenRecords, read: number) => void,
+    ): Promise<boolean> {
+        inspector.open(source.codec);
+        report(inspector.takeOutOfBand(source.outOfBand), 0);
+        for await (const { bytes, read } of source.pieces()) {
+            if (this.isStopped) break;
+            report(inspector.take(bytes), read);
+        }
+        return !this.isStopped;
+    }
+}
+
 class Reader {
     #inspector: Promise<Inspector> = Inspector.load();
     #source: StreamSource | null = null;
     #file: { blob: Blob; name: string } | null = null;
-    #opening = 0; // counts, so that a file that was replaced stops
+    #reading: Reading | null = null;
 
-    async open(blob: Blob, name: string): Promise<void> {
-        const opening = ++this.#opening;
-        this.#file = { blob, name };
-        try {
-            const inspector = await this.#inspector;
+    open(opening: number, blob: Blob, name: string): Promise<void> {
+        return this.#start(opening, async (reading, inspector) => {
             const source = await this.#openSource(inspector, blob);
-            if (opening !== this.#opening) return;
+            if (reading.isStopped) return;
             this.#source = source;
-            post({ type: "opened", facts: factsOf(source, blob.size, name, inspector) });
-            await this.#read(inspector, source, () => opening === this.#opening);
-        } catch (error) {
-            if (opening === this.#opening) this.#fail(error);
-        }
+            this.#file = { blob, name };
+            reading.post({ type: "opened", facts: factsOf(source, blob.size, name, inspector) });
+            const begin = performance.now();
+            if (!(await reading.take(inspector, source, (records, read) => reading.postRecords(records, read)))) return;
+            reading.postRecords(inspector.finish(), blob.size);
+            const milliseconds = performance.now() - begin;
+            reading.post({ type: "finished", results: { ...inspector.results(), milliseconds } });
+        });
     }
 
     // The tool has read the file. The stream is read again so that its parameter sets are known.
-    async openEmbedded(file: EmbeddedFile): Promise<void> {
-        const opening = ++this.#opening;
-        const inspector = await this.#inspector;
-        const source = new EmbeddedSource(file);
-        inspector.open(source.codec);
-        inspector.takeOutOfBand(source.outOfBand);
-        if (file.stream !== null) for await (const { bytes } of source.pieces()) inspector.take(bytes);
-        if (opening !== this.#opening) return;
-        this.#source = source;
-        this.#file = { blob: file.stream ?? new Blob(), name: file.name };
-        post({ type: "opened", facts: factsOf(source, file.size, file.name, inspector) });
-        for (const units of file.units) postRecords({ units, accessUnits: new ArrayBuffer() }, file.size);
-        for (const accessUnits of file.accessUnits) postRecords({ units: new ArrayBuffer(), accessUnits }, file.size);
-        post({ type: "finished", results: file.results });
+    openEmbedded(opening: number, file: EmbeddedFile): Promise<void> {
+        return this.#start(opening, async (reading, inspector) => {
+            const source = new EmbeddedSource(file);
+            if (file.stream !== null && !(await reading.take(inspector, source, () => undefined))) return;
+            this.#source = source;
+            this.#file = { blob: file.stream ?? new Blob(), name: file.name };
+            reading.post({ type: "opened", facts: factsOf(source, file.size, file.name, inspector) });
+            for (const units of file.units) reading.postRecords({ units, accessUnits: new ArrayBuffer() }, file.size);
+            for (const accessUnits of file.accessUnits)
+                reading.postRecords({ units: new ArrayBuffer(), accessUnits }, file.size);
+            reading.post({ type: "finished", results: file.results });
+        });
     }
 
     cancel(): void {
-        ++this.#opening;
-        post({ type: "failed", message: "Cancelled. What was read so far is shown.", isCancelled: true });
+        this.#reading?.post({ type: "failed", message: "Cancelled. What was read so far is shown." });
+        this.#stop();
     }
 
     async answer<Name extends keyof Requests>(name: Name, body: Requests[Name]["request"]): Promise<unknown> {
@@ -78,26 +106,29 @@ class Reader {
         return new ByteStreamSource(blob, codec);
     }
 
-    async #read(inspector: Inspector, source: StreamSource, isCurrent: () => boolean): Promise<void> {
-        const begin = performance.now();
-        let read = 0;
-        inspector.open(source.codec);
-        postRecords(inspector.takeOutOfBand(source.outOfBand), read);
-        for await (const piece of source.pieces()) {
-            if (!isCurrent()) return;
-            ({ read } = piece);
-            postRecords(inspector.take(piece.bytes), read);
+    async #start(opening: number, read: (reading: Reading, inspector: Inspector) => Promise<void>): Promise<void> {
+        this.#stop();
+        const reading = new Reading(opening);
+        this.#reading = reading;
+        try {
+            const inspector = await this.#inspector;
+            if (!reading.isStopped) await read(reading, inspector);
+        } catch (error) {
+            if (!reading.isStopped) reading.post({ type: "failed", message: this.#explain(error) });
         }
-        postRecords(inspector.finish(), read);
-        post({ type: "finished", results: { ...inspector.results(), milliseconds: performance.now() - begin } });
+        if (this.#reading === reading) this.#reading = null;
+    }
+
+    #stop(): void {
+        if (this.#reading !== null) this.#reading.isStopped = true;
+        this.#reading = null;
     }
 
     // A module that failed is replaced.
-    #fail(error: unknown): void {
-        const isForUser = error instanceof FileError;
-        if (!isForUser) this.#inspector = Inspector.load();
-        const message = isForUser ? error.message : `The file cannot be read: ${String(error)}`;
-        post({ type: "failed", message, isCancelled: false });
+    #explain(error: unknown): string {
+        if (error instanceof FileError) return error.message;
+        this.#inspector = Inspector.load();
+        return `The file cannot be read: ${String(error)}`;
     }
 }
 
@@ -110,15 +141,11 @@ function post(message: FromWorker, transfer: Transferable[] = []): void {
     self.postMessage(message, { transfer });
 }
 
-function postRecords(records: TakenRecords, read: number): void {
-    post({ type: "records", ...records, read }, [records.units, records.accessUnits]);
-}
-
 const reader = new Reader();
 
 self.onmessage = ({ data }: MessageEvent<ToWorker>) => {
-    if (data.type === "open") void reader.open(data.file, data.name);
-    else if (data.type === "openEmbedded") void reader.openEmbedded(data.file);
+    if (data.type === "open") void reader.open(data.opening, data.file, data.name);
+    else if (data.type === "openEmbedded") void reader.openEmbedded(data.opening, data.file);
     else if (data.type === "cancel") reader.cancel();
     else {
         const { id } = data;
