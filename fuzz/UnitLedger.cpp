@@ -34,7 +34,7 @@ bool CUnitLedger::MayBeDropped(Bytes unit, bool isOpen) const
     return !isOpen || (codec == VideoCodecAVC && (type == 1 || type == 2 || type == 5));
 }
 
-// The index behind the units of these bytes, which are in two pieces; 0 if they are no units.
+// The bytes are in two pieces. Returns the index after the last unit in them, or 0 if they are no units.
 size_t CUnitLedger::UnitsIn(Bytes begin, Bytes rest, size_t first) const
 {
     bool isOpen = wasReported;

@@ -195,9 +195,9 @@ class ParameterSets:
     """The last parameter set of each kind. Units with start codes, copies of their own.
 
     Attributes:
-        vps: Video parameter set (H.265, nal_unit_type 32). None: not found. H.264 has none.
-        sps: Sequence parameter set (H.264 type 7, H.265 type 33). None: not found.
-        pps: Picture parameter set (H.264 type 8, H.265 type 34). None: not found.
+        vps: Video parameter set (nal_unit_type 32), or None if it was not found. Always None for H.264.
+        sps: Sequence parameter set (H.264 type 7, H.265 type 33), or None.
+        pps: Picture parameter set (H.264 type 8, H.265 type 34), or None.
     """
 
     vps: Optional[bytes]

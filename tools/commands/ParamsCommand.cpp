@@ -16,15 +16,6 @@ namespace {
 // pic_parameter_set_id has the widest range. A unit with a larger one is damaged.
 constexpr uint32_t MaxId = 255;
 
-const char* KindOf(const NalUnit& unit)
-{
-    if (unit.IsVps())
-        return "VPS";
-    if (unit.IsSps())
-        return "SPS";
-    return unit.IsPps() ? "PPS" : nullptr;
-}
-
 // Zeros before the next start code are not part of the set.
 std::vector<unsigned char> BytesOf(const NalUnit& unit)
 {
@@ -71,7 +62,7 @@ private:
 
 void CParameterSets::Take(const NalUnit& unit)
 {
-    const char* const kind = KindOf(unit);
+    const char* const kind = ParameterSetKind(unit);
     const uint32_t id = kind == nullptr ? 0 : ReadParameterSetId(unit);
     if (kind == nullptr || id > MaxId)
         return;

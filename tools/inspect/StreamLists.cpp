@@ -15,15 +15,6 @@ constexpr size_t MostMessages = 20000;
 constexpr size_t MostFindings = 20000;
 constexpr size_t MostPayload = 256;
 
-const char* KindOf(const NalUnit& unit)
-{
-    if (unit.IsVps())
-        return "VPS";
-    if (unit.IsSps())
-        return "SPS";
-    return unit.IsPps() ? "PPS" : nullptr;
-}
-
 // A time, text, or hex.
 std::string Describe(std::span<const unsigned char> payload)
 {
@@ -49,7 +40,7 @@ void CStreamLists::Take(const NalUnit& unit)
 {
     if (!unit.HasHeader() || unit.ForbiddenZeroBit())
         return;
-    if (KindOf(unit) != nullptr)
+    if (ParameterSetKind(unit) != nullptr)
         TakeParameterSet(unit);
     else if (unit.IsAnySei())
         TakeMessages(unit);
@@ -57,7 +48,7 @@ void CStreamLists::Take(const NalUnit& unit)
 
 void CStreamLists::TakeParameterSet(const NalUnit& unit)
 {
-    const char* const kind = KindOf(unit);
+    const char* const kind = ParameterSetKind(unit);
     const uint32_t id = ReadParameterSetId(unit);
     const unsigned char* const end = unit.data + unit.size - TrailingZeros(unit);
     const auto known = lastSets.find({kind, id});

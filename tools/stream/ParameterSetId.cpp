@@ -4,6 +4,15 @@
 
 namespace tool {
 
+const char* ParameterSetKind(const NalUnit& unit)
+{
+    if (unit.IsVps())
+        return "VPS";
+    if (unit.IsSps())
+        return "SPS";
+    return unit.IsPps() ? "PPS" : nullptr;
+}
+
 uint32_t ReadParameterSetId(const NalUnit& unit)
 {
     CElementReader bits(unit);

@@ -1,4 +1,4 @@
-// The identifiers in a parameter set.
+// The kind of a parameter set, and the identifiers in it.
 //
 // SPDX-License-Identifier: MIT
 
@@ -7,6 +7,9 @@
 #include "stream/NalUnit.h"
 
 namespace tool {
+
+// "VPS", "SPS" or "PPS"; null for other units.
+const char* ParameterSetKind(const NalUnit& unit);
 
 // vps_video_parameter_set_id, seq_parameter_set_id, sps_seq_parameter_set_id, pic_parameter_set_id or
 // pps_pic_parameter_set_id; 0 when the unit is cut short.
