@@ -2,6 +2,7 @@
 
 import array
 import concurrent.futures
+import copy
 import gc
 import mmap
 import re
@@ -112,6 +113,16 @@ class MisuseTest(unittest.TestCase):
                 self.assertRaisesRegex(vp.WrongCodecError, "H.264 only", getattr(parser, name), STREAM)
             self.assertRaises(vp.WrongCodecError, parser.set_parameter_sets, b"\x67", b"\x68")
         self.assertRaises(ValueError, vp.Parser, 2)
+
+    def test_samples_of_the_other_codec(self):
+        sample = next(vp.access_units(support.stream("hevc-aud")))
+        with vp.Parser(vp.Codec.AVC) as parser, vp.UserData(vp.Codec.AVC) as editor:
+            for call in parser.parse, parser.split, parser.nal_units, editor.get, lambda unit: editor.add(unit, b""):
+                self.assertRaisesRegex(vp.WrongCodecError, "the sample is H.265", call, sample)
+
+    def test_a_handle_has_one_owner(self):
+        with vp.Parser(vp.Codec.AVC) as parser:
+            self.assertRaisesRegex(TypeError, "neither copied nor pickled", copy.copy, parser)
 
     def test_bytes_that_cannot_be_read(self):
         damaged = b"\0\0\1\x65\x88\x84\0\0\1\xe7\x42\0"

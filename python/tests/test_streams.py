@@ -203,7 +203,7 @@ class FaultsTest(unittest.TestCase):
 
     def test_what_is_no_video_is_refused(self):
         cases = {
-            b"": "neither",
+            b"": "empty",
             b"no video at all" * 100: "neither",
             b"#EXTM3U\n#EXTINF:1,\nfile:///etc/passwd\n#EXT-X-ENDLIST\n": "neither|another file",
         }
@@ -214,7 +214,7 @@ class FaultsTest(unittest.TestCase):
     def test_a_container_needs_pyav(self):
         data = support.container(support.STREAMS / "avc-aud.h264", "mp4")
         with mock.patch.dict("sys.modules", av=None):
-            with self.assertRaisesRegex(vp.MissingPyAVError, "bytes is an MP4 file: .* python3-av"):
+            with self.assertRaisesRegex(vp.MissingPyAVError, "this bytes object is an MP4 file: .* python3-av"):
                 list(vp.access_units(data))
 
     def test_damaged_containers_end_with_an_exception_of_the_package(self):
@@ -230,7 +230,8 @@ class FaultsTest(unittest.TestCase):
 
     def test_another_codec_than_the_callers_is_refused(self):
         data = support.container(support.STREAMS / "hevc-aud.h265", "mp4")
-        self.assertRaises(vp.WrongCodecError, list, vp.access_units(data, codec=vp.Codec.AVC))
+        for source in data, support.stream("hevc-aud"):
+            self.assertRaises(vp.WrongCodecError, list, vp.access_units(source, codec=vp.Codec.AVC))
         self.assertRaisesRegex(vp.ContainerError, "in stream 3 .*0: video hevc", list, vp.access_units(data, stream=3))
         for call in vp.test_samples, lambda source: vp.picture_type(next(vp.access_units(source))):
             self.assertRaises(vp.WrongCodecError, lambda: list(call(support.STREAMS / "hevc-aud.h265")))
@@ -240,6 +241,8 @@ class FaultsTest(unittest.TestCase):
             self.assertRaisesRegex(TypeError, "path, bytes, a binary file or an iterable", vp.access_units, source)
         with open(os.devnull, encoding="ascii") as text:
             self.assertRaisesRegex(TypeError, "mode 'rb'", vp.units, text)
+        with open(os.devnull, "wb") as output:
+            self.assertRaisesRegex(TypeError, "mode 'rb'", vp.units, output)
         self.assertRaises(ValueError, vp.access_units, b"", errors="replace")
         self.assertRaises(ValueError, vp.access_units, b"", codec=2)
         self.assertRaises(TypeError, list, vp.access_units(["text"]))

@@ -5,15 +5,14 @@
     for unit in videoparams.access_units("film.mp4"):
         print(unit.pts, unit.key_frame, unit.info)
 
-The functions read a path, bytes, a file object or an iterator of chunks, and detect the codec:
+These functions read a path, bytes, a file object or an iterator of chunks, and detect the codec:
 
     access_units     pictures, with key-frame flag, time, size, frame rate and colour
     units            NAL units
     parameter_sets   the last VPS, SPS and PPS
     test_samples     whether reference pictures are missing (H.264)
-    picture_type     the type of one picture (H.264)
 
-Two classes answer questions about single samples: Parser and UserData. Everything that is returned is a copy that stays
+picture_type finds the type of one H.264 picture. Two classes work on single samples: Parser and UserData. Everything that is returned is a copy that stays
 valid, except the views of Parser.split and Parser.nal_units, which keep the caller's bytes alive.
 
 Everything may be used from several threads. An iterator belongs to one thread at a time.

@@ -146,7 +146,7 @@ def open_container(
         container = av.open(file, "r", io_open=_refuse, metadata_errors="replace")
     except (av.FFmpegError, PermissionError) as error:
         raise ContainerError(
-            f"{name} is neither an H.264 or H.265 byte stream nor a container that can be read ({error})"
+            f"{name} is neither an H.264 or H.265 byte stream nor a container that can be read ({getattr(error, 'strerror', None) or error})"
         ) from error
     with container:
         yield OpenContainer(container, _choose(container, name, number), av)

@@ -4,11 +4,12 @@ from __future__ import annotations
 
 import ctypes
 import threading
-from typing import TypeVar
+from typing import NoReturn, TypeVar
 
 from videoparams._library import load
+from videoparams._types import Sample
 from videoparams.errors import ClosedError, OutOfMemoryError, WrongCodecError
-from videoparams.model import Codec
+from videoparams.model import AccessUnit, Codec, Unit
 
 _Own = TypeVar("_Own", bound="Handle")
 
@@ -56,6 +57,16 @@ class Handle:
     def _require_avc(self, what: str) -> None:
         if self._codec is not Codec.AVC:
             raise WrongCodecError(f"{what} works for H.264 only, and this {type(self).__name__} is for H.265")
+
+    def _checked(self, sample: Sample) -> Sample:
+        """The argument, which must not be of the other codec."""
+        if isinstance(sample, (AccessUnit, Unit)) and sample.codec is not self._codec:
+            name = type(self).__name__
+            raise WrongCodecError(f"the sample is {sample.codec.standard}, and this {name} is for {self._codec.standard}")
+        return sample
+
+    def __reduce_ex__(self, _protocol: object) -> NoReturn:
+        raise TypeError(f"a {type(self).__name__} can be neither copied nor pickled: make another one")
 
     def __enter__(self: _Own) -> _Own:
         return self

@@ -26,6 +26,8 @@ def check(source: Source) -> None:
     kind = type(source).__name__
     if isinstance(source, io.TextIOBase):
         raise TypeError(f"the file is open for text: open it with mode 'rb' ({kind})")
+    if isinstance(source, io.IOBase) and not source.readable():
+        raise TypeError(f"the file is open for writing only: open it with mode 'rb' ({kind})")
     if not isinstance(source, (str, os.PathLike, Iterable)) and not hasattr(source, "read"):
         if not _is_bytes_like(source):
             raise TypeError(f"source must be a path, bytes, a binary file or an iterable of bytes, not {kind}")
@@ -78,11 +80,11 @@ class OpenSource:
     """A source that is open for reading. It can be looked at without taking anything from it.
 
     Attributes:
-        name: For messages: the path, or the type.
+        name: For messages: the path, or the type of the object.
     """
 
     def __init__(self, source: Source) -> None:
-        self.name = type(source).__name__
+        self.name = f"this {type(source).__name__} object"
         self._source = source
         self._file: Optional[Readable] = None
         self._owned: Optional[BinaryIO] = None

@@ -17,11 +17,11 @@ class ClosedError(Error, ValueError):
 
 
 class WrongCodecError(Error, ValueError):
-    """A call for H.264 on an H.265 handle or stream, or a stream of another codec than the caller named."""
+    """A call for H.264 on an H.265 handle or stream, or a stream or sample of another codec than the caller named."""
 
 
 class StreamError(Error, ValueError):
-    """The bytes are not what the call takes: no start code in them, a damaged unit, or an unknown format.
+    """The bytes are not what the call takes: they have no start code, or a damaged unit.
 
     Attributes:
         offset: Bytes from the start of the call's input to the damaged unit, or of the stream for functions that take
@@ -40,7 +40,7 @@ class NoPlaceError(StreamError):
 
 
 class ContainerError(Error, ValueError):
-    """A container such as MP4 cannot be read: it is damaged, or has no H.264 or H.265 video."""
+    """The source is neither a byte stream nor a container that can be read, or has no H.264 or H.265 video."""
 
 
 class MissingPyAVError(ContainerError, ImportError):

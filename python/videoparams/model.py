@@ -5,7 +5,7 @@ from __future__ import annotations
 from dataclasses import dataclass
 from enum import IntEnum
 from fractions import Fraction
-from typing import Optional
+from typing import NoReturn, Optional
 
 from videoparams.colour import ColourPrimaries, MatrixCoefficients, TransferCharacteristics, VideoFormat
 
@@ -20,6 +20,10 @@ class Codec(IntEnum):
     def standard(self) -> str:
         """The usual name: H.264 or H.265."""
         return "H.265" if self else "H.264"
+
+    @classmethod
+    def _missing_(cls, value: object) -> NoReturn:
+        raise ValueError(f"codec must be Codec.AVC or Codec.HEVC, not {value!r}")
 
 
 class PictureType(IntEnum):
@@ -186,7 +190,7 @@ class SampleTest:
     is_intra: bool
 
     def __repr__(self) -> str:
-        words = ["frame" if self.is_frame else "field", *["intra"] * self.is_intra, *["error"] * self.error]
+        words = ["frame" if self.is_frame else "no frame", *["intra"] * self.is_intra, *["error"] * self.error]
         return f"<SampleTest {', '.join(words)}>"
 
 

@@ -66,7 +66,7 @@ class Parser(Handle):
         If a call completes several, the last one is returned. Fewer than 5 bytes are ignored. Raises StreamError for 5
         bytes or more without a start code and for a damaged unit; the units before it are taken.
         """
-        with Borrowed(data) as borrowed:
+        with Borrowed(self._checked(data)) as borrowed:
             if borrowed.size == 0:
                 return None
             found, failed = self._parse(borrowed)
@@ -112,7 +112,7 @@ class Parser(Handle):
         """
         self._require_avc("test_sample")
         test = SampleTestRecord()
-        with Borrowed(sample) as data, self._lock:
+        with Borrowed(self._checked(sample)) as data, self._lock:
             result = self._library.VideoSampleTest(self._opened(), data.pointer, data.size, ctypes.byref(test))
         if result != 0 and not test.sampleError:
             raise _reasons.failure(sample, self._codec)
@@ -125,7 +125,7 @@ class Parser(Handle):
         """
         self._require_avc("picture_type")
         value = ctypes.c_int32(-1)
-        with Borrowed(sample) as data, self._lock:
+        with Borrowed(self._checked(sample)) as data, self._lock:
             result = self._library.QueryType(self._opened(), data.pointer, data.size, ctypes.byref(value))
         if result == 0:
             return PictureType(value.value) if 0 <= value.value <= 9 else None
@@ -142,7 +142,7 @@ class Parser(Handle):
         WrongCodecError for H.265, ValueError for no bytes, StreamError for a unit that cannot be read.
         """
         self._require_avc("set_parameter_sets")
-        with Borrowed(sps) as first, Borrowed(pps) as second, self._lock:
+        with Borrowed(self._checked(sps)) as first, Borrowed(self._checked(pps)) as second, self._lock:
             if not first.size or not second.size:
                 raise ValueError("an SPS and a PPS have at least one byte each")
             result = self._library.SetParameterSetData(
@@ -155,7 +155,7 @@ class Parser(Handle):
         """Copies of the last SPS and the last PPS in a part of an H.264 stream. WrongCodecError for H.265."""
         self._require_avc("parameter_sets")
         sets = ParameterSetsRecord()
-        with Borrowed(data) as borrowed:
+        with Borrowed(self._checked(data)) as borrowed:
             if borrowed.size == 0:
                 return ParameterSets(None, None, None)
             with self._lock:
@@ -173,7 +173,7 @@ class Parser(Handle):
     def split(self, data: Sample) -> list[memoryview]:
         """The NAL units of an H.264 buffer as views of it, start codes included. WrongCodecError for H.265."""
         self._require_avc("split")
-        data = contiguous(data)
+        data = contiguous(self._checked(data))
         count = ctypes.c_uint()
         addresses = ctypes.POINTER(ctypes.c_void_p)()
         sizes = ctypes.POINTER(ctypes.c_uint)()
@@ -193,7 +193,8 @@ class Parser(Handle):
 
         Units with forbidden_zero_bit 1, and start codes that are immediately followed by another one, are left out.
         """
-        data = contiguous(data)
+        self._require_avc("nal_units")
+        data = contiguous(self._checked(data))
         tries = len(self.split(data))
         view = memoryview(cast(bytes, data)).cast("B")
         found = []

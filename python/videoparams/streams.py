@@ -13,7 +13,7 @@ from videoparams._containers import OpenContainer, open_container
 from videoparams._detection import ENOUGH_BYTES, ENOUGH_FOR_CONTAINER, container_name, rate
 from videoparams._types import Sample, Source
 from videoparams._units import describe, join_short, split
-from videoparams.errors import StreamError, WrongCodecError
+from videoparams.errors import ContainerError, StreamError, WrongCodecError
 from videoparams.model import AccessUnit, Codec, ParameterSets, PictureType, SampleTest, Unit
 from videoparams.parser import Parser
 
@@ -27,14 +27,16 @@ class _Stream:
     container: Optional[OpenContainer]  # None: a byte stream
 
 
-def _detect(source: _sources.OpenSource, is_codec_known: bool) -> tuple[Optional[str], Optional[Codec]]:
+def _detect(source: _sources.OpenSource, wanted: Optional[Codec]) -> tuple[Optional[str], Optional[Codec]]:
     """The name of the container, or the codec of the byte stream. Reads only as much as it needs."""
     size = ENOUGH_FOR_CONTAINER
     while True:
         head = source.peek(size)
         container = container_name(head)
         codec, is_certain = rate(head)
-        if is_certain or is_codec_known or container is not None or len(head) < size or size >= ENOUGH_BYTES:
+        if container is None and wanted is not None:
+            return None, codec if is_certain else wanted
+        if is_certain or container is not None or len(head) < size or size >= ENOUGH_BYTES:
             return container, codec
         size = 2 * len(head)
 
@@ -43,15 +45,16 @@ def _detect(source: _sources.OpenSource, is_codec_known: bool) -> tuple[Optional
 def _open(source: Source, codec: Optional[Codec], number: Optional[int]) -> Iterator[_Stream]:
     with ExitStack() as stack:
         opened = stack.enter_context(_sources.OpenSource(source))
-        container_format, found = _detect(opened, codec is not None)
-        wanted = found if codec is None else codec
-        if container_format is None and wanted is not None:
-            yield _Stream(wanted, opened, None)
-            return
-        video = stack.enter_context(open_container(opened.file(), opened.name, container_format, number))
-        if codec is not None and video.codec is not codec:
-            raise WrongCodecError(f"{opened.name} is {video.codec.standard}, and the caller asked for {codec.standard}")
-        yield _Stream(video.codec, opened, video)
+        container_format, found = _detect(opened, codec)
+        video = None
+        if container_format is not None or found is None:
+            if not opened.peek(1):
+                raise ContainerError(f"{opened.name} is empty")
+            video = stack.enter_context(open_container(opened.file(), opened.name, container_format, number))
+            found = video.codec
+        if codec is not None and found is not codec:
+            raise WrongCodecError(f"{opened.name} is {found.standard}, and the caller asked for {codec.standard}")
+        yield _Stream(found, opened, video)
 
 
 def _take(parser: Parser, unit: bytes, offset: Optional[int], pts: Optional[Fraction], errors: str) -> Iterator[AccessUnit]:
@@ -113,9 +116,9 @@ def access_units(
         errors: What a damaged unit (forbidden_zero_bit 1) does. "strict": StreamError. "ignore": it is left out.
 
     Raises:
-        StreamError: The source is damaged, or neither codec fits.
-        ContainerError: The container cannot be read. MissingPyAVError: PyAV is not installed.
-        WrongCodecError: The container has another codec than `codec`.
+        StreamError: A unit is damaged.
+        ContainerError: The source is neither a byte stream nor a container that can be read. MissingPyAVError: PyAV is not installed.
+        WrongCodecError: The source has another codec than `codec`.
         OutOfMemoryError, OSError: As the names say.
 
     H.264 slices with unknown parameter sets are dropped. The iterator belongs to one thread at a time.

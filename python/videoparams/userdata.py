@@ -60,7 +60,7 @@ class UserData(Handle):
 
     def _edit(self, call: str, stream: Sample, *arguments: object) -> tuple[int, Optional[bytes]]:
         output, size = ctypes.c_void_p(), ctypes.c_uint()
-        with Borrowed(stream) as data, self._lock:
+        with Borrowed(self._checked(stream)) as data, self._lock:
             result: int = getattr(self._library, call)(
                 self._opened(), data.pointer, data.size, *arguments, ctypes.byref(output), ctypes.byref(size)
             )
