@@ -1,43 +1,16 @@
 #pragma once
 
-#include "VideoParams.h"
-
-#include <new>
+#include "stream/Handle.h"
 
 namespace bench {
 
-class CParseHandle
+using tool::CUserDataHandle;
+
+// With the queue of a host that chooses none.
+class CParseHandle : public tool::CParseHandle
 {
 public:
-    explicit CParseHandle(VideoCodecType codec)
-    {
-        if (ParseCreate(&handle, codec, 0, 0) != 0)
-            throw std::bad_alloc();
-    }
-    ~CParseHandle() { ParseRelease(handle); }
-    CParseHandle(const CParseHandle&) = delete;
-    CParseHandle& operator=(const CParseHandle&) = delete;
-    operator void*() const { return handle; }
-
-private:
-    void* handle = nullptr;
-};
-
-class CUserDataHandle
-{
-public:
-    explicit CUserDataHandle(VideoCodecType codec)
-    {
-        if (UserDataCreate(&handle, codec) != 0)
-            throw std::bad_alloc();
-    }
-    ~CUserDataHandle() { UserDataRelease(handle); }
-    CUserDataHandle(const CUserDataHandle&) = delete;
-    CUserDataHandle& operator=(const CUserDataHandle&) = delete;
-    operator void*() const { return handle; }
-
-private:
-    void* handle = nullptr;
+    explicit CParseHandle(VideoCodecType codec) : tool::CParseHandle(codec, 0) {}
 };
 
 }  // namespace bench

@@ -4,16 +4,9 @@
 
 namespace tool {
 
-namespace {
-
-// The tool takes nothing from the blocks of a report, so it needs no ring of them.
-constexpr unsigned int BlockCount = 2;
-
-}  // namespace
-
-CParseHandle::CParseHandle(VideoCodecType codec)
+CParseHandle::CParseHandle(VideoCodecType codec, unsigned int queueCount)
 {
-    if (ParseCreate(&handle, codec, BlockCount, 0) != 0)
+    if (ParseCreate(&handle, codec, queueCount, 0) != 0)
         throw std::bad_alloc();
 }
 

@@ -11,7 +11,8 @@ namespace tool {
 class CParseHandle
 {
 public:
-    explicit CParseHandle(VideoCodecType codec);
+    // The tool takes nothing from the blocks of a report, so it needs no ring of them.
+    explicit CParseHandle(VideoCodecType codec, unsigned int queueCount = 2);
     ~CParseHandle() { ParseRelease(handle); }
     CParseHandle(const CParseHandle&) = delete;
     CParseHandle& operator=(const CParseHandle&) = delete;
