@@ -2,6 +2,7 @@
 
 #include "inspect/Base64.h"
 #include "io/ToolError.h"
+#include "report/JsonReport.h"
 
 #include <algorithm>
 #include <fmt/format.h>
@@ -31,7 +32,7 @@ size_t FindPlace(const std::string& page)
 // Nothing in it ends the element.
 std::string TextOf(const Json& json)
 {
-    std::string text = json.dump(-1, ' ', false, Json::error_handler_t::replace);
+    std::string text = Dump(json);
     for (size_t at = text.find('<'); at != std::string::npos; at = text.find('<', at))
         text.replace(at, 1, "\\u003c");
     return text;

@@ -9,13 +9,12 @@ namespace {
 
 constexpr int SchemaVersion = 1;
 
-// A file name need not be UTF-8.
+}  // namespace
+
 std::string Dump(const Json& json)
 {
     return json.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
-
-}  // namespace
 
 CJsonWriter::CJsonWriter(std::string givenCommand, std::string givenList, const ReportStyle& style)
     : command(std::move(givenCommand)), listName(std::move(givenList)), isArray(style.hasSeveralFiles),

@@ -67,6 +67,9 @@ protected:
 // Without the digits that binary arithmetic adds: 1.6, not 1.6000000000000008.
 Json Rounded(double value);
 
+// In one line. Bytes that are not UTF-8, for example in a file name, are replaced.
+std::string Dump(const Json& json);
+
 // "000001B3": two digits for each byte.
 std::string Hex(std::span<const unsigned char> bytes);
 

@@ -3,6 +3,7 @@
 
 #include "inspect/Inspection.h"
 #include "inspect/UnitElements.h"
+#include "report/JsonReport.h"
 #include "stream/Detection.h"
 #include "stream/SeiUnit.h"
 #include "stream/UnitCutter.h"
@@ -94,6 +95,12 @@ std::vector<unsigned char> WithoutUserData(VideoCodecType codec, const unsigned 
     return copy;
 }
 
+void Print(const std::string& line)
+{
+    std::puts(line.c_str());
+    std::fflush(stdout);
+}
+
 std::vector<unsigned char> edited;
 std::optional<CPageStream> stream;
 std::unique_ptr<unsigned char[]> room;
@@ -155,8 +162,7 @@ EXPORT uint32_t AccessUnitRecordCount()
 
 EXPORT void PrintResults()
 {
-    std::puts(stream->Inspection().Results().dump().c_str());
-    std::fflush(stdout);
+    Print(tool::Dump(stream->Inspection().Results()));
 }
 
 // The unit is in the room.
@@ -164,8 +170,7 @@ EXPORT void PrintElements(VideoCodecType codec, uint32_t size, double number)
 {
     const NalUnit unit{
         .codec = codec, .data = room.get(), .size = size, .number = static_cast<uint64_t>(number)};
-    std::puts(tool::ReadElements(unit, stream->Inspection().Lists()).dump().c_str());
-    std::fflush(stdout);
+    Print(tool::Dump(tool::ReadElements(unit, stream->Inspection().Lists())));
 }
 
 // Of the access unit in the room. Returns the size of the copy.
@@ -188,6 +193,5 @@ EXPORT int32_t DetectCodec(uint32_t size)
 
 EXPORT void PrintUnitTypeName(VideoCodecType codec, uint32_t nal_unit_type)
 {
-    std::puts(tool::UnitTypeName(codec, nal_unit_type).c_str());
-    std::fflush(stdout);
+    Print(tool::UnitTypeName(codec, nal_unit_type));
 }
