@@ -52,10 +52,11 @@ class PathsTest(InFolder):
             (self.folder / name).touch()
         (self.folder / "a/circle").symlink_to(self.folder)
         (self.folder / "a/link.ts").symlink_to(self.folder / "c/3.mkv")
+        (self.folder / "a/itself.ts").symlink_to("itself.ts")
         (self.folder / "lines").write_bytes(os.fsencode(f"{self.folder}/c/3.mkv\n\n{self.folder}/a/b"))
         (self.folder / "zeros").write_bytes(os.fsencode(f"{self.folder}/new\nline.mp4\0{self.folder}/c/3.mkv\0"))
 
-        self.assertEqual(self.find(self.folder / "a"), ["a/1.mp4", "a/b/2.H264", "a/link.ts"])
+        self.assertEqual(self.find(self.folder / "a"), ["a/1.mp4", "a/b/2.H264", "a/itself.ts", "a/link.ts"])
         self.assertEqual(self.find(self.folder / "a/b", every_file=True), ["a/b/2.H264", "a/b/notes.txt"])
         self.assertEqual(self.find(self.folder / "*/*.m*", self.folder / "c/[x].mov"), ["a/1.mp4", "c/3.mkv", "c/[x].mov", "c/[x].mov"])
         self.assertEqual(self.find(f"@{self.folder}/lines"), ["a/b/2.H264", "c/3.mkv"])
@@ -183,6 +184,11 @@ class StoreTest(InFolder):
         other.write_bytes(b"video" * 1000)
         self.assertRaises(NotASurvey, Store, str(other), "command")
         self.assertEqual(other.read_bytes(), b"video" * 1000)
+        table = self.folder / "survey.csv"
+        os.rename(self.database, table)
+        self.assertRaisesRegex(NotASurvey, "this is the database", export, str(table), "csv")
+        with contextlib.closing(connect(str(table))):  # still there
+            pass
 
 
 class BatchTest(unittest.TestCase):
@@ -260,7 +266,9 @@ class ReportTest(InFolder):
         self.assertIn("file:///a/%3Cscript%3Ealert%281%29%3C/script%3E.mp4", text)
 
     def test_what_is_wrong_with_the_command_is_said_in_one_line(self):
-        for words in (["report", "none.db", "-o", "x"], ["none.mp4", "-o", self.database]):
+        self.folder.joinpath("broken.db").write_bytes(b"SQLite format 3\0" + bytes(200))
+        for words in (["report", "none.db", "-o", "x"], ["none.mp4", "-o", self.database], ["report", f"{self.folder}/broken.db", "-o", "x"],
+                      [str(STREAMS[0]), "-o", str(self.folder / "none/survey.db")]):
             with contextlib.redirect_stderr(io.StringIO()) as said:
                 self.assertEqual(main(words), 2)
             self.assertEqual(said.getvalue().count("\n"), 1)

@@ -25,8 +25,12 @@ def main(arguments: Optional[list[str]] = None) -> int:
         return _report(words[1:]) if words[:1] == ["report"] else _survey(words)
     except ImportError as error:
         return _complain(f"{error}. On Debian: apt-get install python3-distributed python3-fsspec python3-jinja2 python3-matplotlib python3-tqdm", UNREADABLE)
-    except (NothingThere, NotASurvey, FileNotFoundError) as error:
+    except (NothingThere, NotASurvey) as error:
         return _complain(str(error), UNREADABLE)
+    except sqlite3.Error as error:
+        return _complain(f"the database cannot be read: {error}", UNREADABLE)
+    except OSError as error:  # of a report or an export
+        return _complain(f"{(error.filename or 'output').removesuffix('.part')}: {error.strerror}", UNREADABLE)
 
 
 def _report(words: list[str]) -> int:

@@ -10,7 +10,7 @@ from pathlib import Path
 from typing import IO, Any, Iterator, Sequence
 
 from .records import FileRow, Finding
-from .store import connect, from_sql
+from .store import NotASurvey, connect, from_sql
 
 FORMATS = ("csv", "jsonl")
 FILE_COLUMNS = FileRow._fields
@@ -24,9 +24,9 @@ def export(database: str, form: str) -> list[str]:
     try:
         connection.execute("BEGIN")  # one state of the database for all files, also while a survey writes
         if form == "csv":
-            return [_write(f"{base}.csv", FILE_COLUMNS, _files(connection)),
-                    _write(f"{base}-findings.csv", ("path", *FINDING_COLUMNS), _findings(connection))]
-        return [_write_lines(f"{base}.jsonl", connection)]
+            return [_write(f"{base}.csv", FILE_COLUMNS, _files(connection), database),
+                    _write(f"{base}-findings.csv", ("path", *FINDING_COLUMNS), _findings(connection), database)]
+        return [_write_lines(f"{base}.jsonl", connection, database)]
     finally:
         connection.close()
 
@@ -48,18 +48,18 @@ def printable(path: Any) -> str:
     return os.fsencode(from_sql(path)).decode(errors="backslashreplace")
 
 
-def _write(name: str, header: Sequence[str], rows: Iterator[Sequence[Any]]) -> str:
-    with _Replacement(name) as file:
+def _write(name: str, header: Sequence[str], rows: Iterator[Sequence[Any]], database: str) -> str:
+    with Replacement(name, database) as file:
         writer = csv.writer(file)
         writer.writerow(header)
         writer.writerows(rows)
     return name
 
 
-def _write_lines(name: str, connection: sqlite3.Connection) -> str:
+def _write_lines(name: str, connection: sqlite3.Connection, database: str) -> str:
     found = _findings_by_file(connection)
     following = next(found, None)
-    with _Replacement(name) as file:
+    with Replacement(name, database) as file:
         for path, *rest in _files(connection):
             record: dict[str, Any] = dict(zip(FILE_COLUMNS, (path, *rest)))
             record["findings"] = []
@@ -76,10 +76,12 @@ def _findings_by_file(connection: sqlite3.Connection) -> Iterator[tuple[str, dic
         yield path, {name: value for name, value in zip(FINDING_COLUMNS, rest) if value is not None}
 
 
-class _Replacement:
+class Replacement:
     """A file that appears when it is complete."""
 
-    def __init__(self, name: str) -> None:
+    def __init__(self, name: str, database: str) -> None:
+        if os.path.realpath(name) == os.path.realpath(database):
+            raise NotASurvey(f"{name}: this is the database; give the database or the output another name")
         self._name = name
         self._file: IO[str] = open(f"{name}.part", "w", encoding="utf-8", newline="")
 

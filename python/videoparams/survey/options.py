@@ -60,14 +60,16 @@ def settings_of(arguments: argparse.Namespace) -> Settings:
 
 
 def _positive(text: str) -> int:
-    value = int(text)
-    if value < 1:
-        raise ValueError(text)
-    return value
+    if not text.isdecimal() or int(text) < 1:
+        raise argparse.ArgumentTypeError(f"a whole number from 1 on, not {text!r}")
+    return int(text)
 
 
 def _seconds(text: str) -> float:
-    value = float(text)
+    try:
+        value = float(text)
+    except ValueError:
+        value = 0
     if not 0 < value < 1e9:
-        raise ValueError(text)
+        raise argparse.ArgumentTypeError(f"a number of seconds above 0, not {text!r}")
     return value

@@ -81,7 +81,8 @@ class Source:
                     for entry in entries:
                         if entry.is_dir(follow_symlinks=False):
                             folders.append(entry.path)
-                        elif self._wanted(entry.name) and not entry.is_dir():
+                        # entry.is_dir() raises an exception for a link to itself.
+                        elif self._wanted(entry.name) and not os.path.isdir(entry.path):
                             yield entry.path
             except OSError as error:
                 yield Unlisted(folder, error.strerror or str(error))

@@ -114,7 +114,7 @@ def _ask(command: str, file: str, settings: Settings) -> dict[str, Any]:
         pass
     if outcome.status in (0, 1) and answer.get("command") == command and "error" not in answer:
         return answer
-    message = str(answer.get("error") or outcome.message or _ending(outcome.status))[:process.MESSAGE_BYTES]
+    message = str(answer.get("error") or outcome.message or _ending(outcome.status)).removeprefix(f"{file}: ")[:process.MESSAGE_BYTES]
     if not os.path.exists(file):
         raise Unreadable("vanished", message)
     if OUT_OF_MEMORY.search(message):

@@ -7,6 +7,7 @@ import os
 
 import jinja2
 
+from .export import Replacement
 from .plots import draw
 from .statistics import all_bars, headline, runs, worst
 from .store import connect
@@ -26,6 +27,5 @@ def write_report(database: str, output: str, limit: int) -> None:
     # Names of files come from anywhere, so all that is not marked as safe is escaped.
     environment = jinja2.Environment(loader=jinja2.PackageLoader("videoparams.survey", "."), autoescape=True)
     page = environment.get_template("report.html").render(values)
-    with open(f"{output}.part", "w", encoding="utf-8") as file:
+    with Replacement(output, database) as file:
         file.write(page)
-    os.replace(f"{output}.part", output)

@@ -34,7 +34,7 @@ class Locked(Exception):
 
 
 class NotASurvey(Exception):
-    """The file is something else."""
+    """The file is something else, or cannot be opened."""
 
 
 def _columns() -> str:
@@ -80,10 +80,12 @@ def from_sql(value: Union[str, bytes]) -> str:
 def connect(path: str) -> sqlite3.Connection:
     """For reading, also while a survey is writing."""
     if not os.path.exists(path):
-        raise FileNotFoundError(f"{path}: no such file")
+        raise NotASurvey(f"{path}: no such file")
     connection = sqlite3.connect(path, timeout=60)
     try:
         version = connection.execute("PRAGMA user_version").fetchone()[0]
+    except sqlite3.OperationalError as error:
+        raise NotASurvey(f"{path}: {error}. SQLite must be able to write in the folder of a database, also to read it.") from error
     except sqlite3.DatabaseError as error:
         raise NotASurvey(f"{path}: {error}") from error
     if version != SCHEMA_VERSION:
@@ -96,7 +98,10 @@ class Store:
 
     def __init__(self, path: str, command: str) -> None:
         # Locked as long as this descriptor is open. SQLite's own locks are of another kind, so the two do not meet.
-        self._lock = os.open(path, os.O_RDWR | os.O_CREAT | os.O_CLOEXEC, 0o644)
+        try:
+            self._lock = os.open(path, os.O_RDWR | os.O_CREAT | os.O_CLOEXEC, 0o644)
+        except OSError as error:
+            raise NotASurvey(f"{path}: the database cannot be opened: {error.strerror}") from error
         try:
             fcntl.flock(self._lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
         except BlockingIOError as error:
