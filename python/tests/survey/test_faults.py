@@ -97,10 +97,13 @@ class FaultTest(unittest.TestCase):
             self.assertEqual(connection.execute("SELECT count(*) FROM files WHERE run < 3").fetchone()[0], done)
 
     def test_a_stopped_survey_ends_in_order_and_continues(self):
-        process = self.start("--workers", "2")
-        self.await_rows(process, 1)
-        process.send_signal(signal.SIGTERM)
-        self.assertIn("Run the same command again", self.end(process, 3))
+        terminate = lambda process: process.send_signal(signal.SIGTERM)
+        press_ctrl_c = lambda process: os.killpg(process.pid, signal.SIGINT)
+        for stop in terminate, press_ctrl_c:
+            process = self.start("--workers", "2", start_new_session=True, preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_DFL))
+            self.await_rows(process, self.rows() + 1)
+            stop(process)
+            self.assertRegex(self.end(process, 3), r"\Avideoparams-survey: stopped\..* Run the same command again to continue\.\n\Z")
         self.finish()
 
     def test_a_scheduler_that_is_killed_ends_the_survey_and_a_new_one_continues(self):

@@ -59,6 +59,8 @@ class PathsTest(InFolder):
         self.assertEqual(self.find(self.folder / "a"), ["a/1.mp4", "a/b/2.H264", "a/itself.ts", "a/link.ts"])
         self.assertEqual(self.find(self.folder / "a/b", every_file=True), ["a/b/2.H264", "a/b/notes.txt"])
         self.assertEqual(self.find(self.folder / "*/*.m*", self.folder / "c/[x].mov"), ["a/1.mp4", "c/3.mkv", "c/[x].mov", "c/[x].mov"])
+        self.assertEqual(self.find(self.folder / "**/*.mp4"), ["a/1.mp4"])
+        self.assertEqual(self.find(self.folder / "**/b/*"), ["a/b/2.H264", "a/b/notes.txt"])
         self.assertEqual(self.find(f"@{self.folder}/lines"), ["a/b/2.H264", "c/3.mkv"])
         self.assertEqual(self.find(lists=[str(self.folder / "zeros")]), ["c/3.mkv", "new\nline.mp4"])
         self.assertEqual(self.find(f"file://{self.folder}/c/3.mkv"), ["c/3.mkv"])
@@ -115,6 +117,7 @@ class ProbeTest(InFolder):
         with zipfile.ZipFile(self.folder / "clips.zip", "w") as clips:
             for path in STREAMS[:2]:
                 clips.write(path, f"tape/{path.name}")
+            clips.writestr("tape/folder.h264/", b"")
         found = list(Source([f"zip://**/*.h264::{self.folder}/clips.zip"]))
         self.assertEqual(found, [f"zip://tape/{path.name}::{self.folder}/clips.zip" for path in STREAMS[:2]])
         remote, local = probe_file(found[0], SETTINGS).row, probe_file(str(STREAMS[0]), SETTINGS).row

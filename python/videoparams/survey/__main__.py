@@ -25,6 +25,8 @@ def main(arguments: Optional[list[str]] = None) -> int:
         return _report(words[1:]) if words[:1] == ["report"] else _survey(words)
     except ImportError as error:
         return _complain(f"{error}. On Debian: apt-get install python3-distributed python3-fsspec python3-jinja2 python3-matplotlib python3-tqdm", UNREADABLE)
+    except KeyboardInterrupt:
+        return _complain("stopped. Run the same command again to continue.", NOT_ENDED)
     except (NothingThere, NotASurvey) as error:
         return _complain(str(error), UNREADABLE)
     except sqlite3.Error as error:

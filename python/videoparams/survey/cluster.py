@@ -4,7 +4,9 @@ from __future__ import annotations
 
 import contextlib
 import logging
+import signal
 import tempfile
+from multiprocessing import resource_tracker
 from typing import Iterator, Optional
 
 import dask
@@ -38,14 +40,26 @@ def connect(scheduler: Optional[str], workers: int, seconds: float) -> Iterator[
         if scheduler is None:
             folder = stack.enter_context(tempfile.TemporaryDirectory(prefix="videoparams-survey-", ignore_cleanup_errors=True))
             stack.enter_context(dask.config.set(LOCAL))
-            address = stack.enter_context(LocalCluster(
-                n_workers=workers, threads_per_worker=1, processes=True, memory_limit=0, local_directory=folder,
-                dashboard_address="127.0.0.1:0", silence_logs=logging.CRITICAL))
+            with _ctrl_c_blocked():
+                address = stack.enter_context(LocalCluster(
+                    n_workers=workers, threads_per_worker=1, processes=True, memory_limit=0, local_directory=folder,
+                    dashboard_address="127.0.0.1:0", silence_logs=logging.CRITICAL))
         try:
             client = Client(address, timeout=seconds, set_as_default=False)
         except OSError as error:
             raise NoScheduler(f"{scheduler}: the scheduler does not answer ({error})") from error
         yield stack.enter_context(client)
+
+
+@contextlib.contextmanager
+def _ctrl_c_blocked() -> Iterator[None]:
+    """A terminal sends SIGINT to all processes of a command. The threads and processes that start meanwhile leave it to the main thread."""
+    resource_tracker.ensure_running()  # else it starts with the first worker, and ends the block
+    old = signal.pthread_sigmask(signal.SIG_BLOCK, {signal.SIGINT})
+    try:
+        yield
+    finally:
+        signal.pthread_sigmask(signal.SIG_SETMASK, old)
 
 
 def threads(client: Client) -> int:

@@ -36,7 +36,7 @@ class Source:
         self._lists = [*lists, *(path[1:] for path in paths if path.startswith("@"))]
         self._every_file = every_file
         for path in self._paths:
-            if not is_url(path) and not os.path.lexists(path) and next(glob.iglob(path), None) is None:
+            if not is_url(path) and not os.path.lexists(path) and next(_matches(path), None) is None:
                 raise NothingThere(f"{path}: no such file or folder, and no file matches")
         for path in self._lists:
             if not os.path.isfile(path):
@@ -57,8 +57,8 @@ class Source:
         elif os.path.lexists(path):
             yield from self._expand(path)
         else:
-            for match in glob.iglob(path, recursive=True):
-                yield from self._expand(match)
+            for match in _matches(path):
+                yield from [match] if isinstance(match, Unlisted) else self._expand(match)
 
     def _expand(self, path: str) -> Iterator[Entry]:
         if is_url(path := normal(path)):
@@ -93,7 +93,10 @@ class Source:
         try:
             system, path = fsspec.core.url_to_fs(url)
             if glob.has_magic(url):
-                found: Optional[Iterable[str]] = system.glob(path)
+                places = system.glob(path, detail=True)
+                found: Optional[Iterable[str]] = [place for place, details in places.items() if details.get("type") != "directory"]
+                if not found:
+                    yield Unlisted(url, "no file matches")
             elif system.isdir(path):
                 found = (f"{folder.rstrip('/')}/{name}" for folder, _, names in system.walk(path) for name in names if self._wanted(name))
             else:
@@ -105,6 +108,20 @@ class Source:
                 yield _url_of(url, system.unstrip_protocol(place))
         except Exception as error:  # each file system has its own kinds
             yield Unlisted(url, f"{type(error).__name__}: {error}")
+
+
+def _matches(pattern: str) -> Iterator[Entry]:
+    """What glob finds, but ** follows no links to folders: they may lead in circles."""
+    before, recursive, after = pattern.removesuffix("/**").partition("/**/")
+    if not recursive:
+        yield from glob.iglob(before)
+        return
+    for base in glob.iglob(f"{before}/"):
+        errors: list[OSError] = []
+        for folder, below, _ in os.walk(base, onerror=errors.append):
+            below[:] = [name for name in below if not name.startswith(".")]
+            yield from _matches(os.path.join(glob.escape(folder), after))
+        yield from (Unlisted(error.filename, error.strerror) for error in errors)
 
 
 def _url_of(given: str, found: str) -> str:
