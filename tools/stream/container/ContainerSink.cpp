@@ -34,8 +34,9 @@ CContainerSink::CContainerSink(CContainerInput& source, uint32_t bytesOfLength, 
 {
     const OutputFormat format = ChooseOutputFormat(input, request.path);
     if (output.TemporaryPath().empty())
-        throw CToolError(fmt::format(
-            "{}: a container can be written to a regular file only; give its name with -o", request.path));
+        throw CToolError(
+            fmt::format("{}: a container can be written to a regular file only; give its name with -o",
+                        request.path == "-" ? "standard output" : request.path));
     AVFormatContext* made = nullptr;
     CheckMemory(avformat_alloc_output_context2(&made, format.format, nullptr, nullptr) >= 0);
     context.reset(made);
