@@ -107,7 +107,8 @@ class ProbeTest(InFolder):
         self.assertFalse(os.path.exists(f"/proc/{process}/exe"))
 
     def test_a_missing_tool_is_no_property_of_a_file(self):
-        self.assertRaises(CannotStart, probe_file, str(STREAMS[0]), Settings(tool="/none"))
+        for tool in "/none", "/bin/true", "/bin/false":
+            self.assertRaises(CannotStart, probe_file, str(STREAMS[0]), Settings(tool=tool))
 
     def test_a_batch_ends_in_time_and_returns_the_rest(self):
         answer = probe_batch([str(path) for path in STREAMS[:3]], 0, SETTINGS)

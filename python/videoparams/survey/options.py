@@ -27,7 +27,7 @@ def survey_parser() -> argparse.ArgumentParser:
     parser.add_argument("--quiet", action="store_true", help="no progress bar and no summary")
     workers = parser.add_argument_group("workers")
     workers.add_argument("--workers", type=_positive, default=os.cpu_count() or 1, metavar="N", help="processes of this machine (default: %(default)s)")
-    workers.add_argument("--scheduler", metavar="tcp://HOST:8786", help="use the workers of this Dask scheduler instead")
+    workers.add_argument("--scheduler", type=_address, metavar="tcp://HOST:8786", help="use the workers of this Dask scheduler instead")
     workers.add_argument("--wait", type=_seconds, default=60.0, metavar="SECONDS", help="for a scheduler that does not answer (default: %(default)g)")
     workers.add_argument("--tool", default=defaults.tool, help="the command videoparams, on the workers (default: %(default)s)")
     limits = parser.add_argument_group("limits of a file")
@@ -63,6 +63,12 @@ def _positive(text: str) -> int:
     if not text.isdecimal() or int(text) < 1:
         raise argparse.ArgumentTypeError(f"a whole number from 1 on, not {text!r}")
     return int(text)
+
+
+def _address(text: str) -> str:
+    if "://" in text and text.split("://")[0] not in ("tcp", "tls", "ucx", "ws", "wss"):
+        raise argparse.ArgumentTypeError(f"an address such as tcp://host:8786, not {text!r}")
+    return text
 
 
 def _seconds(text: str) -> float:

@@ -88,21 +88,28 @@ def _probe_url(url: str, identity: Identity, settings: Settings) -> Result:
 
 
 @functools.lru_cache(maxsize=None)
-def find_tool(tool: str) -> str:
+def find_tool(tool: str) -> tuple[str, str]:
+    """The path of the tool on this worker, and its version. Any other program would make every file unreadable."""
+    advice = "Install the package videoparams there, or give --tool."
     found = shutil.which(tool)
     if not found:
-        raise process.CannotStart(f"{tool}: not found on {socket.gethostname()}. Install the package videoparams there, or give --tool.")
-    return os.path.abspath(found)
+        raise process.CannotStart(f"{tool}: not found on {socket.gethostname()}. {advice}")
+    outcome = process.run([os.path.abspath(found), "--version"], Settings(tool, seconds=60))
+    version = outcome.output.decode(errors="replace").strip()
+    if outcome.status != 0 or not version.startswith("videoparams "):
+        cause = outcome.message or _ending(outcome.status)
+        raise process.CannotStart(f"{found} is not the command videoparams, or does not work on {socket.gethostname()} ({cause}). {advice}")
+    return os.path.abspath(found), version
 
 
 def tool_version(tool: str) -> str:
     """Of the tool of a worker."""
-    return process.run([find_tool(tool), "--version"], Settings(tool, seconds=60)).output.decode(errors="replace").strip()
+    return find_tool(tool)[1]
 
 
 def _ask(command: str, file: str, settings: Settings) -> dict[str, Any]:
     """What the tool writes about a file. Status 1 is an answer too: there are findings."""
-    outcome = process.run([find_tool(settings.tool), command, "--json", file], settings)
+    outcome = process.run([find_tool(settings.tool)[0], command, "--json", file], settings)
     if outcome.limit == "time" or -outcome.status == signal.SIGXCPU:
         raise Unreadable("time limit", f"{command} was not ready after {settings.seconds:g} s")
     if outcome.limit == "output":
