@@ -9,7 +9,7 @@ buildGoogleTest() {
     shift
     [ -e "$folder/complete" ] && return
     quietly "$folder.log" cmake --fresh -G Ninja -S /usr/src/googletest -B "$folder-build" "$@" \
-        -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$folder" -DCMAKE_INSTALL_LIBDIR=lib -DBUILD_GMOCK=OFF
+        -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS_RELEASE=-O1 -DCMAKE_INSTALL_PREFIX="$folder" -DCMAKE_INSTALL_LIBDIR=lib -DBUILD_GMOCK=OFF
     quietly "$folder.log" cmake --build "$folder-build" --target install
     touch "$folder/complete"
 }
@@ -20,7 +20,7 @@ crossTest() {
     shift
     buildGoogleTest "$name" "$@"
     build release "$name" "$@" "-DGTest_DIR=$buildRoot/$name-googletest/lib/cmake/GTest" \
-        -DVIDEOPARAMS_BUILD_TESTS=ON -DVIDEOPARAMS_BUILD_EXAMPLES=ON
+        -DVIDEOPARAMS_BUILD_TESTS=ON -DVIDEOPARAMS_BUILD_EXAMPLES=ON -DVIDEOPARAMS_UNITE_SOURCES=tests
     quietly "$buildRoot/$name.tests.log" ctest --test-dir "$buildRoot/$name" --no-tests=error --verbose
     # The tests of one executable run in several parts, and ctest counts each part as one test.
     awk -v name="$name" '

@@ -15,7 +15,7 @@ namespace tool {
 namespace {
 
 // Of messages that wait for their slice. Real streams have fewer.
-constexpr size_t MostHeld = 64 << 20;
+constexpr size_t MostWaiting = 64 << 20;
 
 struct UserDataCounts
 {
@@ -57,7 +57,7 @@ void CUserDataLister::Take(const NalUnit& unit)
     if (!unit.IsAnySei() || unit.ForbiddenZeroBit())
         return;
     TakeSei(unit);
-    if (!unit.IsSei() || waitingSize > MostHeld)
+    if (!unit.IsSei() || waitingSize > MostWaiting)
         ReportWaiting();
 }
 

@@ -61,11 +61,6 @@ std::vector<std::string> FindDisagreements(const InfoResult& result)
     return found;
 }
 
-Json ToJson(const std::optional<double>& value)
-{
-    return value ? Rounded(*value) : Json(nullptr);
-}
-
 Json TimeToJson(const std::optional<int64_t>& ticks, const TimeBase& timeBase)
 {
     if (!ticks)
@@ -117,8 +112,8 @@ Json ContainerToJson(const InfoResult& result)
         {"timeBase",
          {{"numerator", result.facts.timeBase.numerator},
           {"denominator", result.facts.timeBase.denominator}}},
-        {"startSeconds", ToJson(container.startSeconds)},
-        {"durationSeconds", ToJson(container.durationSeconds)},
+        {"startSeconds", RoundedOrNull(container.startSeconds)},
+        {"durationSeconds", RoundedOrNull(container.durationSeconds)},
         {"rotation", container.rotation},
         {"language", container.language.empty() ? Json(nullptr) : Json(container.language)},
         {"sampleCount", end.samples},

@@ -54,11 +54,6 @@ Json ToJson(const Spread& spread)
     return {{"smallest", spread.smallest}, {"mean", Rounded(spread.Mean())}, {"largest", spread.largest}};
 }
 
-Json ToJson(const std::optional<double>& value)
-{
-    return value ? Rounded(*value) : Json(nullptr);
-}
-
 class CInfoJson : public CJsonReport<CInfoReport>
 {
 public:
@@ -114,7 +109,7 @@ void CInfoJson::End(const InfoResult& result)
     json["keyFrameDistance"] = ToJson(summary.KeyDistances());
     json["layerCount"] = 1 + result.furtherLayers.size();
     json["unusedParameterSets"] = result.unusedSets;
-    json["seconds"] = ToJson(summary.Duration());
+    json["seconds"] = RoundedOrNull(summary.Duration());
     json["bitsPerSecond"] = summary.BitRate() ? Json(std::llround(*summary.BitRate())) : Json(nullptr);
     json["unreadable"] = {{"bytes", result.UnreadableBytes()},
                           {"damagedUnits", result.damage.damagedUnits},

@@ -86,6 +86,11 @@ Json Rounded(double value)
     return rounded == std::floor(rounded) ? Json(std::llround(rounded)) : Json(rounded);
 }
 
+Json RoundedOrNull(const std::optional<double>& value)
+{
+    return value ? Rounded(*value) : Json(nullptr);
+}
+
 std::string Hex(std::span<const unsigned char> bytes)
 {
     std::string digits;

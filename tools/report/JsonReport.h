@@ -10,6 +10,7 @@
 
 #include <cstdio>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <span>
 #include <string>
 
@@ -66,6 +67,7 @@ protected:
 
 // Without the digits that binary arithmetic adds: 1.6, not 1.6000000000000008.
 Json Rounded(double value);
+Json RoundedOrNull(const std::optional<double>& value);
 
 // In one line. Bytes that are not UTF-8, for example in a file name, are replaced.
 std::string Dump(const Json& json);
