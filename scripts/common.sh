@@ -36,13 +36,15 @@ quietly() {
 }
 
 # build PRESET FOLDER [CMAKE_ARGUMENT...]: configures and builds in $buildRoot/FOLDER. Waits for another build there.
+# With buildTargets="NAME...", builds these only; with buildTargets=none, nothing.
 build() (
-    local preset=$1 folder=$buildRoot/$2
+    local preset=$1 folder=$buildRoot/$2 targets=${buildTargets:-all}
     shift 2
     exec 9>"$folder.lock"
     flock 9
     # If the folder is from another compiler or generator, it is configured again from the start.
     cmake --preset "$preset" -S "$projectDir" -B "$folder" "$@" </dev/null >"$folder.log" 2>&1 ||
         quietly "$folder.log" cmake --fresh --preset "$preset" -S "$projectDir" -B "$folder" "$@"
-    quietly "$folder.log" cmake --build "$folder" -- --quiet
+    # shellcheck disable=SC2086  # one word for each target
+    [ "$targets" = none ] || quietly "$folder.log" cmake --build "$folder" --target $targets -- --quiet
 )
