@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # Runs each fuzz target, starting with the corpus in fuzz/corpus and the results of earlier runs.
 #
-#   scripts/fuzz.sh [SECONDS] [NAME...]    SECONDS for all targets together (60); NAME as in fuzz/<NAME>Fuzz.cpp
+#   scripts/fuzz.sh [SECONDS] [NAME...]    SECONDS for all targets together (30); NAME as in fuzz/<NAME>Fuzz.cpp
 set -euo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
-seconds=${1:-60}
+seconds=${1:-30}
 names=("${@:2}")
 if [ ${#names[@]} = 0 ]; then
     for source in "$projectDir"/fuzz/*Fuzz.cpp; do

@@ -45,8 +45,9 @@ rm "$source/debian/changelog.in"
 sed -i -e "s/^Maintainer: .*/Maintainer: $packager/" \
     ${VIDEOPARAMS_HOMEPAGE:+-e "s|^Homepage: .*|Homepage: $VIDEOPARAMS_HOMEPAGE|"} "$source/debian/control"
 
+# There are no packages with debug information, so none is made.
 (umask 022 && cd "$source" && DEB_BUILD_OPTIONS="parallel=$cores nocheck noautodbgsym" \
-    quietly "$folder/build.log" dpkg-buildpackage --build=binary --no-sign)
+    DEB_CFLAGS_STRIP=-g DEB_CXXFLAGS_STRIP=-g quietly "$folder/build.log" dpkg-buildpackage --build=binary --no-sign)
 packages=("$folder"/*.deb)
 quietly "$folder/lintian.log" lintian --fail-on error,warning --allow-root "${packages[@]}"
 
