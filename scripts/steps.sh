@@ -6,6 +6,7 @@ StepTimeLimit=1800  # seconds, for what hangs
 stepLogs=$buildRoot/steps
 declare -A runningSteps=()  # names, by process
 stepNames=()
+lastStep=  # the name of the step that is printed last
 failedSteps=()
 mkdir -p "$stepLogs"
 rm -f "$stepLogs"/*
@@ -25,9 +26,9 @@ step() {
     runningSteps[$!]=$name
 }
 
-# Waits for the step that ends next, and prints it.
+# Waits for the step that ends next, and prints it unless it is the last one.
 awaitStep() {
-    local process status=0 name verdict=passed real user system
+    local process status=0 name verdict=passed
     wait -n -p process "${!runningSteps[@]}" || status=$?
     name=${runningSteps[$process]}
     unset "runningSteps[$process]"
@@ -36,19 +37,24 @@ awaitStep() {
         verdict=FAILED
         [ $status != 124 ] || verdict="FAILED, not ready after $StepTimeLimit s,"
     fi
+    [ "$name" = "$lastStep" ] && lastVerdict=$verdict || showStep "$name" "$verdict"
+}
+
+showStep() {
+    local name=$1 verdict=$2 real user system
     read -r real user system < <(tail -n 1 "$stepLogs/$name.time")
     echo "== $name: $verdict in $real s ($((user + system)) s of processor time)"
     cat "$stepLogs/$name"
 }
 
-# Waits for all steps, and prints the names of those that failed. Fails if one did.
+# Waits for all steps, and prints the names of those that failed, and then the last one. Fails if one did.
 finishSteps() {
     while [ ${#runningSteps[@]} -gt 0 ]; do
         awaitStep
     done
     awk -v steps=${#stepNames[@]} '{ sum += $2 + $3 } END { print steps " steps, " sum " s of processor time" }' \
         "$stepLogs"/*.time
-    [ ${#failedSteps[@]} = 0 ] && return
-    printf 'failed: %s\n' "${failedSteps[@]}"
-    return 1
+    [ ${#failedSteps[@]} = 0 ] || printf 'failed: %s\n' "${failedSteps[@]}"
+    [ -z "$lastStep" ] || showStep "$lastStep" "$lastVerdict"
+    [ ${#failedSteps[@]} = 0 ]
 }
