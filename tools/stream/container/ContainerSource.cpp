@@ -14,10 +14,11 @@ namespace tool {
 
 namespace {
 
+// Four letters. MPEG-TS has a small number, the type of the stream, in their place.
 std::string TagOf(const AVStream& stream)
 {
     char text[AV_FOURCC_MAX_STRING_SIZE] = "";
-    if (stream.codecpar->codec_tag != 0)
+    if (stream.codecpar->codec_tag >> 24 >= ' ')
         av_fourcc_make_string(text, stream.codecpar->codec_tag);
     return text;
 }
