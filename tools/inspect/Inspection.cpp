@@ -38,6 +38,8 @@ void CInspection::Finish(const SourceCounts& counts)
     TakeCompleted();
     if (counts.skippedBytes != 0)
         lists.AddFinding({}, CountOf(counts.skippedBytes, "byte") + " outside of units");
+    for (const std::string& text : counts.container.DescribeMissing())
+        lists.AddFinding({}, text);
     info.counts = counts;
     info.damage = analysis.Found();
     info.unusedSets = analysis.UnusedSets();

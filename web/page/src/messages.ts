@@ -113,6 +113,8 @@ export interface ExportRequest {
 export interface ExportResult {
     blob: Blob;
     name: string;
+    /** Access units that are different now. */
+    edited: number;
     /** Access units that could not be edited, for they have no place for user data. */
     failed: number;
 }

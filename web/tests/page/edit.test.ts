@@ -18,10 +18,11 @@ interface Edit {
     text?: string;
     hex?: string;
     asByteStream?: boolean;
+    edited?: number;
 }
 
 // Edits a file on the page and returns the path of the download.
-async function edit(path: string, { action, where, text, hex, asByteStream }: Edit): Promise<string> {
+async function edit(path: string, { action, where, text, hex, asByteStream, edited }: Edit): Promise<string> {
     const inspector = await Inspector.open(browser);
     const { page } = inspector;
     await inspector.load(path);
@@ -32,6 +33,7 @@ async function edit(path: string, { action, where, text, hex, asByteStream }: Ed
     if (action === "add") await page.fill("#edit-payload", hex ?? text ?? "");
     if (asByteStream) await page.uncheck("#edit-container");
     const saved = await inspector.download();
+    if (edited !== undefined) await inspector.expectText("#edit-note", new RegExp(` ${edited} access units? edited`));
     await inspector.close();
     return saved;
 }
@@ -64,7 +66,8 @@ describe("User data that the page inserts", () => {
 
     it("is distinguished from that of encoders", async () => {
         const path = stream("avc-user-data.h264");
-        assert.deepEqual(readFileSync(await edit(path, { action: "remove", where: "all" })), readFileSync(path));
+        const same = await edit(path, { action: "remove", where: "all", edited: 0 });
+        assert.deepEqual(readFileSync(same), readFileSync(path));
         const plain = await edit(path, { action: "remove-all", where: "all" });
         assert.ok(readFileSync(path).includes("x264 - core"));
         assert.ok(!readFileSync(plain).includes("x264 - core"));
@@ -73,7 +76,7 @@ describe("User data that the page inserts", () => {
 
     it("goes into the chosen access units only", async () => {
         const path = stream("avc-bframes.h264");
-        const one = await edit(path, { action: "add", where: "selected", hex: "74 61 6B 65 20 31" });
+        const one = await edit(path, { action: "add", where: "selected", hex: "74 61 6B 65 20 31", edited: 1 });
         assert.equal(messagesIn(one, "take 1"), 1);
         const keys = await edit(path, { action: "add", where: "key", text: "key" });
         assert.equal(messagesIn(keys, "key"), toolInfo(path).keyFrameCount);

@@ -7,7 +7,7 @@ import { pathToFileURL } from "node:url";
 import type { Browser } from "playwright-core";
 import { Inspector, launch } from "./browser.js";
 import { compare } from "./compare.js";
-import { container, repeated, stream, toolPage, toolSummary, toolUserData } from "./files.js";
+import { container, file, repeated, stream, toolPage, toolSummary, toolUserData } from "./files.js";
 
 let browser: Browser;
 before(async () => {
@@ -35,6 +35,14 @@ describe("The page that the tool writes", () => {
             await inspector.expectText("#picture-note", /decoded from key frame|cannot decode/);
             await inspector.close();
         }
+    });
+
+    it("says that a container is cut short", async () => {
+        const whole = readFileSync(container("whole.ts", "avc-slices.h264"));
+        const inspector = await openPage(file("cut.ts", whole.subarray(0, whole.length - 100)));
+        await inspector.page.click("#tab-findings");
+        await inspector.expectText("#panel-findings", /the file is cut short/);
+        await inspector.close();
     });
 
     it("gives a copy with user data, and takes a deep link", async () => {

@@ -1,4 +1,5 @@
 import assert from "node:assert/strict";
+import { dirname } from "node:path";
 import { after, before, describe, it } from "node:test";
 import type { Browser } from "playwright-core";
 import { Inspector, launch } from "./browser.js";
@@ -52,8 +53,9 @@ describe("Other files get a message that says why", () => {
         [
             "an MP4 that is cut",
             () => file("cut.mp4", readFileSync(container("whole.mp4", "avc-aud.h264")).subarray(0, 5000)),
-            /./,
+            /no video, or it is cut/,
         ],
+        ["a folder", () => dirname(stream("avc-aud.h264")), /It is a folder/],
     ];
     for (const [what, make, message] of cases) {
         it(`such as ${what}`, async () => {

@@ -130,7 +130,7 @@ export function toolSummary(path: string): Record<string, string> {
 export function toolPage(path: string): string {
     const page = join(folder, "page.html");
     const { status, stderr } = spawnSync(tool, ["inspect", "--no-open", "--page", pageFile, "-o", page, path]);
-    if (status !== 0) throw new Error(String(stderr));
+    if (status !== 0 && status !== 1) throw new Error(String(stderr));
     return page;
 }
 

@@ -53,7 +53,7 @@ export class EditView {
             save(result.blob, result.name);
             const failed = result.failed === 0 ? "" : `; ${countOf(result.failed, "access unit")} could not be edited`;
             this.#say(
-                `${result.name}: ${bytes(result.blob.size)}, ${countOf(accessUnits.length, "access unit")} edited${failed}.`,
+                `${result.name}: ${bytes(result.blob.size)}, ${countOf(result.edited, "access unit")} edited${failed}.`,
             );
         } catch (error) {
             this.#say(`The copy cannot be written: ${messageOf(error)}`);
@@ -74,11 +74,15 @@ export class EditView {
     }
 
     #chosenAccessUnits(): number[] | null {
-        const { accessUnits, selectedAccessUnit } = this.model;
+        const { accessUnits, selectedAccessUnit, selectedUnit } = this.model;
         const where = this.#value("where");
         if (where === "selected") {
             if (selectedAccessUnit >= 0) return [selectedAccessUnit];
-            this.#say("Select a unit first.");
+            this.#say(
+                selectedUnit < 0
+                    ? "Select a unit first."
+                    : "The selected unit is in no access unit. Select another one.",
+            );
             return null;
         }
         const all = Array.from({ length: accessUnits.count }, (_, index) => index);

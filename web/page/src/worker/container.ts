@@ -42,8 +42,9 @@ export class ContainerSource implements StreamSource {
         if (!(await input.canRead())) return null;
         const format = (await input.getFormat()).name;
         const track = await input.getPrimaryVideoTrack();
-        if (track === null) throw new FileError(`This ${format} file has no video.`);
-        const name = (await track.getCodec()) ?? "of an unknown codec";
+        if (track === null) throw new FileError(`This ${format} file has no video, or it is cut and lacks its index.`);
+        const inFile = await track.getInternalCodecId();
+        const name = (await track.getCodec()) ?? (typeof inFile === "string" ? inFile : "of an unknown codec");
         const codec = codecNames[name];
         if (codec === undefined)
             throw new FileError(`The video of this ${format} file is ${name}, not H.264 or H.265.`);

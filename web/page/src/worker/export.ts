@@ -12,6 +12,7 @@ type Report = (done: number) => void;
 
 /** Edits access units, one at a time. */
 export class Editor {
+    edited = 0;
     failed = 0;
 
     constructor(
@@ -22,14 +23,20 @@ export class Editor {
     ) {}
 
     apply(accessUnit: Uint8Array): Uint8Array {
-        if (this.edit.action === "remove") return this.inspector.withoutUserData(this.codec, accessUnit, this.edit.all);
         try {
-            return this.userData.add(accessUnit, this.edit.payload);
+            const copy = this.#edited(accessUnit);
+            this.edited += Number(copy.length !== accessUnit.length);
+            return copy;
         } catch (error) {
             if (!(error instanceof VideoParamsError) || error.reason === "lost") throw error;
             ++this.failed;
             return accessUnit;
         }
+    }
+
+    #edited(accessUnit: Uint8Array): Uint8Array {
+        if (this.edit.action === "add") return this.userData.add(accessUnit, this.edit.payload);
+        return this.inspector.withoutUserData(this.codec, accessUnit, this.edit.all);
     }
 }
 
@@ -47,7 +54,8 @@ export async function exportStream(
         ? await writeContainer(source, request.accessUnits, editor, videoParams.parser(source.codec), report)
         : await writeByteStream(source, request.accessUnits, editor, file.blob.size, report);
     const extension = isContainer ? (/\.\w+$/.exec(file.name)?.[0] ?? "") : `.${source.codec}`;
-    return { blob, name: `${file.name.replace(/\.\w+$/, "")}-edited${extension}`, failed: editor.failed };
+    const { edited, failed } = editor;
+    return { blob, name: `${file.name.replace(/\.\w+$/, "")}-edited${extension}`, edited, failed };
 }
 
 async function writeByteStream(

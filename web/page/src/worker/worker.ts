@@ -97,13 +97,23 @@ class Reader {
     }
 
     async #openSource(inspector: Inspector, blob: Blob): Promise<StreamSource> {
-        if (blob.size === 0) throw new FileError("The file is empty.");
+        const head = await this.#head(blob);
+        if (head.length === 0) throw new FileError("The file is empty.");
         const container = await ContainerSource.open(blob);
         if (container !== null) return container;
-        const head = new Uint8Array(await blob.slice(0, headSize).arrayBuffer());
         const codec = inspector.detectCodec(head);
         if (codec === null) throw new FileError("There is no H.264 or H.265 video in this file.");
         return new ByteStreamSource(blob, codec);
+    }
+
+    async #head(blob: Blob): Promise<Uint8Array> {
+        try {
+            return new Uint8Array(await blob.slice(0, headSize).arrayBuffer());
+        } catch {
+            throw new FileError(
+                "This cannot be read. It is a folder, or the file was moved or removed: choose a file.",
+            );
+        }
     }
 
     async #start(opening: number, read: (reading: Reading, inspector: Inspector) => Promise<void>): Promise<void> {
