@@ -25,7 +25,8 @@ size_t FindPlace(const std::string& page)
 {
     const size_t place = page.find(Place);
     if (!LooksLikeInspectorPage(page) || place == std::string::npos)
-        throw CToolError("the page is not the inspector page, or of another version: build it again with web/build");
+        throw CToolError(
+            "the page is not the inspector page, or of another version: build it again with web/build");
     return place;
 }
 
