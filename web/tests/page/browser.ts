@@ -1,6 +1,7 @@
 // Debian's Chromium, without a screen, and the page in it.
 
 import assert from "node:assert/strict";
+import { basename } from "node:path";
 import { pathToFileURL } from "node:url";
 import { chromium, type Browser, type BrowserContextOptions, type Page } from "playwright-core";
 import { file, pageFile } from "./files.js";
@@ -61,11 +62,20 @@ export class Inspector {
     async load(path: string): Promise<void> {
         await this.page.evaluate("document.body.dataset.phase = 'dropped'"); // not the end of the file before
         await this.drop(path);
-        await this.finished();
+        await this.finished(path);
     }
 
-    async finished(): Promise<void> {
-        await this.page.waitForSelector("body:is([data-phase=ready], [data-phase=failed])", { timeout: 60000 });
+    /** Chooses a file and waits until it is read. Other than a drop, it always gets to a page that is busy. */
+    async choose(path: string): Promise<void> {
+        await this.page.setInputFiles("#file-input", path);
+        await this.finished(path);
+    }
+
+    /** Waits until this file is read. */
+    async finished(path?: string): Promise<void> {
+        const phase = "body:is([data-phase=ready], [data-phase=failed])";
+        const name = path === undefined ? "" : `:has(#file-name:text-is("${basename(path)}"))`;
+        await this.page.waitForSelector(phase + name, { timeout: 60000 });
         await this.page.evaluate("new Promise((done) => requestAnimationFrame(() => requestAnimationFrame(done)))"); // drawn
     }
 

@@ -73,8 +73,7 @@ describe("Other files get a message that says why", () => {
 describe("A file", () => {
     it("may be chosen instead of dropped", async () => {
         const inspector = await Inspector.open(browser);
-        await inspector.page.setInputFiles("#file-input", stream("avc-aud.h264"));
-        await inspector.finished();
+        await inspector.choose(stream("avc-aud.h264"));
         assert.equal(await inspector.text("#file-name"), "avc-aud.h264");
         await inspector.close();
     });
@@ -91,13 +90,13 @@ describe("A file", () => {
     });
 
     // The end of the first one may be on its way to the page when the second one is opened.
-    it("is shown alone if it is dropped while another one is read", async () => {
+    it("is shown alone if it is opened while another one is read", async () => {
         const inspector = await Inspector.open(browser);
         const long = repeated("first.h264", readFileSync(stream("avc-1080.h264")), 2e7);
         for (const pause of [0, 10, 20, 40, 80, 160]) {
-            await inspector.drop(long);
+            await inspector.page.setInputFiles("#file-input", long);
             await inspector.page.waitForTimeout(pause);
-            await inspector.load(stream("hevc-aud.h265"));
+            await inspector.choose(stream("hevc-aud.h265"));
             await compare(inspector, stream("hevc-aud.h265"));
         }
         await inspector.close();
