@@ -131,7 +131,10 @@ export class Model {
                 this.read = notice.read;
                 return this.#reportRecords();
             case "finished":
-                this.results = notice.results;
+                this.results = {
+                    ...(JSON.parse(notice.results) as Results),
+                    ...(notice.milliseconds === undefined ? {} : { milliseconds: notice.milliseconds }),
+                };
                 this.#emit("records");
                 return this.#setPhase("ready");
             case "failed":

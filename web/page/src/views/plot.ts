@@ -7,6 +7,7 @@ import { TimeAxis } from "../model/timeAxis.js";
 import { byId, bytes, count } from "./dom.js";
 import { sliceTypeName } from "./unitKind.js";
 
+const widestBar = 80; // pixels
 const leastVisible = 10; // access units
 const zoomStep = 1.6;
 
@@ -89,14 +90,8 @@ export class PlotView {
             ticks: { stroke: colour("--line"), width: 1 },
             font: "12px system-ui, sans-serif",
         };
-        const bars = uPlot.paths.bars!({ size: [0.9, 80, 1], align: 1 });
-        const series = (label: string, name: string): uPlot.Series => ({
-            label,
-            paths: bars,
-            fill: colour(name),
-            width: 0,
-            points: { show: false },
-        });
+        const series = (label: string): uPlot.Series => ({ label, paths: () => null, points: { show: false } });
+        const colours = ["", colour("--plot-slice"), colour("--plot-key")];
         return {
             width: this.#host.clientWidth,
             height: this.#height,
@@ -111,9 +106,10 @@ export class PlotView {
                 },
                 { ...axis, values: (_, splits) => splits.map((split) => bytes(split)), size: 64 },
             ],
-            series: [{}, series("other", "--plot-slice"), series("key", "--plot-key")],
+            series: [{}, series("other"), series("key")],
             cursor: { y: false, points: { show: false }, drag: { x: true, y: false, setScale: false } },
             hooks: {
+                drawSeries: [(plot, index) => this.#drawBars(plot, index, colours[index]!)],
                 drawAxes: [(plot) => this.#drawSelection(plot, colour("--accent"))], // the bars cover it
                 setCursor: [(plot) => this.#point(plot)],
                 setSelect: [(plot) => this.#selectRange(plot)],
@@ -220,6 +216,28 @@ export class PlotView {
             this.#show(selected - range / 2, selected + range / 2);
         else this.#plot?.redraw(false);
         this.#describe();
+    }
+
+    // One by one: a path of all bars takes the browser a hundred times as long.
+    #drawBars(plot: uPlot, index: number, colour: string): void {
+        const { ctx, bbox } = plot;
+        const [first, ...sizes] = plot.data;
+        const place = (value: number): number => plot.valToPos(value, "x", true);
+        const begin = first[0] ?? 0;
+        const column = place(first[1] ?? begin + 1) - place(begin);
+        const width = Math.min(Math.max(0.9 * column, 1), widestBar * devicePixelRatio);
+        const bottom = plot.valToPos(0, "y", true);
+        ctx.save();
+        ctx.beginPath();
+        ctx.rect(bbox.left, bbox.top, bbox.width, bbox.height);
+        ctx.clip();
+        ctx.fillStyle = colour;
+        sizes[index - 1]!.forEach((size, at) => {
+            if (size === null || size === undefined) return;
+            const top = plot.valToPos(size, "y", true);
+            ctx.fillRect(place(first[at]!), top, width, bottom - top);
+        });
+        ctx.restore();
     }
 
     #drawSelection(plot: uPlot, colour: string): void {

@@ -1,7 +1,7 @@
 // The WebAssembly module of the page (web/native/Inspector.cpp).
 
 import { wasmText } from "../wasm.js";
-import type { Codec, Element, Results } from "../messages.js";
+import type { Codec, Element } from "../messages.js";
 
 interface Exports {
     memory: WebAssembly.Memory;
@@ -89,8 +89,9 @@ export class Inspector {
         return this.#records();
     }
 
-    results(): Results {
-        return JSON.parse(this.#print(() => this.#exports.PrintResults())) as Results;
+    /** JSON of Results. */
+    results(): string {
+        return this.#print(() => this.#exports.PrintResults());
     }
 
     elements(codec: Codec, unit: number, bytes: Uint8Array): Element[] {

@@ -58,7 +58,7 @@ class Reader {
             if (!(await reading.take(inspector, source, (records, read) => reading.postRecords(records, read)))) return;
             reading.postRecords(inspector.finish(), blob.size);
             const milliseconds = performance.now() - begin;
-            reading.post({ type: "finished", results: { ...inspector.results(), milliseconds } });
+            reading.post({ type: "finished", results: inspector.results(), milliseconds });
         });
     }
 
@@ -73,7 +73,7 @@ class Reader {
             for (const units of file.units) reading.postRecords({ units, accessUnits: new ArrayBuffer() }, file.size);
             for (const accessUnits of file.accessUnits)
                 reading.postRecords({ units: new ArrayBuffer(), accessUnits }, file.size);
-            reading.post({ type: "finished", results: file.results });
+            reading.post({ type: "finished", results: JSON.stringify(file.results) });
         });
     }
 
