@@ -29,7 +29,9 @@ bool IsParameterSet(const unsigned char* unit)
 
 }  // namespace
 
-CParser::CParser(VideoCodecType type) : codec(type), stream(ShortestForTheLibrary), buffer(0)
+CParser::CParser(VideoCodecType type)
+    : codec(type), stream(ShortestForTheLibrary),
+      place(codec == VideoCodecAVC ? videoparams::avcRules : videoparams::hevcRules, stream), buffer(0)
 {
     ParseCreate(&analysis, codec, QueueCount, QueueSize);
 }
@@ -58,16 +60,22 @@ void CParser::Take(uint32_t size)
 void CParser::Finish()
 {
     stream.Finish([this](const unsigned char* unit, uint32_t unitSize) { TakeUnit(unit, unitSize); });
-    TakeUnit(nullptr, 0);
+    VideoInfo info;
+    ParseVideoParams(analysis, nullptr, 0, &info);
+    if (info.accessUnitFound)
+        TakeAccessUnit(&info, 0);
+    place.Clear();
 }
 
 void CParser::TakeUnit(const unsigned char* unit, uint32_t size)
 {
     VideoInfo info;
-    if (ParseVideoParams(analysis, unit, size, &info) != 0)
+    const bool isTaken = ParseVideoParams(analysis, unit, size, &info) == 0;
+    if (!isTaken)
         ++damagedUnits;
     if (info.accessUnitFound)
-        TakeAccessUnit(&info);
+        TakeAccessUnit(&info, place.DistanceToEnd(info));
+    place.Note(unit, isTaken);
 }
 
 void CParser::TakeUnits(uint32_t size)

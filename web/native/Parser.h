@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include "AccessUnitPlace.h"
 #include "Block.h"
 #include "UnitSplitter.h"
 
@@ -68,6 +69,7 @@ private:
 
     VideoCodecType codec;
     CUnitSplitter stream;
+    CAccessUnitPlace place;
     CUnitSplitter buffer;
     // Each reads slice headers by the parameter sets that it has met itself. The last two are made when they
     // are needed.

@@ -42,6 +42,19 @@ public:
     // Where the unit handed on last begins, counted from the first byte of the stream.
     uint64_t Offset() const { return offset + handedOn; }
 
+    // The end of what was taken so far, counted in the same way.
+    uint64_t End() const { return offset + bytes.Count(); }
+
+    // Keeps the bytes from a place in the stream on that have been handed on, unless they become too many.
+    void KeepFrom(uint64_t place) { kept = place; }
+    void KeepNone() { kept = UINT64_MAX; }
+
+    // The `size` bytes of the stream before `end`. Null: not all of them are here any more.
+    const unsigned char* Before(uint64_t end, uint32_t size)
+    {
+        return end >= offset + size ? bytes.Data() + (end - offset - size) : nullptr;
+    }
+
     // Hands on the last unit. The next bytes begin a new stream.
     template <class UnitTaker>
     void Finish(UnitTaker takeUnit)
@@ -117,18 +130,21 @@ private:
 
     void RemoveTaken()
     {
-        bytes.RemoveFirst(begin);
-        offset += begin;
-        searched -= std::min(searched, begin);
+        const bool isKept = kept < offset + begin && offset + begin - kept <= LargestUnit;
+        const uint32_t removed = isKept ? static_cast<uint32_t>(std::max(kept, offset) - offset) : begin;
+        bytes.RemoveFirst(removed);
+        offset += removed;
+        begin -= removed;
+        searched -= std::min(searched, removed);
         if (cut != NoCut)
-            cut -= begin;
-        begin = 0;
+            cut -= removed;
     }
 
     uint32_t shortestUnit;
-    CBlock<unsigned char> bytes;  // what has not been handed on, after a RemoveTaken
+    CBlock<unsigned char> bytes;  // what has not been handed on, or is kept, after a RemoveTaken
 
-    uint64_t offset = 0;  // of the first of them in the stream
+    uint64_t offset = 0;         // of the first of them in the stream
+    uint64_t kept = UINT64_MAX;  // in the stream
 
     // Places in `bytes`.
     uint32_t begin = 0;      // the present unit, or what may belong to the first start code

@@ -38,7 +38,10 @@ export interface Sequence {
 
 /** One coded picture with everything that belongs to it. */
 export interface AccessUnit {
-    /** Its NAL units with their start codes. A copy: it stays valid. */
+    /**
+     * Its NAL units with their start codes. They stay valid: a copy, or with `transfer` perhaps a view of the chunk. Its
+     * `buffer` is then the whole chunk's, and stays in memory as long as one of its views.
+     */
     data: Uint8Array<ArrayBuffer>;
     /** Whether it holds an IDR slice (H.264) or an IRAP slice (H.265). */
     keyFrame: boolean;
@@ -74,12 +77,16 @@ function readSequence(fields: Uint32Array): Sequence {
     };
 }
 
-/** @internal Copies an access unit out of the module. */
-export function readAccessUnit(module: Module, info: number): AccessUnit {
+/** @internal Copies an access unit out of the module, or takes its bytes from where they are given. */
+export function readAccessUnit(
+    module: Module,
+    info: number,
+    given: (size: number) => Uint8Array<ArrayBuffer> | null,
+): AccessUnit {
     const fields = module.words(info, infoSize);
     const place = { address: fields[accessUnitData] ?? 0, size: fields[accessUnitSize] ?? 0 };
     return {
-        data: new Uint8Array(module.bytes(place)),
+        data: given(place.size) ?? new Uint8Array(module.bytes(place)),
         keyFrame: fields[keyFrame] !== 0,
         sequence: fields[sequenceInfoValid] ? readSequence(fields.subarray(firstOfSequence)) : null,
     };

@@ -7,7 +7,7 @@
  */
 
 export type { AccessUnit, Colour, FrameRate, Sequence } from "./accessUnit.js";
-export type { Chunk, ChunkSource, CopyableChunk } from "./chunk.js";
+export type { Chunk, ChunkOptions, ChunkSource, CopyableChunk } from "./chunk.js";
 export type { Codec } from "./codec.js";
 export { VideoParamsError, type Reason } from "./errors.js";
 export { Handle } from "./handle.js";

@@ -48,9 +48,14 @@ export type Bytes = ArrayBuffer | SharedArrayBuffer | ArrayBufferView;
 
 /** @internal */
 export function viewOf(bytes: Bytes): Uint8Array {
-    if (ArrayBuffer.isView(bytes)) return new Uint8Array(bytes.buffer, bytes.byteOffset, bytes.byteLength);
-    if (bytes instanceof ArrayBuffer) return new Uint8Array(bytes);
-    if (typeof SharedArrayBuffer !== "undefined" && bytes instanceof SharedArrayBuffer) return new Uint8Array(bytes);
+    try {
+        if (ArrayBuffer.isView(bytes)) return new Uint8Array(bytes.buffer, bytes.byteOffset, bytes.byteLength);
+        if (bytes instanceof ArrayBuffer) return new Uint8Array(bytes);
+        if (typeof SharedArrayBuffer !== "undefined" && bytes instanceof SharedArrayBuffer)
+            return new Uint8Array(bytes);
+    } catch (cause) {
+        throw new VideoParamsError("bad-argument", "the memory of these bytes was transferred before", { cause });
+    }
     throw new VideoParamsError("bad-argument", "bytes are expected: an ArrayBuffer or a view of one");
 }
 
@@ -71,8 +76,11 @@ export class Module {
     readonly #exports: Exports;
     #loss: unknown = undefined;
 
-    /** Receives the address of each VideoInfo that a call completes. Throws nothing. */
-    takeAccessUnit: (info: number) => void = () => undefined;
+    /**
+     * Receives the address of each VideoInfo that a call completes, and how long before the end of the stream so far
+     * the same bytes begin; 0 if they are not there. Throws nothing.
+     */
+    takeAccessUnit: (info: number, distance: number) => void = () => undefined;
 
     private constructor(compiled: WebAssembly.Module) {
         const exit = (): never => {
@@ -81,7 +89,7 @@ export class Module {
         const instance = new WebAssembly.Instance(compiled, {
             env: {
                 emscripten_notify_memory_growth: () => undefined,
-                TakeAccessUnit: (info: number) => this.takeAccessUnit(info),
+                TakeAccessUnit: (info: number, distance: number) => this.takeAccessUnit(info, distance >>> 0),
             },
             wasi_snapshot_preview1: { proc_exit: exit },
         });

@@ -1,7 +1,7 @@
 import type { AccessUnit } from "./accessUnit.js";
 import { readAccessUnit } from "./accessUnit.js";
-import type { Chunk, ChunkSource } from "./chunk.js";
-import { chunksOf, stepsOf } from "./chunk.js";
+import type { Chunk, ChunkOptions, ChunkSource } from "./chunk.js";
+import { chunksOf, stepsOf, takeOver } from "./chunk.js";
 import type { Codec } from "./codec.js";
 import { numberOfCodec } from "./codec.js";
 import { VideoParamsError } from "./errors.js";
@@ -52,18 +52,28 @@ export class Parser extends Handle {
 
     /**
      * Takes the next bytes of the stream, cut anywhere, and returns the access units that they complete. An access unit
-     * is complete when the next one begins, so the last one comes with `flush()`.
+     * is complete when the next one begins, so the last one comes with `flush()`. If memory runs out, the access units
+     * of the chunk are lost.
      */
-    push(chunk: Chunk): AccessUnit[] {
+    push(chunk: Chunk, { transfer = false }: ChunkOptions = {}): AccessUnit[] {
         const address = this.address;
-        return this.#collect((exports) => {
-            for (const { size, copyTo } of stepsOf(chunk)) {
-                const room = exports.StreamRoom(address, size);
-                if (room === 0) throw this.#module.outOfMemory();
-                copyTo(this.#module.bytes({ address: room, size }));
-                exports.Take(address, size);
-            }
-        });
+        const given = transfer ? takeOver(chunk) : null;
+        let taken = 0;
+        return this.#collect(
+            (exports) => {
+                for (const { size, copyTo } of stepsOf(given ?? chunk)) {
+                    const room = exports.StreamRoom(address, size);
+                    if (room === 0) throw this.#module.outOfMemory();
+                    copyTo(this.#module.bytes({ address: room, size }));
+                    taken += size;
+                    exports.Take(address, size);
+                }
+            },
+            (distance, size) => {
+                if (given === null || distance === 0 || distance > taken) return null;
+                return given.subarray(taken - distance, taken - distance + size);
+            },
+        );
     }
 
     /** Ends the stream, or a part of it, and returns its last access units. The next chunk begins a new stream. */
@@ -73,8 +83,8 @@ export class Parser extends Handle {
     }
 
     /** All access units of a source, such as the body of a response or the stream of a file. */
-    async *parse(source: ChunkSource): AsyncGenerator<AccessUnit, void, undefined> {
-        for await (const chunk of chunksOf(source)) yield* this.push(chunk);
+    async *parse(source: ChunkSource, options: ChunkOptions = {}): AsyncGenerator<AccessUnit, void, undefined> {
+        for await (const chunk of chunksOf(source)) yield* this.push(chunk, options);
         yield* this.flush();
     }
 
@@ -145,13 +155,17 @@ export class Parser extends Handle {
         });
     }
 
-    // The access units that a task completes.
-    #collect(task: (exports: Exports) => void): AccessUnit[] {
+    // The access units that a task completes. The bytes of one that begins a distance before the end of the stream so
+    // far may be given.
+    #collect(
+        task: (exports: Exports) => void,
+        given: (distance: number, size: number) => Uint8Array<ArrayBuffer> | null = () => null,
+    ): AccessUnit[] {
         const found: AccessUnit[] = [];
         let failure: unknown;
-        this.#module.takeAccessUnit = (info) => {
+        this.#module.takeAccessUnit = (info, distance) => {
             try {
-                found.push(readAccessUnit(this.#module, info));
+                found.push(readAccessUnit(this.#module, info, (size) => given(distance, size)));
             } catch (error) {
                 failure = error;
             }

@@ -1,6 +1,6 @@
 // The repository's streams, and what the native library says about them.
 
-import type { AccessUnit, Codec, Parser } from "videoparams";
+import type { AccessUnit, ChunkOptions, Codec, Parser } from "videoparams";
 import { execFileSync } from "node:child_process";
 import { readFileSync, readdirSync } from "node:fs";
 import { join } from "node:path";
@@ -61,10 +61,17 @@ export function hash(bytes: Uint8Array | null): number {
     return value >>> 0;
 }
 
-export function parseInChunks(parser: Parser, bytes: Uint8Array, chunkSize: number): AccessUnit[] {
+export function parseInChunks(
+    parser: Parser,
+    bytes: Uint8Array,
+    chunkSize: number,
+    options: ChunkOptions = {},
+): AccessUnit[] {
     const found: AccessUnit[] = [];
-    for (let begin = 0; begin < bytes.length; begin += chunkSize)
-        found.push(...parser.push(bytes.subarray(begin, begin + chunkSize)));
+    for (let begin = 0; begin < bytes.length; begin += chunkSize) {
+        const chunk = bytes.subarray(begin, begin + chunkSize);
+        found.push(...parser.push(options.transfer ? new Uint8Array(chunk) : chunk, options));
+    }
     return [...found, ...parser.flush()];
 }
 
