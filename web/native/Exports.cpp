@@ -60,9 +60,9 @@ EXPORT unsigned char* StreamRoom(CParser* parser, uint32_t size)
     return parser->StreamRoom(size);
 }
 
-EXPORT void Take(CParser* parser, uint32_t size)
+EXPORT void Take(CParser* parser, uint32_t size, bool wantsPlaces)
 {
-    parser->Take(size);
+    parser->Take(size, wantsPlaces);
 }
 
 EXPORT void Finish(CParser* parser)

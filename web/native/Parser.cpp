@@ -52,14 +52,16 @@ bool CParser::OpenQueries()
     return true;
 }
 
-void CParser::Take(uint32_t size)
+void CParser::Take(uint32_t size, bool wantsPlaces)
 {
-    stream.Take(size, [this](const unsigned char* unit, uint32_t unitSize) { TakeUnit(unit, unitSize); });
+    stream.Take(size, [this, wantsPlaces](const unsigned char* unit, uint32_t unitSize) {
+        TakeUnit(unit, unitSize, wantsPlaces);
+    });
 }
 
 void CParser::Finish()
 {
-    stream.Finish([this](const unsigned char* unit, uint32_t unitSize) { TakeUnit(unit, unitSize); });
+    stream.Finish([this](const unsigned char* unit, uint32_t unitSize) { TakeUnit(unit, unitSize, false); });
     VideoInfo info;
     ParseVideoParams(analysis, nullptr, 0, &info);
     if (info.accessUnitFound)
@@ -67,14 +69,16 @@ void CParser::Finish()
     place.Clear();
 }
 
-void CParser::TakeUnit(const unsigned char* unit, uint32_t size)
+void CParser::TakeUnit(const unsigned char* unit, uint32_t size, bool wantsPlace)
 {
     VideoInfo info;
     const bool isTaken = ParseVideoParams(analysis, unit, size, &info) == 0;
     if (!isTaken)
         ++damagedUnits;
-    if (info.accessUnitFound)
-        TakeAccessUnit(&info, place.DistanceToEnd(info));
+    if (info.accessUnitFound) {
+        TakeAccessUnit(&info, wantsPlace ? place.DistanceToEnd(info) : 0);
+        place.Leave();
+    }
     place.Note(unit, isTaken);
 }
 

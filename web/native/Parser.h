@@ -44,8 +44,8 @@ public:
     unsigned char* StreamRoom(uint32_t size) { return stream.Room(size); }
     unsigned char* BufferRoom(uint32_t size) { return buffer.Room(size); }
 
-    // The host gets each access unit as soon as it is complete.
-    void Take(uint32_t size);
+    // The host gets each access unit as soon as it is complete, and its place if it wants to know it.
+    void Take(uint32_t size, bool wantsPlaces);
     void Finish();
     uint32_t DamagedUnits() const { return damagedUnits; }
 
@@ -63,7 +63,7 @@ public:
 
 private:
     bool OpenQueries();
-    void TakeUnit(const unsigned char* unit, uint32_t size);
+    void TakeUnit(const unsigned char* unit, uint32_t size, bool wantsPlace);
     void NoteUnit(const unsigned char* unit, uint32_t size);
     UnitRecord Measure(const unsigned char* unit, uint32_t size);
 

@@ -45,9 +45,9 @@ public:
     // The end of what was taken so far, counted in the same way.
     uint64_t End() const { return offset + bytes.Count(); }
 
-    // Keeps the bytes from a place in the stream on that have been handed on, unless they become too many.
+    // Keeps the bytes from a place in the stream on that have been handed on, unless they become too many: a
+    // foreign file may never get to another place.
     void KeepFrom(uint64_t place) { kept = place; }
-    void KeepNone() { kept = UINT64_MAX; }
 
     // The `size` bytes of the stream before `end`. Null: not all of them are here any more.
     const unsigned char* Before(uint64_t end, uint32_t size)
@@ -74,6 +74,7 @@ private:
     // No real unit comes near to this. A damaged or foreign file must not fill the memory.
     static constexpr uint32_t LargestUnit = 256 << 20;
 
+    static constexpr uint32_t MostKept = 16 << 20;
     static constexpr uint32_t CodeLook = 5;  // bytes that must be left for a start code to count
     static constexpr uint32_t MaxZeros = 3;  // before the 01 of a start code
     static constexpr uint32_t NoCut = UINT32_MAX;
@@ -130,7 +131,7 @@ private:
 
     void RemoveTaken()
     {
-        const bool isKept = kept < offset + begin && offset + begin - kept <= LargestUnit;
+        const bool isKept = kept < offset + begin && offset + begin - kept <= MostKept;
         const uint32_t removed = isKept ? static_cast<uint32_t>(std::max(kept, offset) - offset) : begin;
         bytes.RemoveFirst(removed);
         offset += removed;

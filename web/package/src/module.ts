@@ -12,7 +12,7 @@ export interface Exports {
     CreateParser(codec: number): number;
     ReleaseParser(parser: number): void;
     StreamRoom(parser: number, size: number): number;
-    Take(parser: number, size: number): void;
+    Take(parser: number, size: number, wantsPlaces: number): void;
     Finish(parser: number): void;
     DamagedUnits(parser: number): number;
     ClearUnits(parser: number): void;
@@ -77,8 +77,8 @@ export class Module {
     #loss: unknown = undefined;
 
     /**
-     * Receives the address of each VideoInfo that a call completes, and how long before the end of the stream so far
-     * the same bytes begin; 0 if they are not there. Throws nothing.
+     * Receives the address of each VideoInfo that a call completes, and, if the call wants places, how long before the
+     * end of the stream so far the same bytes begin; 0 if they are not there. Throws nothing.
      */
     takeAccessUnit: (info: number, distance: number) => void = () => undefined;
 

@@ -66,7 +66,7 @@ export class Parser extends Handle {
                     if (room === 0) throw this.#module.outOfMemory();
                     copyTo(this.#module.bytes({ address: room, size }));
                     taken += size;
-                    exports.Take(address, size);
+                    exports.Take(address, size, given === null ? 0 : 1);
                 }
             },
             (distance, size) => {
