@@ -21,7 +21,7 @@ using Json = nlohmann::ordered_json;
 class CJsonWriter
 {
 public:
-    // `listName` is the member that Add fills; empty if there is none.
+    // Add appends to the array `listName`; empty: the report has no array.
     CJsonWriter(std::string command, std::string listName, const ReportStyle& style);
 
     void Begin(const SourceFacts& facts);

@@ -78,6 +78,14 @@ class Containers(unittest.TestCase):
             if unit["keyFrame"]:
                 self.assertIn("K", packet["flags"])
 
+    def test_mpeg_ts_has_the_units_of_its_stream_only(self):
+        path = self.workshop.make(Case("units.ts", "hevc-headers"))
+        stream = path.with_name("units.h265")
+        run("ffmpeg", "-v", "error", "-i", path, "-map", "0:v", "-c", "copy", "-f", "hevc", stream)
+        listings = [json.loads(tool("units", "--json", file))["units"] for file in (path, stream)]
+        types = [[unit["nal_unit_type"] for unit in units] for units in listings]
+        self.assertEqual(*types)
+
     def test_wrong_marks_are_found_and_fixed(self):
         path = self.workshop.make(Case("marks.mp4", "avc"))
         wrong = path.with_name("wrong.mp4")

@@ -152,8 +152,10 @@ void CContainerInput::Open(const char* url, const AVInputFormat* format)
                                      format == nullptr ? "" : fmt::format("this is {}; ", format->long_name),
                                      Describe(code)));
     context.reset(opened);
-    for (unsigned int i = 0; i < opened->nb_streams; ++i)
-        sizes.emplace_back(opened->streams[i]->codecpar->width, opened->streams[i]->codecpar->height);
+    for (unsigned int i = 0; i < opened->nb_streams; ++i) {
+        const AVCodecParameters& parameters = *opened->streams[i]->codecpar;
+        headers.push_back({parameters.width, parameters.height, parameters.extradata_size > 0});
+    }
     if (HasMarks(*opened->iformat))
         opened->flags |= AVFMT_FLAG_NOPARSE;
     code = avformat_find_stream_info(opened, nullptr);
@@ -166,7 +168,13 @@ std::pair<int, int> CContainerInput::RecordedSize(const AVStream& stream) const
     const auto index = static_cast<size_t>(stream.index);
     if (std::string_view(context->iformat->name) == "mxf")
         return {0, 0};  // that is the size before cropping
-    return index < sizes.size() ? sizes[index] : std::pair(0, 0);
+    return index < headers.size() ? std::pair(headers[index].width, headers[index].height) : std::pair(0, 0);
+}
+
+bool CContainerInput::RecordsDescription(const AVStream& stream) const
+{
+    const auto index = static_cast<size_t>(stream.index);
+    return index < headers.size() && headers[index].hasDescription;
 }
 
 std::string CContainerInput::Describe(int code) const

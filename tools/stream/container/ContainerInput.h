@@ -38,6 +38,10 @@ public:
     // not recorded.
     std::pair<int, int> RecordedSize(const AVStream& stream) const;
 
+    // Whether the headers hold codec-private data. If not, as in MPEG-TS, libavformat takes parameter sets
+    // from the first samples.
+    bool RecordsDescription(const AVStream& stream) const;
+
     // False at the end, at an error (see Error), or after Ctrl-C.
     bool Read(AVPacket& packet);
 
@@ -67,6 +71,13 @@ public:
     bool IsLive() const { return !file || !file->IsRegular(); }
 
 private:
+    struct StreamHeader
+    {
+        int width;
+        int height;
+        bool hasDescription;
+    };
+
     void Open(const char* url, const AVInputFormat* format);
     std::string DescribeVideos() const;
 
@@ -79,7 +90,7 @@ private:
     std::string readError;
     AvioPointer io;
     FormatPointer context;
-    std::vector<std::pair<int, int>> sizes;  // of the streams that the headers name
+    std::vector<StreamHeader> headers;  // of the streams that the headers name
     std::string error;
 };
 

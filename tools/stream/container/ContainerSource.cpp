@@ -70,6 +70,8 @@ void CContainerSource::DescribeContainer()
         form =
             ReadSampleForm(facts.codec, parameters.extradata, static_cast<size_t>(parameters.extradata_size));
     lengthSize = form.lengthSize;
+    if (lengthSize == 0 && !input->RecordsDescription(video))
+        form.parameterSets.clear();
 
     ContainerFacts container;
     container.format = facts.format;
