@@ -12,8 +12,10 @@ These functions read a path, bytes, a file object or an iterator of chunks, and 
     parameter_sets   the last VPS, SPS and PPS
     test_samples     whether reference pictures are missing (H.264)
 
-picture_type finds the type of one H.264 picture. Two classes work on single samples: Parser and UserData. Everything that is returned is a copy that stays
-valid, except the views of Parser.split and Parser.nal_units, which keep the caller's bytes alive.
+picture_type finds the type of one H.264 picture. Two classes work on single samples: Parser and UserData.
+
+Everything that is returned is a copy that stays valid, except the views of Parser.split and Parser.nal_units, which keep
+the caller's bytes alive.
 
 Everything may be used from several threads. An iterator belongs to one thread at a time.
 
