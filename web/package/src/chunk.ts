@@ -19,21 +19,36 @@ export type ChunkSource = ReadableStream<Chunk> | AsyncIterable<Chunk> | Iterabl
 /** How a parser takes its chunks. */
 export interface ChunkOptions {
     /**
-     * Gives the memory of the chunk to its access units, which is up to three times as fast: an access unit that lies in one
-     * chunk is a view of it, others are copies. The chunk's whole `ArrayBuffer` is transferred: your own views of it
-     * become empty. What cannot be transferred is copied: a `SharedArrayBuffer`, the memory of a WebAssembly module,
-     * small buffers of Node.js (they share one), chunks of WebCodecs.
+     * Gives the memory of the chunk to its access units, which is up to three times as fast: an access unit of up to
+     * 16 MB that lies in one chunk is a view of it, others are copies. The chunk's `ArrayBuffer` is transferred: your own
+     * views of it become empty. What may belong to somebody else is copied: a chunk that is only a part of its
+     * `ArrayBuffer`, as are small buffers of Node.js and the output of `zlib`, and a `SharedArrayBuffer`. So is what
+     * cannot be transferred or would not serve as well: the memory of a WebAssembly module, a resizable `ArrayBuffer`,
+     * chunks of WebCodecs.
      */
     transfer?: boolean;
 }
 
+// Older hosts have none. Functions such as those of WebCodecs refuse views of them.
+function isResizable(buffer: ArrayBuffer & { resizable?: boolean }): boolean {
+    return buffer.resizable ?? false;
+}
+
+function has(name: PropertyKey, source: unknown): boolean {
+    return typeof source === "object" && source !== null && name in source;
+}
+
+function isCopyable(chunk: Chunk): chunk is CopyableChunk {
+    return has("copyTo", chunk);
+}
+
 /** @internal The bytes of a chunk in memory that nobody else can write to. Null: it cannot be transferred. */
 export function takeOver(chunk: Chunk): Uint8Array<ArrayBuffer> | null {
-    if ("copyTo" in chunk) return null;
-    const { buffer, byteOffset, byteLength } = viewOf(chunk);
-    if (!(buffer instanceof ArrayBuffer)) return null;
+    if (isCopyable(chunk)) return null;
+    const { buffer, byteLength } = viewOf(chunk);
+    if (!(buffer instanceof ArrayBuffer) || byteLength !== buffer.byteLength || isResizable(buffer)) return null;
     try {
-        return new Uint8Array(structuredClone(buffer, { transfer: [buffer] }), byteOffset, byteLength);
+        return new Uint8Array(structuredClone(buffer, { transfer: [buffer] }));
     } catch {
         return null;
     }
@@ -49,7 +64,7 @@ interface Step {
 
 /** @internal */
 export function* stepsOf(chunk: Chunk): Generator<Step> {
-    if ("copyTo" in chunk) {
+    if (isCopyable(chunk)) {
         yield { size: chunk.byteLength, copyTo: (destination) => chunk.copyTo(destination) };
         return;
     }
@@ -58,6 +73,10 @@ export function* stepsOf(chunk: Chunk): Generator<Step> {
         const step = bytes.subarray(begin, begin + stepSize);
         yield { size: step.length, copyTo: (destination) => destination.set(step) };
     }
+}
+
+function isStream(source: ChunkSource): source is ReadableStream<Chunk> {
+    return has("getReader", source);
 }
 
 // Not every browser can iterate over a ReadableStream.
@@ -81,7 +100,8 @@ async function* readAll(stream: ReadableStream<Chunk>): AsyncGenerator<Chunk> {
 
 /** @internal */
 export function chunksOf(source: ChunkSource): AsyncIterable<Chunk> | Iterable<Chunk> {
-    if ("getReader" in source) return readAll(source);
-    if (Symbol.asyncIterator in source || Symbol.iterator in source) return source;
+    if (isStream(source)) return readAll(source);
+    if (!ArrayBuffer.isView(source) && (has(Symbol.asyncIterator, source) || has(Symbol.iterator, source)))
+        return source;
     throw new VideoParamsError("bad-argument", "a stream or an iterable of chunks is expected");
 }

@@ -82,7 +82,10 @@ export class Parser extends Handle {
         return this.#collect((exports) => exports.Finish(address));
     }
 
-    /** All access units of a source, such as the body of a response or the stream of a file. */
+    /**
+     * All access units of a source, such as the body of a response or the stream of a file. If you leave the loop early
+     * or the source fails, call `flush()` before the parser gets another stream.
+     */
     async *parse(source: ChunkSource, options: ChunkOptions = {}): AsyncGenerator<AccessUnit, void, undefined> {
         for await (const chunk of chunksOf(source)) yield* this.push(chunk, options);
         yield* this.flush();

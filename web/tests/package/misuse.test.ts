@@ -27,9 +27,21 @@ describe("Errors are exceptions with a reason", () => {
         expectReason("wrong-codec", () => parser.pictureType(bytes));
         expectReason("bad-argument", () => videoParams.parser("h266" as "h265"));
         expectReason("bad-argument", () => parser.units("text" as unknown as Uint8Array));
+        for (const chunk of ["text", null, undefined, 7, {}] as unknown as Uint8Array[])
+            expectReason("bad-argument", () => parser.push(chunk));
         expectReason("bad-argument", () => userData.get({ byteLength: 9 } as ArrayBuffer));
         expectReason("no-start-code", () => userData.get(new Uint8Array(9).fill(7)));
         expectReason("no-start-code", () => userData.remove(new Uint8Array(9).fill(7)));
+    });
+
+    it("for a source that gives no chunks", async () => {
+        using parser = videoParams.parser("h264");
+        for (const source of ["text", null, 7, {}, bytes] as unknown as Uint8Array[][]) {
+            await assert.rejects(
+                parser.parse(source).next(),
+                (error) => error instanceof VideoParamsError && error.reason === "bad-argument",
+            );
+        }
     });
 
     it("for user data without a place, and after an SEI unit that is cut short", () => {

@@ -82,6 +82,17 @@ describe("Chunks whose memory is transferred", () => {
         compareWithCopies({ name: "left out", codec: "h264", path: "", bytes: Buffer.concat(pieces) }, 1e6);
     });
 
+    it("are copied if they can change their size", { skip: !("resizable" in ArrayBuffer.prototype) }, () => {
+        const { bytes, codec } = streamNamed("avc-aud.h264");
+        using parser = videoParams.parser(codec);
+        const chunk = Reflect.construct(ArrayBuffer, [1, { maxByteLength: bytes.length }]) as ArrayBuffer;
+        (chunk as unknown as { resize: (size: number) => void }).resize(bytes.length);
+        new Uint8Array(chunk).set(bytes);
+        const [first] = parser.push(chunk, { transfer: true });
+        assert.equal(first!.data.buffer.byteLength, first!.data.length);
+        assert.equal(chunk.byteLength, bytes.length);
+    });
+
     it("are empty afterwards, and those that cannot be transferred are not", () => {
         const { bytes, codec } = streamNamed("avc-aud.h264");
         using parser = videoParams.parser(codec);
@@ -94,10 +105,16 @@ describe("Chunks whose memory is transferred", () => {
         );
         parser.flush();
         const pooled = Buffer.from("a small buffer");
+        const whole = new Uint8Array(bytes.length + 1);
+        whole.set(bytes, 1);
         const shared = new Uint8Array(new SharedArrayBuffer(bytes.length));
         shared.set(bytes);
         parser.push(pooled, { transfer: true });
-        assert.deepEqual(parser.push(shared, { transfer: true })[0]!.data, new Uint8Array(first!.data));
+        for (const kept of [shared, whole.subarray(1)]) {
+            assert.deepEqual(parser.push(kept, { transfer: true })[0]!.data, new Uint8Array(first!.data));
+            assert.equal(kept.byteLength, bytes.length);
+            parser.flush();
+        }
         assert.equal(pooled.toString(), "a small buffer");
     });
 });
