@@ -1,3 +1,5 @@
+/// <reference lib="esnext.disposable" preserve="true" />
+
 import { VideoParamsError } from "./errors.js";
 import type { Module } from "./module.js";
 
