@@ -1,6 +1,7 @@
 // Where the access units of an analysis lie in their stream. The library may leave out units, and adds
 // parameter sets to key frames of H.264: an access unit has a place only if its bytes are those of the
-// stream. They are compared, since no bookkeeping outside the library knows all that it leaves out.
+// stream. In a stream of which it has kept every byte so far, the sizes show that; otherwise bytes are
+// compared.
 
 #pragma once
 
@@ -19,7 +20,8 @@ class CAccessUnitPlace
 {
 public:
     CAccessUnitPlace(const videoparams::NalRules& codecRules, CUnitSplitter& unitSplitter)
-        : rules(codecRules), stream(unitSplitter)
+        : rules(codecRules), stream(unitSplitter),
+          addsParameterSets(rules.delimiterType != videoparams::NoType)
     {
         Clear();
     }
@@ -28,36 +30,59 @@ public:
     // place.
     uint32_t DistanceToEnd(const VideoInfo& info)
     {
-        const uint64_t end = Next();
-        const unsigned char* const bytes = stream.Before(end, info.accessUnitSize);
-        const bool isThere = bytes != nullptr && AreAlike(bytes, info.accessUnitData, info.accessUnitSize);
-        return isThere ? static_cast<uint32_t>(stream.End() - end + info.accessUnitSize) : 0;
+        const uint64_t begin = end;
+        end = Next();
+        // An access unit never ends behind this end, so one of this size lacks no byte.
+        const bool isComplete = isWhole && !stream.HasShortUnits() && info.accessUnitSize == end - begin;
+        const bool isPlaced = (isComplete && !MayBeLonger(info)) || IsThere(info);
+        isWhole = isComplete && isPlaced;
+        stream.KeepFrom(isWhole && !addsParameterSets ? CUnitSplitter::Nowhere : end);
+        return isPlaced ? static_cast<uint32_t>(stream.End() - end + info.accessUnitSize) : 0;
     }
 
-    // The next access unit is to be looked for.
-    void Leave() { stream.KeepFrom(Next()); }
+    // Nobody asks for the place of an access unit that is just complete.
+    void Skip()
+    {
+        end = Next();
+        isWhole = false;
+        stream.KeepFrom(CUnitSplitter::Nowhere);
+    }
 
     // The analysis has taken the unit that was handed on last, or failed to.
     void Note(const unsigned char* unit, bool isTaken)
     {
         const uint32_t type = rules.HeaderOf(unit[videoparams::StartCodeLength(unit)]).nal_unit_type;
         const videoparams::UnitClass unitClass = rules.TraitsOf(type).unitClass;
+        if (end == NotSeen)
+            end = stream.Offset();
         if (unitClass == videoparams::UnitClass::Slice)
             next = NotSeen;
         else if (unitClass == videoparams::UnitClass::Leading && isTaken)
             next = std::min(next, stream.Offset());
+        // Of several units, the first one does not tell where an access unit ends.
+        isWhole = isWhole && isTaken && !stream.HasShortUnits();
     }
 
     // The next unit begins a stream.
     void Clear()
     {
-        stream.KeepFrom(0);
+        stream.KeepFrom(addsParameterSets ? 0 : CUnitSplitter::Nowhere);
         next = NotSeen;
+        end = NotSeen;
+        isWhole = true;
     }
 
 private:
     // The next access unit begins with the unit handed on last, or with one that was noted before.
     uint64_t Next() const { return std::min(next, stream.Offset()); }
+
+    bool MayBeLonger(const VideoInfo& info) const { return addsParameterSets && info.keyFrame != 0; }
+
+    bool IsThere(const VideoInfo& info)
+    {
+        const unsigned char* const bytes = stream.Before(end, info.accessUnitSize);
+        return bytes != nullptr && AreAlike(bytes, info.accessUnitData, info.accessUnitSize);
+    }
 
     // As memcmp, whose version for WebAssembly takes one byte at a time; this loop becomes SIMD.
     static bool AreAlike(const unsigned char* one, const unsigned char* other, uint32_t size)
@@ -78,7 +103,10 @@ private:
 
     const videoparams::NalRules& rules;
     CUnitSplitter& stream;
+    bool addsParameterSets;   // the library, to key frames
     uint64_t next = NotSeen;  // the first unit of the next access unit, once it is there
+    uint64_t end = NotSeen;   // of the access unit before; at first the first unit of the stream
+    bool isWhole = true;      // the access units so far are the stream, up to this end
 };
 
 }  // namespace web

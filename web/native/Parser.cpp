@@ -76,8 +76,9 @@ void CParser::TakeUnit(const unsigned char* unit, uint32_t size, bool wantsPlace
     if (!isTaken)
         ++damagedUnits;
     if (info.accessUnitFound) {
+        if (!wantsPlace)
+            place.Skip();
         TakeAccessUnit(&info, wantsPlace ? place.DistanceToEnd(info) : 0);
-        place.Leave();
     }
     place.Note(unit, isTaken);
 }

@@ -42,12 +42,16 @@ public:
     // Where the unit handed on last begins, counted from the first byte of the stream.
     uint64_t Offset() const { return offset + handedOn; }
 
+    // Whether short units go with the unit handed on last.
+    bool HasShortUnits() const { return handedOnJoined; }
+
     // The end of what was taken so far, counted in the same way.
     uint64_t End() const { return offset + bytes.Count(); }
 
     // Keeps the bytes from a place in the stream on that have been handed on, unless they become too many: a
     // foreign file may never get to another place.
     void KeepFrom(uint64_t place) { kept = place; }
+    static constexpr uint64_t Nowhere = UINT64_MAX;
 
     // The `size` bytes of the stream before `end`. Null: not all of them are here any more.
     const unsigned char* Before(uint64_t end, uint32_t size)
@@ -106,6 +110,7 @@ private:
         const bool isCutShort = cut != NoCut && end - cut < shortestUnit && end - begin <= LargestUnit;
         if (cut != NoCut && !isCutShort)
             HandOn(cut, takeUnit);
+        isJoined = isJoined || isCutShort;
         if (inUnit && end - begin <= LargestUnit) {
             cut = end;
             return;
@@ -120,6 +125,8 @@ private:
         handedOn = begin;
         begin = end;
         cut = NoCut;
+        handedOnJoined = isJoined;
+        isJoined = false;
         takeUnit(bytes.Data() + handedOn, end - handedOn);
     }
 
@@ -144,8 +151,8 @@ private:
     uint32_t shortestUnit;
     CBlock<unsigned char> bytes;  // what has not been handed on, or is kept, after a RemoveTaken
 
-    uint64_t offset = 0;         // of the first of them in the stream
-    uint64_t kept = UINT64_MAX;  // in the stream
+    uint64_t offset = 0;      // of the first of them in the stream
+    uint64_t kept = Nowhere;  // in the stream
 
     // Places in `bytes`.
     uint32_t begin = 0;      // the present unit, or what may belong to the first start code
@@ -155,6 +162,8 @@ private:
     uint32_t cut = NoCut;    // the start code that ends the present unit, unless the unit there is too short
 
     bool inUnit = false;
+    bool isJoined = false;        // short units go with the present one
+    bool handedOnJoined = false;  // and with the one handed on last
 };
 
 }  // namespace web
