@@ -31,7 +31,8 @@ public:
     explicit CContainerInput(const std::string& url);
     ~CContainerInput();
 
-    // The H.264 or H.265 stream with this index, or the best one. Throws CToolError if there is none.
+    // The H.264 or H.265 stream with this index, or the best one. Throws CToolError if the file has no such
+    // stream.
     AVStream& ChooseVideo(std::optional<int> index);
 
     // Width and height as the headers have them; libavformat replaces them later by those of the pictures. 0:

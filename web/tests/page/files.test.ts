@@ -4,7 +4,7 @@ import { after, before, describe, it } from "node:test";
 import type { Browser } from "playwright-core";
 import { Inspector, launch } from "./browser.js";
 import { compare } from "./compare.js";
-import { container, damaged, endOfSequence, file, repeated, stream, webm } from "./files.js";
+import { container, damaged, endOfSequence, file, repeated, stream, toolInfo, webm } from "./files.js";
 import { readFileSync } from "node:fs";
 
 let browser: Browser;
@@ -38,8 +38,10 @@ describe("The page shows what the tool says", () => {
     // libavformat counts the first byte of a start code to the unit before.
     it("of MPEG-TS, as of the stream that is in it", async () => {
         const inspector = await Inspector.open(browser);
-        await inspector.load(container("film.ts", "hevc-aud.h265", "-c:a", "aac"));
+        const path = container("film.ts", "hevc-aud.h265", "-c:a", "aac");
+        await inspector.load(path);
         await compare(inspector, stream("hevc-aud.h265"));
+        assert.equal(toolInfo(path).unitCount, toolInfo(stream("hevc-aud.h265")).unitCount);
         await inspector.close();
     });
 });
