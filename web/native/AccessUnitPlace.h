@@ -1,7 +1,7 @@
-// Where the access units of an analysis lie in their stream. The library may leave out units, and adds
-// parameter sets to key frames of H.264: an access unit has a place only if its bytes are those of the
-// stream. In a stream of which it has kept every byte so far, the sizes show that; otherwise bytes are
-// compared.
+// Where the access units of an analysis are in their stream. The library may leave out units, and adds
+// parameter sets to key frames of H.264. An access unit has a place only if its bytes are those of the
+// stream. While the library has kept every byte of the stream, the sizes prove that; afterwards, and for
+// such key frames, the bytes are compared.
 
 #pragma once
 
@@ -32,7 +32,8 @@ public:
     {
         const uint64_t begin = end;
         end = Next();
-        // An access unit never ends behind this end, so one of this size lacks no byte.
+        // The access unit began at `begin` and ended at `end` or before. If it has all these bytes, it ended
+        // at `end`, and nothing is missing.
         const bool isComplete = isWhole && !stream.HasShortUnits() && info.accessUnitSize == end - begin;
         const bool isPlaced = (isComplete && !MayBeLonger(info)) || IsThere(info);
         isWhole = isComplete && isPlaced;
@@ -40,12 +41,13 @@ public:
         return isPlaced ? static_cast<uint32_t>(stream.End() - end + info.accessUnitSize) : 0;
     }
 
-    // Nobody asks for the place of an access unit that is just complete.
-    void Skip()
+    // The same if nobody asks for the place of this access unit: always 0.
+    uint32_t Skip()
     {
         end = Next();
         isWhole = false;
         stream.KeepFrom(CUnitSplitter::Nowhere);
+        return 0;
     }
 
     // The analysis has taken the unit that was handed on last, or failed to.
@@ -59,7 +61,7 @@ public:
             next = NotSeen;
         else if (unitClass == videoparams::UnitClass::Leading && isTaken)
             next = std::min(next, stream.Offset());
-        // Of several units, the first one does not tell where an access unit ends.
+        // The library may end an access unit at a short unit, which is not looked at here.
         isWhole = isWhole && isTaken && !stream.HasShortUnits();
     }
 

@@ -75,11 +75,8 @@ void CParser::TakeUnit(const unsigned char* unit, uint32_t size, bool wantsPlace
     const bool isTaken = ParseVideoParams(analysis, unit, size, &info) == 0;
     if (!isTaken)
         ++damagedUnits;
-    if (info.accessUnitFound) {
-        if (!wantsPlace)
-            place.Skip();
-        TakeAccessUnit(&info, wantsPlace ? place.DistanceToEnd(info) : 0);
-    }
+    if (info.accessUnitFound)
+        TakeAccessUnit(&info, wantsPlace ? place.DistanceToEnd(info) : place.Skip());
     place.Note(unit, isTaken);
 }
 

@@ -48,8 +48,8 @@ public:
     // The end of what was taken so far, counted in the same way.
     uint64_t End() const { return offset + bytes.Count(); }
 
-    // Keeps the bytes from a place in the stream on that have been handed on, unless they become too many: a
-    // foreign file may never get to another place.
+    // From this place in the stream on, keeps bytes that have been handed on, up to MostKept: a file that is
+    // no video may never come to another place.
     void KeepFrom(uint64_t place) { kept = place; }
     static constexpr uint64_t Nowhere = UINT64_MAX;
 

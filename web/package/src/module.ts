@@ -54,7 +54,13 @@ export function viewOf(bytes: Bytes): Uint8Array {
         if (typeof SharedArrayBuffer !== "undefined" && bytes instanceof SharedArrayBuffer)
             return new Uint8Array(bytes);
     } catch (cause) {
-        throw new VideoParamsError("bad-argument", "the memory of these bytes was transferred before", { cause });
+        throw new VideoParamsError(
+            "bad-argument",
+            "the memory of these bytes was transferred: pass a copy that was made before",
+            {
+                cause,
+            },
+        );
     }
     throw new VideoParamsError("bad-argument", "bytes are expected: an ArrayBuffer or a view of one");
 }

@@ -57,10 +57,11 @@ export class Parser extends Handle {
      */
     push(chunk: Chunk, { transfer = false }: ChunkOptions = {}): AccessUnit[] {
         const address = this.address;
-        const given = transfer ? takeOver(chunk) : null;
+        let given: Uint8Array<ArrayBuffer> | null = null;
         let taken = 0;
         return this.#collect(
             (exports) => {
+                given = transfer ? takeOver(chunk) : null;
                 for (const { size, copyTo } of stepsOf(given ?? chunk)) {
                     const room = exports.StreamRoom(address, size);
                     if (room === 0) throw this.#module.outOfMemory();
@@ -116,7 +117,7 @@ export class Parser extends Handle {
         });
     }
 
-    /** The type of a picture by its first slice, or null if there is none. H.264 only. */
+    /** The type of a picture by its first slice. Null if the sample has no slice. H.264 only. */
     pictureType(sample: Bytes): SliceType | null {
         this.#requireH264("pictureType");
         return this.#module.withInput([viewOf(sample)], (exports, [place]) =>
@@ -158,8 +159,8 @@ export class Parser extends Handle {
         });
     }
 
-    // The access units that a task completes. The bytes of one that begins a distance before the end of the stream so
-    // far may be given.
+    // The access units that a task completes. `given` returns the bytes of one by where it begins, counted back from
+    // the end of the stream so far; null: they are copied.
     #collect(
         task: (exports: Exports) => void,
         given: (distance: number, size: number) => Uint8Array<ArrayBuffer> | null = () => null,
